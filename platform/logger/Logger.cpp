@@ -1,0 +1,24 @@
+#include "platform/logger/Logger.hpp"
+
+#include <utility>
+
+namespace zun::chronicle {
+
+Logger& Logger::instance() {
+    static Logger logger;
+    return logger;
+}
+
+void Logger::listen(Level threshold, Sink sink) {
+    const std::lock_guard lock(mutex_);
+    sink_ = std::move(sink);
+    threshold_.store(sink_ ? threshold : Level::NONE, std::memory_order_relaxed);
+}
+
+void Logger::write(Level level, const std::string& message) {
+    if (!enabled(level)) return;
+    const std::lock_guard lock(mutex_);
+    if (sink_) sink_(level, message);
+}
+
+}  // namespace zun::chronicle
