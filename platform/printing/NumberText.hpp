@@ -7,26 +7,109 @@
 #ifndef ZUN_PLATFORM_PRINTING_NUMBER_TEXT_HPP
 #define ZUN_PLATFORM_PRINTING_NUMBER_TEXT_HPP
 
-#include <charconv>
-#include <cmath>
+#include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 namespace zun::printing {
 
 /// Bytes that write_number() may touch from `out` on, the text's own included.
-inline constexpr std::size_t NUMBER_TEXT_SIZE = 48;
+inline constexpr std::size_t NUMBER_TEXT_SIZE = 32;
 
 /// Writes the text of `value`; returns its end. Bytes after the end, up to NUMBER_TEXT_SIZE, are scribbled
 /// on.
+char* write_number(char* out, float value);
+char* write_number(char* out, double value);
 template <std::integral Integer>
-char* write_number(char* out, Integer value) {
-    return std::to_chars(out, out + NUMBER_TEXT_SIZE, value).ptr;
+char* write_number(char* out, Integer value);
+
+namespace digits {
+
+// A word of text holds its first character in the lowest byte, as memory does.
+static_assert(std::endian::native == std::endian::little, "words of digits are stored as they are");
+
+inline constexpr std::uint64_t ASCII_ZEROS = 0x3030303030303030;
+inline constexpr std::uint64_t TEN_TO_8 = 100'000'000;
+inline constexpr std::uint64_t TEN_TO_16 = TEN_TO_8 * TEN_TO_8;
+
+/// The eight decimal digits of `value` < 10^8, one per byte, the first in the lowest byte, as 0 to 9.
+///
+/// Halves the groups of digits three times, all groups of a word at once; a division by 100 or 10 is a
+/// multiplication by a fraction just above 1/100 or 1/10, exact for groups of four and two digits.
+constexpr std::uint64_t eight_digits(std::uint64_t value) {
+    const std::uint64_t upper = value / 10'000;
+    const std::uint64_t fours = upper | (value - upper * 10'000) << 32;
+    const std::uint64_t hundreds = ((fours * 10'486) >> 20) & 0x0000'007f'0000'007f;
+    const std::uint64_t twos = hundreds | (fours - hundreds * 100) << 16;
+    const std::uint64_t tens = ((twos * 103) >> 10) & 0x000f'000f'000f'000f;
+    return tens | (twos - tens * 10) << 8;
 }
-template <std::floating_point Real>
-char* write_number(char* out, Real value) {
-    return std::to_chars(out, out + NUMBER_TEXT_SIZE, std::isnan(value) ? std::abs(value) : value).ptr;
+
+/// Writes `value` < 10^8 as eight digits.
+inline char* write_eight(char* out, std::uint64_t value) {
+    const std::uint64_t text = eight_digits(value) | ASCII_ZEROS;
+    std::memcpy(out, &text, sizeof text);
+    return out + sizeof text;
+}
+
+/// Writes `value` < 10^8 without leading zeros, and without a branch on how many there are.
+inline char* write_up_to_eight(char* out, std::uint64_t value) {
+    const std::uint64_t bytes = eight_digits(value);
+    const std::uint64_t last_byte = std::uint64_t{1} << 56;  // zero itself keeps one digit
+    const int leading = std::countr_zero(bytes | last_byte) / 8;
+    const std::uint64_t text = (bytes | ASCII_ZEROS) >> 8 * leading;
+    std::memcpy(out, &text, sizeof text);
+    return out + 8 - leading;
+}
+
+inline char* write_unsigned(char* out, std::uint64_t value) {
+    if (value < TEN_TO_8) return write_up_to_eight(out, value);
+    if (value < TEN_TO_16) return write_eight(write_up_to_eight(out, value / TEN_TO_8), value % TEN_TO_8);
+    const std::uint64_t rest = value % TEN_TO_16;
+    out = write_up_to_eight(out, value / TEN_TO_16);
+    return write_eight(write_eight(out, rest / TEN_TO_8), rest % TEN_TO_8);
+}
+
+struct OctetText {
+    std::array<char, 3> text;
+    std::uint8_t length;
+};
+
+inline constexpr auto OCTET_TEXTS = [] {
+    std::array<OctetText, 256> texts{};
+    for (unsigned value = 0; value < texts.size(); ++value) {
+        OctetText& entry = texts[value];
+        if (value >= 100) entry.text[entry.length++] = static_cast<char>('0' + value / 100);
+        if (value >= 10) entry.text[entry.length++] = static_cast<char>('0' + value / 10 % 10);
+        entry.text[entry.length++] = static_cast<char>('0' + value % 10);
+    }
+    return texts;
+}();
+
+inline char* write_octet(char* out, std::uint8_t value) {
+    const OctetText& entry = OCTET_TEXTS[value];
+    std::memcpy(out, &entry, sizeof entry);  // one store of four bytes
+    return out + entry.length;
+}
+
+}  // namespace digits
+
+template <std::integral Integer>
+inline char* write_number(char* out, Integer value) {
+    auto magnitude = static_cast<std::make_unsigned_t<Integer>>(value);
+    if constexpr (std::signed_integral<Integer>) {
+        *out = '-';
+        out += value < 0;
+        if (value < 0) magnitude = static_cast<decltype(magnitude)>(0 - magnitude);
+    }
+    if constexpr (sizeof value == 1)
+        return digits::write_octet(out, magnitude);
+    else
+        return digits::write_unsigned(out, magnitude);
 }
 
 }  // namespace zun::printing
