@@ -1,0 +1,35 @@
+// StorageFile: what the name and the first bytes of a storage file tell.
+
+#ifndef ZUN_INPUT_ROSBAG2_STORAGE_FILE_HPP
+#define ZUN_INPUT_ROSBAG2_STORAGE_FILE_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zun::input::rosbag2 {
+
+/// Up to 16 bytes. Throws std::system_error when the file cannot be read.
+std::vector<std::byte> read_first_bytes(const std::filesystem::path& file);
+
+/// The path without ".zstd" or ".zst" at its end.
+std::filesystem::path without_zstd(const std::filesystem::path& file);
+
+/// The storage files of a folder (.db3, .mcap, compressed or not), in the order of their numbers.
+std::vector<std::filesystem::path> storage_files(const std::filesystem::path& folder);
+
+/// A file name in its parts: "run_12.db3.zstd" is {"run", 12, ".db3"}.
+struct NumberedName {
+    std::string stem;
+    std::uint64_t number = 0;  ///< 0 when there is none
+    std::string extension;
+
+    friend auto operator<=>(const NumberedName&, const NumberedName&) = default;
+};
+NumberedName numbered_name(const std::filesystem::path& file);
+
+}  // namespace zun::input::rosbag2
+
+#endif
