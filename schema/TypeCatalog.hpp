@@ -10,23 +10,10 @@
 #include <memory>
 #include <string>
 
-#include "platform/error/InputError.hpp"
 #include "platform/xtypes/DynamicType.hpp"
+#include "schema/definition/UnknownType.hpp"
 
 namespace zun::schema {
-
-/// Thrown when no definition of a type is at hand. what() names the type, and who needs it.
-class UnknownType : public InputError {
-public:
-    /// `type_name`  the type that has no definition
-    UnknownType(const std::string& source, std::uint64_t line, const std::string& problem,
-                std::string type_name)
-        : InputError(source, line, problem), type_name_(std::move(type_name)) {}
-    const std::string& type_name() const { return type_name_; }
-
-private:
-    std::string type_name_;
-};
 
 class TypeCatalog {
 public:
@@ -47,8 +34,8 @@ public:
     ///
     /// `encoding`  "ros2msg", "ros2idl", "omgidl"; "" or "unknown" with an empty text: defined elsewhere
     /// Throws      UnknownType when it, or a type that it needs, is defined nowhere; InputError, with the
-    /// type's
-    ///             name as the source and line (and column, for IDL), when the text is malformed
+    ///             type's name as the source and line (and column, for IDL), when the text is malformed;
+    ///             where the fault lies in a file, its path is the source
     core::xtypes::DynamicTypeImpl type_of(const std::string& type_name, const std::string& encoding,
                                           const std::string& text);
 

@@ -1,0 +1,40 @@
+// TypeFolder: a folder with definition files, as ROS packages install them or loose.
+//
+//     share/geometry_msgs/msg/Point.msg          geometry_msgs/msg/Point
+//     my_msgs/srv/sub/Reset.srv                  my_msgs/srv/Reset and the types made from it
+//     anywhere/types.idl                         what it defines
+
+#ifndef ZUN_SCHEMA_TYPE_FOLDER_HPP
+#define ZUN_SCHEMA_TYPE_FOLDER_HPP
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "schema/definition/DefinitionTable.hpp"
+
+namespace zun::schema {
+
+class TypeFolder {
+public:
+    /// Throws std::system_error when there is no such folder. It is searched at the first find().
+    explicit TypeFolder(std::filesystem::path folder);
+
+    /// Null where no file defines `name`. What it returns lives as long as the folder.
+    const Definition* find(const std::string& name);
+
+private:
+    void search();
+    const DefinitionTable& table_of(const std::filesystem::path& file, const std::string& type_name);
+
+    std::filesystem::path folder_;
+    bool searched_ = false;
+    std::map<std::string, std::filesystem::path> files_;  // by the scoped name that a file's place gives
+    std::vector<std::filesystem::path> loose_idl_;
+    std::map<std::filesystem::path, DefinitionTable> tables_;
+};
+
+}  // namespace zun::schema
+
+#endif

@@ -1,0 +1,121 @@
+#include "schema/schema_text.hpp"
+
+#include <algorithm>
+#include <set>
+
+#include "schema/definition/TypeName.hpp"
+#include "schema/omgidl/idl_text.hpp"
+#include "schema/rosmsg/message_text.hpp"
+#include "schema/rosmsg/sections.hpp"
+
+namespace zun::schema {
+
+namespace {
+
+constexpr std::string_view well_known_text = R"(
+===
+MSG: builtin_interfaces/Time
+int32 sec
+uint32 nanosec
+===
+MSG: builtin_interfaces/Duration
+int32 sec
+uint32 nanosec
+===
+MSG: std_msgs/Header
+builtin_interfaces/Time stamp
+string frame_id
+===
+MSG: unique_identifier_msgs/UUID
+uint8[16] uuid
+===
+MSG: service_msgs/ServiceEventInfo
+uint8 event_type
+builtin_interfaces/Time stamp
+char[16] client_gid
+int64 sequence_number
+===
+MSG: action_msgs/GoalInfo
+unique_identifier_msgs/UUID goal_id
+builtin_interfaces/Time stamp
+===
+MSG: action_msgs/GoalStatus
+GoalInfo goal_info
+int8 status
+===
+MSG: action_msgs/GoalStatusArray
+GoalStatus[] status_list
+===
+SRV: action_msgs/CancelGoal
+GoalInfo goal_info
+---
+int8 return_code
+GoalInfo[] goals_canceling
+)";
+
+/// Takes a comment of either grammar, with what follows it on the last line of it.
+void skip_comment(std::string_view& text) {
+    const std::size_t end = text.starts_with("/*") ? text.find("*/") : text.find('\n');
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    if (text.starts_with('/')) text.remove_prefix(1);
+}
+
+bool starts_with_word(std::string_view text, std::string_view word) {
+    return text.starts_with(word) &&
+           (text.size() == word.size() ||
+            std::string_view(" \t\r\n").find(text[word.size()]) != std::string_view::npos);
+}
+
+/// Headers do not tell the grammar of what follows them: some IDL headers stand before .msg text.
+bool is_idl(std::string_view body) {
+    constexpr std::string_view words[] = {"module", "struct", "typedef", "const",    "enum",
+                                          "union",  "bitset", "bitmask", "#include", "#pragma"};
+    for (body = trimmed(body); !body.empty(); body = trimmed(body)) {
+        if (body.starts_with('@')) return true;
+        if (std::any_of(std::begin(words), std::end(words),
+                        [&](std::string_view word) { return starts_with_word(body, word); }))
+            return true;
+        const bool comment = body.starts_with('#') || body.starts_with("//") || body.starts_with("/*");
+        if (!comment) return false;
+        skip_comment(body);
+    }
+    return false;
+}
+
+/// A header without a body stands for a type that an IDL section defines.
+bool stands_for_idl(const Section& section, const std::set<std::string>& idl_names) {
+    return section.keyword == "MSG" && trimmed(section.body).empty() &&
+           idl_names.contains(ros_name(section.name));
+}
+
+}  // namespace
+
+DefinitionTable read_schema(const std::string& source, std::string_view type_name, std::string_view encoding,
+                            std::string_view text) {
+    DefinitionTable table(source);
+    if (encoding == "omgidl") {
+        read_idl_text(text, 1, table);
+        return table;
+    }
+    std::vector<Section> sections = sections_of(text);
+    if (sections.front().keyword.empty()) sections.front().name = type_name;
+    std::set<std::string> idl_names;
+    for (const Section& section : sections)
+        if (section.keyword == "IDL") idl_names.insert(ros_name(section.name));
+    for (const Section& section : sections) {
+        if (stands_for_idl(section, idl_names)) continue;
+        if (is_idl(section.body))
+            read_idl_text(section.body, section.first_line, table);
+        else
+            read_message_text(section, table);
+    }
+    add_derived_types(table);
+    return table;
+}
+
+const DefinitionTable& well_known_definitions() {
+    static const DefinitionTable table = read_schema("built-in", "", "ros2msg", well_known_text);
+    return table;
+}
+
+}  // namespace zun::schema
