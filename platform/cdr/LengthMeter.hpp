@@ -39,6 +39,9 @@ public:
     /// In the order of declaration.
     const std::vector<Field>& fields() const;
 
+    /// Sets every longest length to 0.
+    void reset();
+
 private:
     struct Impl;
     std::unique_ptr<Impl> impl_;

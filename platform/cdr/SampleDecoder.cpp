@@ -1,0 +1,126 @@
+#include "platform/cdr/SampleDecoder.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace zun::cdr {
+
+namespace {
+
+using core::xtypes::Extensibility;
+
+constexpr std::size_t padding_limit = 3;
+
+/// Takes note of nothing but characters that are none.
+struct Validator {
+    static constexpr bool WANTS_ABSENT = false;
+
+    void top_level_beginning() {}
+    void top_level_ending() {}
+    template <typename Place>
+    void complex_beginning(const Place&) {}
+    template <typename Place>
+    void complex_ending(const Place&) {}
+    template <typename Place>
+    void array_beginning(const Place&, const Plan&, std::uint32_t) {}
+    template <typename Place>
+    void array_ending(const Place&, const Plan&) {}
+    void unset_optional(const Member&) {}
+    template <bool Swapped, typename Place>
+    void scalar(const Place&, const Plan&, const std::byte*) {}
+    template <typename Place>
+    void string(const Place&, std::string_view) {}
+    template <bool Swapped, typename Place>
+    void wide_string(const Place&, WideText text) {
+        for (std::uint32_t i = 0; i < text.units;)
+            well_formed &= next_character<Swapped>(text, i) != NO_CHARACTER;
+    }
+    template <bool Swapped>
+    void scalars(const Member*, const Step&, const std::byte*) {}
+    template <bool Swapped>
+    void elements(const Plan&, std::uint32_t, const std::byte*) {}
+
+    bool well_formed = true;
+};
+
+std::size_t slot_of(const Encapsulation& head) {
+    const std::size_t form = head.root == Extensibility::FINAL        ? 0
+                             : head.root == Extensibility::APPENDABLE ? 1
+                                                                      : 2;
+    return form + (head.xcdr2 ? 3 : 0);
+}
+
+}  // namespace
+
+SampleDecoder::SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
+    : type_(type), source_(std::move(source)), writer_(writer) {
+    const Encapsulation plain;
+    candidates_[slot_of(plain)] = make_candidates(plain);  // a type that nobody can decode is refused here
+}
+
+Encapsulation SampleDecoder::encapsulation_of(std::span<const std::byte> payload) const {
+    Encapsulation head = read_encapsulation(payload, source_);
+    // ROS 2 types are plain; some of its writers announced a parameter list all the same.
+    if (writer_ == Writer::ROS2 && !head.xcdr2) head.root = Extensibility::FINAL;
+    return head;
+}
+
+const Program& SampleDecoder::program_of(Candidate& candidate, const Encapsulation& head) const {
+    if (!candidate.program)
+        candidate.program = std::make_unique<Program>(
+            type_,
+            Layout{.xcdr2 = head.xcdr2, .root = head.root, .writer = writer_, .reading = candidate.reading});
+    return *candidate.program;
+}
+
+SampleDecoder::Candidates SampleDecoder::make_candidates(const Encapsulation& head) const {
+    Candidate standard{standard_reading(head, writer_), nullptr};
+    const Dependence dependence = program_of(standard, head).dependence();
+    Candidates candidates;
+    for (const Reading& reading : readings_of(head, writer_, dependence))
+        candidates.push_back({reading, nullptr});
+    candidates.front().program = std::move(standard.program);
+    return candidates;
+}
+
+const Program& SampleDecoder::program_for(const Encapsulation& head, std::span<const std::byte> payload) {
+    Candidates& candidates = candidates_[slot_of(head)];
+    if (candidates.empty()) candidates = make_candidates(head);
+    if (candidates.size() == 1) return program_of(candidates.front(), head);
+
+    Candidate* deviating = nullptr;
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+        const Fit fit = fit_of(candidates[i], head, payload);
+        if (fit == Fit::EXACT) return program_of(promote(candidates, i), head);
+        if (fit == Fit::DEVIATES && deviating == nullptr) deviating = &candidates[i];
+    }
+    // What a proven reading cannot read is damage, and no ground for reading it in another way.
+    Candidate& first = candidates.front();
+    return program_of(deviating != nullptr && first.exact_fits == 0 ? *deviating : first, head);
+}
+
+SampleDecoder::Candidate& SampleDecoder::promote(Candidates& candidates, std::size_t index) {
+    ++candidates[index].exact_fits;
+    if (index > 0 && candidates[index].exact_fits > candidates[index - 1].exact_fits) {
+        std::swap(candidates[index], candidates[index - 1]);
+        --index;
+    }
+    return candidates[index];
+}
+
+SampleDecoder::Fit SampleDecoder::fit_of(Candidate& candidate, const Encapsulation& head,
+                                         std::span<const std::byte> payload) {
+    Validator validator;
+    try {
+        const Outcome outcome = walk(program_of(candidate, head), head, payload, validator);
+        if (outcome.left > padding_limit) return Fit::FAILS;
+        const auto rest = payload.last(outcome.left);
+        const bool zero =
+            std::all_of(rest.begin(), rest.end(), [](std::byte byte) { return byte == std::byte{0}; });
+        return outcome.exact && zero && validator.well_formed ? Fit::EXACT : Fit::DEVIATES;
+    } catch (const InputError&) {
+        return Fit::FAILS;
+    }
+}
+
+}  // namespace zun::cdr

@@ -1,0 +1,42 @@
+// WideText: a wide string as it lies in a sample, and its characters.
+
+#ifndef ZUN_PLATFORM_CDR_WIDE_TEXT_HPP
+#define ZUN_PLATFORM_CDR_WIDE_TEXT_HPP
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/cdr/Scalar.hpp"
+
+namespace zun::cdr {
+
+struct WideText {
+    const std::byte* data;
+    std::uint32_t units;
+    std::uint8_t unit_size;  ///< 2 bytes: UTF-16; 4: a UTF-16 unit or a whole character
+};
+
+/// Stands for a unit that is no character: half of a pair, or a number beyond all characters.
+inline constexpr char32_t NO_CHARACTER = 0xffffffff;
+
+template <bool Swapped>
+char32_t unit_at(const WideText& text, std::uint32_t index) {
+    if (text.unit_size == 2) return load<Swapped, std::uint16_t>(text.data + std::size_t{index} * 2);
+    return load<Swapped, std::uint32_t>(text.data + std::size_t{index} * 4);
+}
+
+/// The character that starts at unit `index`, which moves on to the next one.
+template <bool Swapped>
+char32_t next_character(const WideText& text, std::uint32_t& index) {
+    const char32_t first = unit_at<Swapped>(text, index++);
+    if (first < 0xd800 || (first > 0xdfff && first <= 0x10ffff)) return first;
+    if (first > 0xdbff || index == text.units) return NO_CHARACTER;
+    const char32_t second = unit_at<Swapped>(text, index);
+    if (second < 0xdc00 || second > 0xdfff) return NO_CHARACTER;
+    ++index;
+    return 0x10000 + ((first - 0xd800) << 10U) + (second - 0xdc00);
+}
+
+}  // namespace zun::cdr
+
+#endif

@@ -1,0 +1,264 @@
+#include "platform/printing/SamplePrinter.hpp"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "platform/cdr/SampleDecoder.hpp"
+#include "platform/printing/NumberText.hpp"
+#include "platform/printing/ValueText.hpp"
+
+namespace zun::printing {
+
+namespace {
+
+using cdr::Discriminator;
+using cdr::Item;
+using cdr::Member;
+using cdr::Plan;
+using cdr::Step;
+using cdr::TypeKind;
+using cdr::WideText;
+
+/// Turns what a walk meets into calls of a print format and the text of values.
+class Printer {
+public:
+    static constexpr bool WANTS_ABSENT = true;
+
+    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context) : format_(&format), context_(&context) {}
+
+    void top_level_beginning() { format_->print_top_level_beginning(format_, context_, "", depth_++); }
+    void top_level_ending() { format_->print_top_level_ending(format_, context_, "", --depth_); }
+
+    void complex_beginning(const Member& member) {
+        format_->print_complex_type_beginning(format_, context_, member.name, depth_++);
+    }
+    void complex_ending(const Member& member) {
+        format_->print_complex_type_ending(format_, context_, member.name, --depth_);
+    }
+    void complex_beginning(Item item) {
+        format_->print_complex_item_beginning(format_, context_, item.index, depth_++);
+    }
+    void complex_ending(Item item) {
+        format_->print_complex_item_ending(format_, context_, item.index, --depth_);
+    }
+
+    void array_beginning(const Member& member, const Plan&, std::uint32_t) {
+        format_->print_array_beginning(format_, context_, member.name, depth_++);
+    }
+    void array_ending(const Member& member, const Plan&) {
+        format_->print_array_ending(format_, context_, member.name, --depth_);
+    }
+    void array_beginning(Item item, const Plan&, std::uint32_t) {
+        format_->print_array_item_beginning(format_, context_, item.index, depth_++);
+    }
+    void array_ending(Item item, const Plan&) {
+        format_->print_array_item_ending(format_, context_, item.index, --depth_);
+    }
+
+    void unset_optional(const Member& member) {
+        format_->print_unset_optional_member_beginning(format_, context_, member.name, depth_);
+        format_->print_unset_optional_member_ending(format_, context_, member.name, depth_);
+    }
+
+    template <bool Swapped, typename Place>
+    void scalar(const Place& place, const Plan& plan, const std::byte* bytes) {
+        with_writer<Swapped>(plan.kind, [&](auto write) { print(place, plan, bytes, write); });
+    }
+
+    template <bool Swapped>
+    void scalars(const Member* members, const Step& step, const std::byte* bytes) {
+        if (step.kind == TypeKind::NO_TYPE) {
+            for (std::uint32_t i = 0; i < step.count; ++i, bytes += members->plan->scalar_size, ++members)
+                scalar<Swapped>(*members, *members->plan, bytes);
+            return;
+        }
+        const std::size_t size = members->plan->scalar_size;
+        with_writer<Swapped>(step.kind, [&, count = step.count](auto write) {
+            for (std::uint32_t i = 0; i < count; ++i)
+                print(members[i], *members[i].plan, bytes + i * size, write);
+        });
+    }
+
+    template <bool Swapped>
+    void elements(const Plan& plan, std::uint32_t count, const std::byte* bytes) {
+        const std::size_t size = plan.scalar_size;
+        with_writer<Swapped>(plan.kind, [&](auto write) {
+            for (std::uint32_t i = 0; i < count; ++i)
+                print(Item{i}, plan, bytes + i * size, write);
+        });
+    }
+
+    template <typename Place>
+    void string(const Place& place, std::string_view text) {
+        beginning(place);
+        append_text(context_, text);
+        ending(place);
+    }
+
+    template <bool Swapped, typename Place>
+    void wide_string(const Place& place, WideText text) {
+        beginning(place);
+        append_wide<Swapped>(text);
+        ending(place);
+    }
+
+private:
+    void beginning(const Member& member) {
+        format_->print_primitive_type_beginning(format_, context_, member.name, depth_);
+    }
+    void ending(const Member& member) {
+        format_->print_primitive_type_ending(format_, context_, member.name, depth_);
+    }
+    void beginning(Item item) {
+        format_->print_primitive_item_beginning(format_, context_, item.index, depth_);
+    }
+    void ending(Item item) { format_->print_primitive_item_ending(format_, context_, item.index, depth_); }
+    void beginning(Discriminator) { format_->print_union_discriminator_beginning(format_, context_, depth_); }
+    void ending(Discriminator) { format_->print_union_discriminator_ending(format_, context_, depth_); }
+
+    template <typename Place, typename Write>
+    void print(const Place& place, const Plan& plan, const std::byte* bytes, Write write) {
+        beginning(place);
+        write(*this, plan, bytes);
+        ending(place);
+    }
+
+    /// Calls `use` with the function that writes the text of one scalar of that kind, so that a loop over
+    /// many chooses once.
+    template <bool Swapped, typename Use>
+    static void with_writer(TypeKind kind, Use use) {
+        switch (kind) {
+            case TypeKind::BOOLEAN_TYPE:
+                return use(
+                    [](Printer& p, const Plan&, const std::byte* b) { p.boolean(*b != std::byte{0}); });
+            case TypeKind::OCTET_TYPE:
+            case TypeKind::UINT_8_TYPE:
+                return use(number_writer<Swapped, std::uint8_t>());
+            case TypeKind::INT_8_TYPE:
+                return use(number_writer<Swapped, std::int8_t>());
+            case TypeKind::INT_16_TYPE:
+                return use(number_writer<Swapped, std::int16_t>());
+            case TypeKind::UINT_16_TYPE:
+                return use(number_writer<Swapped, std::uint16_t>());
+            case TypeKind::INT_32_TYPE:
+                return use(number_writer<Swapped, std::int32_t>());
+            case TypeKind::UINT_32_TYPE:
+                return use(number_writer<Swapped, std::uint32_t>());
+            case TypeKind::INT_64_TYPE:
+                return use(number_writer<Swapped, std::int64_t>());
+            case TypeKind::UINT_64_TYPE:
+                return use(number_writer<Swapped, std::uint64_t>());
+            case TypeKind::FLOAT_32_TYPE:
+                return use(number_writer<Swapped, float>());
+            case TypeKind::FLOAT_64_TYPE:
+                return use(number_writer<Swapped, double>());
+            case TypeKind::FLOAT_128_TYPE:
+                return use([](Printer& p, const Plan&, const std::byte* b) { p.long_double<Swapped>(b); });
+            case TypeKind::ENUMERATION_TYPE:
+                return use(
+                    [](Printer& p, const Plan& e, const std::byte* b) { p.enumeration<Swapped>(e, b); });
+            default:  // the two characters
+                return use([](Printer& p, const Plan& c, const std::byte* b) { p.character<Swapped>(c, b); });
+        }
+    }
+
+    template <bool Swapped, typename Value>
+    static auto number_writer() {
+        return [](Printer& printer, const Plan&, const std::byte* bytes) {
+            printer.number(cdr::load<Swapped, Value>(bytes));
+        };
+    }
+
+    template <typename Value>
+    void number(Value value) {
+        if (char* const room = ZUNXMLSaveContext_room(context_, NUMBER_TEXT_SIZE)) {
+            ZUNXMLSaveContext_advance(context_, static_cast<std::size_t>(write_number(room, value) - room));
+            return;
+        }
+        std::array<char, NUMBER_TEXT_SIZE> text;
+        append(text.data(), write_number(text.data(), value));
+    }
+
+    void append(const char* begin, const char* end) {
+        ZUNXMLSaveContext_append(context_, begin, static_cast<std::size_t>(end - begin));
+    }
+
+    void boolean(bool value) { ZUNXMLSaveContext_appendString(context_, value ? "true" : "false"); }
+
+    template <bool Swapped>
+    void long_double(const std::byte* bytes) {
+        const long double value = cdr::load_long_double<Swapped>(bytes);
+        if (std::isnan(value)) return ZUNXMLSaveContext_appendString(context_, "nan");
+        std::array<char, 64> text;
+        append(text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr);
+    }
+
+    template <bool Swapped>
+    void enumeration(const Plan& plan, const std::byte* bytes) {
+        const std::int64_t value = cdr::load_integer<Swapped>(plan.carrier, bytes);
+        const auto name = format_->enum_as_string != 0 ? plan.enumerator_name(value) : std::string_view{};
+        if (name.empty()) return number(value);
+        ZUNXMLSaveContext_append(context_, name.data(), name.size());
+    }
+
+    /// A zero character is none, and has the text of an empty string.
+    template <bool Swapped>
+    void character(const Plan& plan, const std::byte* bytes) {
+        const auto code = static_cast<char32_t>(cdr::load_integer<Swapped>(plan.carrier, bytes));
+        append_text(context_, code == 0 ? std::string_view{} : utf8_of(code).view());
+    }
+
+    /// As append_text(), without the text in UTF-8 ever being whole.
+    template <bool Swapped>
+    void append_wide(WideText text) {
+        const bool quoted = needs_quotes<Swapped>(text);
+        if (quoted) ZUNXMLSaveContext_append(context_, "\"", 1);
+        for (std::uint32_t i = 0; i < text.units;) {
+            const char32_t character = cdr::next_character<Swapped>(text, i);
+            const Utf8 utf8 = utf8_of(character);
+            ZUNXMLSaveContext_append(context_, utf8.bytes.data(), utf8.size);
+            if (character == U'"') ZUNXMLSaveContext_append(context_, "\"", 1);
+        }
+        if (quoted) ZUNXMLSaveContext_append(context_, "\"", 1);
+    }
+
+    template <bool Swapped>
+    static bool needs_quotes(const WideText& text) {
+        for (std::uint32_t i = 0; i < text.units; ++i) {
+            const char32_t unit = cdr::unit_at<Swapped>(text, i);
+            if (unit == U',' || unit == U'"' || unit == U'\n' || unit == U'\r') return true;
+        }
+        return text.units == 0;
+    }
+
+    DDS_PrintFormat* format_;
+    ZUNXMLSaveContext* context_;
+    int depth_ = 0;
+};
+
+}  // namespace
+
+struct SamplePrinter::Impl {
+    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer)
+        : decoder(type, std::move(source), writer) {}
+    cdr::SampleDecoder decoder;
+};
+
+SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
+                             cdr::Writer writer)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer)) {}
+
+SamplePrinter::~SamplePrinter() = default;
+
+std::size_t SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
+                                 std::span<const std::byte> payload) {
+    Printer printer(format, context);
+    return impl_->decoder.decode(payload, printer);
+}
+
+}  // namespace zun::printing
