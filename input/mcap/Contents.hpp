@@ -1,0 +1,68 @@
+// Contents: what a recording holds, as found when it is opened; only read afterwards, by any thread.
+
+#ifndef ZUN_INPUT_MCAP_CONTENTS_HPP
+#define ZUN_INPUT_MCAP_CONTENTS_HPP
+
+#include "input/mcap/Piece.hpp"
+
+namespace zun::input::mcap {
+
+/// The channels by their ids. A damaged or badly merged recording can give an id a new meaning on its way;
+/// from that place on it is another channel.
+class ChannelTable {
+public:
+    /// Where a record stands: its piece, and its offset in the content of the piece.
+    struct Place {
+        std::uint64_t piece = 0;
+        std::uint64_t offset = 0;
+
+        friend constexpr auto operator<=>(const Place&, const Place&) = default;
+    };
+    struct Definition {
+        Place place;
+        std::uint32_t index = 0;
+        ChannelRecord record;
+    };
+    using Definitions = std::map<std::uint16_t, std::vector<Definition>>;
+
+    explicit ChannelTable(std::string source) : source_(std::move(source)) {}
+
+    /// False when the id had another schema until now; channels that follow have the new one.
+    bool add_schema(SchemaRecord schema);
+    /// False when the id was another channel until now.
+    bool add_channel(ChannelRecord record, Place place);
+    /// Gives their schemas to the channels that were defined before them.
+    void resolve_schemas();
+
+    bool has_schema(std::uint16_t id) const { return schemas_.count(id) > 0; }
+    const std::vector<Channel>& channels() const { return channels_; }
+    const Definitions& definitions() const { return definitions_; }
+    /// The channel that `id`, which is defined, means at `place`.
+    std::uint32_t index_at(std::uint16_t id, Place place) const;
+
+private:
+    void set_schema(std::uint16_t schema_id, Channel& channel) const;
+
+    std::string source_;
+    std::map<std::uint16_t, SchemaRecord> schemas_;
+    Definitions definitions_;
+    std::vector<Channel> channels_;
+};
+
+struct Contents {
+    ChannelTable channels;
+    std::vector<Piece> pieces = {};  ///< those with messages, in file order
+    Summary summary = {};
+    std::vector<Problem> problems = {};
+};
+
+/// Contents by the summary section alone. None when there is no summary that covers the whole file; `doubt`
+/// says why when the recording claims to have one. Throws std::system_error.
+std::optional<Contents> read_summary(const File& file, std::optional<Problem>& doubt);
+
+/// Contents by a pass over the whole file, damage included. Throws std::system_error.
+Contents scan(const File& file);
+
+}  // namespace zun::input::mcap
+
+#endif

@@ -1,0 +1,148 @@
+#include "input/mcap/McapStream.hpp"
+
+#include "input/mcap/Batches.hpp"
+#include "platform/error/InputError.hpp"
+
+namespace zun::input {
+
+namespace mcap {
+
+namespace {
+
+void check_magic(const File& file) {
+    std::array<std::byte, magic.size()> begin;
+    const std::size_t got = file.read(0, begin);
+    if (got == magic.size() && std::memcmp(begin.data(), magic.data(), got) == 0) return;
+    const bool is_version = got == magic.size() && is_mcap(begin);
+    throw InputError(file.name(), 0,
+                     "expected the magic of an MCAP file, found " +
+                         (got == 0     ? "an empty file"
+                          : is_version ? "version '" + std::string(1, static_cast<char>(begin[5])) +
+                                             "' of the format, which is not known"
+                                       : "other bytes"));
+}
+
+class McapStream final : public MessageStream {
+public:
+    McapStream(const std::filesystem::path& path, const McapLimits& limits)
+        : recording_(std::make_shared<const Recording>(path)), limits_(limits) {
+        start({});
+    }
+
+    const std::vector<Channel>& channels() const override { return recording_->contents.channels.channels(); }
+    const Summary& summary() const override { return recording_->contents.summary; }
+    std::span<const Problem> problems() const override { return recording_->contents.problems; }
+    void start(const Selection& selection) override;
+    std::unique_ptr<Batch> next_batch() override;
+
+private:
+    void open_piece();
+    void leave(const Key& until);
+    std::unique_ptr<Batch> slice(const Key& until);
+    std::unique_ptr<Batch> pick();
+    bool is_room() const { return open_bytes_ + waiting_[next_]->loaded_bytes() <= limits_.batch_bytes; }
+    Part closed(const Piece& piece) const {
+        return {std::make_shared<LoadedPiece>(recording_, filter_, piece), true};
+    }
+
+    std::shared_ptr<const Recording> recording_;
+    McapLimits limits_;
+    std::shared_ptr<const Filter> filter_;
+    std::vector<const Piece*>
+        waiting_;  // wanted ones, by their first keys; those before next_ have been opened
+    std::size_t next_ = 0;
+    std::vector<Part> open_;  // reach into the slice that comes
+    std::size_t open_bytes_ = 0;
+    Key from_;  // where that slice begins
+};
+
+void McapStream::start(const Selection& selection) {
+    filter_ = std::make_shared<const Filter>(recording_->contents.channels, selection);
+    waiting_.clear();
+    open_.clear();
+    next_ = 0;
+    open_bytes_ = 0;
+    from_ = {{std::numeric_limits<std::int64_t>::min(), 0}, 0};
+    for (const Piece& piece : recording_->contents.pieces)
+        if (filter_->wants(piece)) waiting_.push_back(&piece);
+    std::sort(waiting_.begin(), waiting_.end(),
+              [](const Piece* a, const Piece* b) { return a->first_key() < b->first_key(); });
+}
+
+std::unique_ptr<Batch> McapStream::next_batch() {
+    if (open_.empty() && next_ == waiting_.size()) return nullptr;
+    if (next_ < waiting_.size()) open_piece();
+    while (next_ < waiting_.size() && is_room())
+        open_piece();
+    if (open_.size() > 1 && open_bytes_ > limits_.overlap_bytes) return pick();
+    return slice(next_ < waiting_.size() ? waiting_[next_]->first_key() : Key::beyond_all());
+}
+
+void McapStream::open_piece() {
+    const Piece& piece = *waiting_[next_++];
+    open_bytes_ += piece.loaded_bytes();
+    open_.push_back(closed(piece));
+}
+
+/// Goes on to the slice that begins at `until`.
+void McapStream::leave(const Key& until) {
+    std::erase_if(open_, [&](const Part& part) { return part.piece->piece().last_key() < until; });
+    open_bytes_ = 0;
+    for (const Part& part : open_)
+        open_bytes_ += part.piece->piece().loaded_bytes();
+    from_ = until;
+}
+
+std::unique_ptr<Batch> McapStream::slice(const Key& until) {
+    auto batch = std::make_unique<SliceBatch>(open_, from_, until);
+    for (Part& part : open_)
+        part.is_new = false;
+    leave(until);
+    return batch;
+}
+
+/// A slice of as many messages as memory should hold, whichever pieces they are in; loads these in turn.
+std::unique_ptr<Batch> McapStream::pick() {
+    auto batch = std::make_unique<PickedBatch>(from_, Key::beyond_all(), limits_.overlap_bytes);
+    for (std::size_t n = 0; n < open_.size(); ++n) {
+        const Piece& piece = open_[n].piece->piece();
+        if (piece.first_key() < batch->until()) {
+            const Part fresh = closed(piece);
+            fresh.piece->load();
+            batch->add(*fresh.piece);
+            if (open_[n].is_new) batch->add_problems(*fresh.piece);
+            open_[n] = {closed(piece).piece, false};
+        }
+        if (n + 1 == open_.size() && next_ < waiting_.size() && waiting_[next_]->first_key() < batch->until())
+            open_piece();
+    }
+    batch->finish();
+    leave(batch->until());
+    return batch;
+}
+
+}  // namespace
+
+Recording::Recording(const std::filesystem::path& path) : file(path), contents{ChannelTable(file.name())} {
+    check_magic(file);
+    std::optional<Problem> doubt;
+    if (auto by_summary = read_summary(file, doubt)) {
+        contents = std::move(*by_summary);
+        return;
+    }
+    contents = scan(file);
+    if (doubt) contents.problems.insert(contents.problems.begin(), *doubt);
+}
+
+}  // namespace mcap
+
+bool is_mcap(std::span<const std::byte> first_bytes) {
+    constexpr std::size_t needed = 5;
+    return first_bytes.size() >= needed && std::memcmp(first_bytes.data(), mcap::magic.data(), needed) == 0;
+}
+
+std::unique_ptr<MessageStream> open_mcap(const std::filesystem::path& path, const McapLimits& limits) {
+    return std::make_unique<mcap::McapStream>(path, limits);
+}
+
+}  // namespace zun::input
