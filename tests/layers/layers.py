@@ -18,7 +18,7 @@ ARROWS = {
     "platform/xtypes": "",
     "platform/cdr": "platform/xtypes",
     "platform/printing": "platform/cdr platform/xtypes",
-    "schema/definition": "platform/xtypes",
+    "schema/definition": "platform/xtypes platform/logger",
     "schema/rosmsg": "schema/definition platform/xtypes",
     "schema/omgidl": "schema/definition platform/xtypes",
     "schema": "schema/rosmsg schema/omgidl schema/definition platform/xtypes",
@@ -44,11 +44,12 @@ DOORS = {
     r"CLI/.*": "cli",
     r"(oneapi/)?tbb/.*": "convert",
     r"spdlog/.*": "platform/logger",
-    r"nlohmann/.*|(gtest|gmock)/.*": "tests tests/*",
+    r"nlohmann/.*|(gtest|gmock)/.*": "tests",
     r"benchmark/.*": "benchmarks",
     r"[a-z]*mmintrin\.h": "platform/printing",
     r"fnmatch\.h": "platform/fnmatch",
-    r"(fcntl|unistd|signal|poll)\.h|sys/.*": "input input/* convert cli tests/*",
+    r"md5\.h|sys/types\.h": "schema/definition",
+    r"(fcntl|unistd|signal|poll)\.h|sys/.*": "input input/* convert cli tests",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
