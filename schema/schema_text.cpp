@@ -92,6 +92,8 @@ bool stands_for_idl(const Section& section, const std::set<std::string>& idl_nam
 
 DefinitionTable read_schema(const std::string& source, std::string_view type_name, std::string_view encoding,
                             std::string_view text) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
     DefinitionTable table(source);
     if (encoding == "omgidl") {
         read_idl_text(text, 1, table);

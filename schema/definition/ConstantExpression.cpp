@@ -101,11 +101,6 @@ Constant popped(std::vector<Constant>& stack) {
 
 }  // namespace
 
-InputError error_at(const std::string& source, const Position& position, const std::string& problem) {
-    return position.column == 0 ? InputError(source, position.line, problem)
-                                : InputError(source, position.line, position.column, problem);
-}
-
 Constant evaluate(const ConstantExpression& expression, const std::string& source,
                   const std::function<Constant(const Step&)>& value_of) {
     std::vector<Constant> stack;

@@ -13,17 +13,9 @@
 #include <variant>
 #include <vector>
 
-#include "platform/error/InputError.hpp"
+#include "schema/definition/Position.hpp"
 
 namespace zun::schema {
-
-/// A place in a text, both from 1. Column 0: the line is all that is known.
-struct Position {
-    std::uint64_t line = 1;
-    std::uint64_t column = 0;
-};
-
-InputError error_at(const std::string& source, const Position& position, const std::string& problem);
 
 /// Wide enough for the values of int64 and of uint64.
 __extension__ typedef __int128 Integer;

@@ -315,8 +315,10 @@ Constant TypeResolver::named_constant(const Step& step, const Definition& user) 
     }
     const auto* definition = std::get_if<ConstantDefinition>(&found->body);
     if (!definition) throw error_at(user.source, step.position, "'" + step.name + "' is no constant");
+    const auto known = constants_.find(found);
+    if (known != constants_.end()) return known->second;
     const Level level(*this, found, user.source, step.position);
-    return constant(definition->value, *found);
+    return constants_.emplace(found, constant(definition->value, *found)).first->second;
 }
 
 Integer TypeResolver::integer(const ConstantExpression& expression, const Definition& user, Integer lowest,

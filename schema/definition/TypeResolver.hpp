@@ -69,6 +69,7 @@ private:
 
     Find find_;
     std::unordered_map<const Definition*, core::xtypes::DynamicTypeImpl> types_;
+    std::unordered_map<const Definition*, Constant> constants_;
     std::unordered_set<const Definition*> open_;  // being made, from the outermost one in
     unsigned depth_ = 0;
 };

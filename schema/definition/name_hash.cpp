@@ -2,8 +2,6 @@
 
 #include <array>
 #include <md5.h>
-#include <sys/types.h>
-
 namespace zun::schema {
 
 std::uint32_t name_hash(const std::string& name) {

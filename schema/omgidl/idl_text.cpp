@@ -1,10 +1,11 @@
 #include "schema/omgidl/idl_text.hpp"
 
+#include "schema/omgidl/Parser.hpp"
+
 namespace zun::schema {
 
-void read_idl_text(std::string_view, std::uint64_t first_line, DefinitionTable& table) {
-    const Position position{first_line};
-    table.add_broken("", position, error_at(table.source(), position, "IDL cannot be read yet"));
+void read_idl_text(std::string_view text, std::uint64_t first_line, DefinitionTable& table) {
+    Parser(text, first_line, table).read();
 }
 
 }  // namespace zun::schema

@@ -141,7 +141,7 @@ private:
     }
 
     InputError expected(const std::string& what, std::string_view found) const {
-        return error_at(source_, position_, "expected " + what + ", found '" + std::string(found) + "'");
+        return error_at(source_, position_, "expected " + what + ", found " + quoted(found));
     }
 
     Definition definition_;

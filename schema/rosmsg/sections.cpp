@@ -39,7 +39,6 @@ std::string_view take_line(std::string_view& text) {
 }
 
 std::vector<Section> sections_of(std::string_view text) {
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     std::vector<Section> sections{Section{}};
     const char* begin = text.data();
     std::uint64_t line_number = 0;

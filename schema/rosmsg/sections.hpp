@@ -22,8 +22,8 @@ struct Section {
     std::uint64_t first_line = 1;   ///< of the body, in the whole text
 };
 
-/// The parts of `text`, which they refer to. A byte order mark is left out, and so is a first part of blanks
-/// where others follow. There is at least one part.
+/// The parts of `text`, which they refer to. A first part of blanks is left out where others follow. There is
+/// at least one part.
 std::vector<Section> sections_of(std::string_view text);
 
 /// Takes the first line off `text`: without its line end and blanks around it.

@@ -1,0 +1,55 @@
+// Lexer: IDL text to tokens. Comments and the lines of the preprocessor are passed over.
+
+#ifndef ZUN_SCHEMA_OMGIDL_LEXER_HPP
+#define ZUN_SCHEMA_OMGIDL_LEXER_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "schema/definition/ConstantExpression.hpp"
+
+namespace zun::schema {
+
+struct Token {
+    enum class Kind : std::uint8_t { END, WORD, NUMBER, CHARACTER, STRING, SYMBOL, BROKEN };
+    Kind kind = Kind::END;
+    std::string text = {};  ///< as written, a word without its escape; BROKEN: what is wrong with it
+    bool escaped = false;   ///< a word that is no keyword, whatever it says
+    Constant value = {};    ///< of NUMBER, CHARACTER and STRING
+    Position position = {};
+};
+
+class Lexer {
+public:
+    /// `first_line`  the number of the first line of `text`, which must outlive the lexer
+    Lexer(std::string_view text, std::uint64_t first_line) : text_(text), line_(first_line) {}
+
+    /// END again and again after the last token. Reads on after a BROKEN one.
+    Token next();
+
+private:
+    bool skip_blanks_and_comments();
+    void skip_line();
+    bool skip_comment();
+    Token word();
+    Token number();
+    Token literal(char quote);
+    Token symbol();
+
+    char at(std::size_t ahead = 0) const {
+        return offset_ + ahead < text_.size() ? text_[offset_ + ahead] : '\0';
+    }
+    Position position() const { return {line_, offset_ - line_begin_ + 1}; }
+    Token broken(const Position& position, std::string problem) const;
+
+    std::string_view text_;
+    std::size_t offset_ = 0;
+    std::uint64_t line_;
+    std::size_t line_begin_ = 0;
+};
+
+}  // namespace zun::schema
+
+#endif

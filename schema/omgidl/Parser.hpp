@@ -1,0 +1,107 @@
+// Parser: IDL text to definitions, by recursive descent; one operation for each rule of the grammar.
+
+#ifndef ZUN_SCHEMA_OMGIDL_PARSER_HPP
+#define ZUN_SCHEMA_OMGIDL_PARSER_HPP
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "schema/definition/DefinitionTable.hpp"
+#include "schema/omgidl/Lexer.hpp"
+
+namespace zun::schema {
+
+class Parser {
+public:
+    /// `text` and `table` must outlive the parser.
+    Parser(std::string_view text, std::uint64_t first_line, DefinitionTable& table);
+
+    /// Adds what the text defines to the table; a malformed definition becomes a broken one.
+    void read();
+
+private:
+    class Level;
+
+    struct Annotation {
+        std::string name;
+        Position position;
+        std::optional<ConstantExpression> value = {};
+    };
+    using Annotations = std::vector<Annotation>;
+
+    void definitions();
+    void definition();
+    void module();
+    void type_definition_or_other();
+    void constant();
+    void type_alias();
+    [[noreturn]] void refuse_unsupported();
+    void recover(unsigned braces);
+
+    /// Structure, union, enumeration, bit mask or bit set from its keyword to before the ";". Returns the
+    /// name.
+    std::string constructed_type(const Annotations& annotations);
+    void structure(const std::string& name, const Position& position, const Annotations& annotations);
+    void union_type(const std::string& name, const Position& position, const Annotations& annotations);
+    void enumeration(const std::string& name, const Position& position, const Annotations& annotations);
+    void bitmask(const std::string& name, const Position& position, const Annotations& annotations);
+    void bitset(const std::string& name, const Position& position);
+    void bit_fields(BitsetDefinition& body);
+    std::optional<TypeExpression> base();
+
+    void members(std::vector<MemberDefinition>& members, bool hashed_ids);
+    MemberDefinition member(const Annotations& annotations, const TypeExpression& type, bool hashed_ids);
+    std::vector<ConstantExpression> labels(bool& is_default);
+
+    TypeExpression type();
+    TypeExpression text_type(TypeExpression::Form form, const Position& position);
+    TypeExpression collection_type(TypeExpression::Form form, const Position& position);
+    TypeExpression named_type(const Position& position);
+    std::optional<core::xtypes::TypeKind> primitive();
+    core::xtypes::TypeKind long_kind(bool is_unsigned);
+    TypeExpression with_dimensions(TypeExpression element);
+    void open_template();
+    void close_template();
+
+    Annotations take_annotations();
+    Annotation take_annotation();
+    std::optional<ConstantExpression> annotation_value();
+    void skip_parentheses();
+    bool flag(const Annotations& annotations, std::string_view name) const;
+    core::xtypes::Extensibility extensibility(const Annotations& annotations) const;
+    bool hashed_ids(const Annotations& annotations) const;
+
+    ConstantExpression expression();
+    void operation(int lowest_precedence, ConstantExpression& result);
+    void operand(ConstantExpression& result);
+    void literal(ConstantExpression& result);
+
+    bool is(std::string_view symbol) const;
+    bool is_keyword(std::string_view word) const;
+    bool accept(std::string_view symbol);
+    bool accept_keyword(std::string_view word);
+    void expect(std::string_view symbol);
+    std::string take_name(const char* what);
+    std::string take_scoped_name();
+    void advance();
+    InputError expected(const std::string& what) const;
+
+    void add(const std::string& name, const Position& position, decltype(Definition::body) body);
+
+    Lexer lexer_;
+    Token token_;  // the next one to take
+    DefinitionTable& table_;
+    std::string scope_ = {};    // of the innermost module or structure
+    std::string defined_ = {};  // name of the definition being read, once it is known
+    unsigned braces_ = 0;       // open before token_
+    unsigned depth_ = 0;        // of nested rules
+    bool in_template_ = false;  // where ">>" closes two templates
+};
+
+}  // namespace zun::schema
+
+#endif
