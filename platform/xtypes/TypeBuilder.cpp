@@ -111,6 +111,7 @@ DynamicTypeImpl struct_type(StructSpec spec) {
         const DynamicTypeImpl base = spec.base->resolved();
         require(base.kind() == TypeKind::STRUCTURE_TYPE, spec.name,
                 "the base '" + base.name() + "' is no structure");
+        require(!StructTypeImpl(base).placeholder_octet(), spec.name, "a placeholder octet is no base");
         collect_names(StructTypeImpl(base), names);
         id = next_id(StructTypeImpl(base));
         node.related = base;

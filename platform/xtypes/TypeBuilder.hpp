@@ -45,7 +45,7 @@ struct MemberSpec {
 
 struct StructSpec {
     std::string name;
-    std::vector<MemberSpec> members;
+    std::vector<MemberSpec> members = {};
     std::optional<DynamicTypeImpl> base = {};  ///< a structure, or an alias of one; its ids come first
     Extensibility extensibility = Extensibility::UNSPECIFIED;
     bool placeholder_octet = false;  ///< only without members and base
@@ -73,7 +73,7 @@ struct UnionMemberSpec {
 struct UnionSpec {
     std::string name;
     DynamicTypeImpl discriminator;  ///< boolean, octet, char, integer or enumeration, or an alias of one
-    std::vector<UnionMemberSpec> members;
+    std::vector<UnionMemberSpec> members = {};
     Extensibility extensibility = Extensibility::UNSPECIFIED;
 };
 /// Labels are distinct, at most one member is the default, no member is called "_d".

@@ -57,6 +57,12 @@ const RefusedCase refused_cases[] = {
          struct_type({.name = "S", .members = {{"a", int32}}, .placeholder_octet = true});
      },
      "type 'S': a placeholder octet stands for no members"},
+    {"PlaceholderAsBase",
+     [] {
+         struct_type(
+             {.name = "S", .base = struct_type({.name = "B", .members = {}, .placeholder_octet = true})});
+     },
+     "type 'S': a placeholder octet is no base"},
     {"MemberWithoutName",
      [] {
          struct_type({.name = "S", .members = {{"", int32}}});
