@@ -1,0 +1,40 @@
+#include "convert/BatchSource.hpp"
+
+#include "platform/error/InputError.hpp"
+
+namespace zun::convert {
+
+void BatchSource::start() {
+    next_kept_ = 0;
+    to_skip_ = kept_.size();
+    const bool have_all = ended_ && keeping_;
+    if (!have_all) stream_.start(selection_);
+}
+
+SourceBatch BatchSource::next() {
+    if (next_kept_ < kept_.size()) return {std::move(kept_[next_kept_++]), true};
+    if (ended_ && keeping_) return {};
+    for (; to_skip_ > 0; --to_skip_)
+        read();
+    std::shared_ptr<input::Batch> batch = read();
+    if (!batch) ended_ = true;
+    return {std::move(batch), false};
+}
+
+void BatchSource::keep(std::shared_ptr<input::Batch> batch) {
+    keeping_ = keeping_ && kept_bytes_ + batch->loaded_bytes() <= budget_bytes_;
+    if (!keeping_) return;
+    kept_bytes_ += batch->loaded_bytes();
+    kept_.push_back(std::move(batch));
+}
+
+std::shared_ptr<input::Batch> BatchSource::read() {
+    try {
+        return stream_.next_batch();
+    } catch (const InputError& problem) {
+        cut_ = input::Problem{.source = "", .text = problem.what()};
+        return nullptr;
+    }
+}
+
+}  // namespace zun::convert

@@ -1,0 +1,71 @@
+// BatchStep: one batch on its way through a pass.
+
+#ifndef ZUN_CONVERT_BATCH_STEP_HPP
+#define ZUN_CONVERT_BATCH_STEP_HPP
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "convert/BatchSource.hpp"
+#include "convert/Settings.hpp"
+#include "convert/Topic.hpp"
+#include "convert/pipeline.hpp"
+
+namespace zun::convert {
+
+/// What the steps of one pass share. Only touched where steps go in order.
+class Pass {
+public:
+    /// All must outlive the pass.
+    Pass(std::string activity, const std::vector<Topic>& topics, std::size_t channel_count,
+         std::uint64_t every, const Watch& watch);
+
+    /// The index of the topic that `channel` belongs to; none for channels that nobody wants.
+    std::optional<std::size_t> topic_of(std::uint32_t channel) const { return topic_of_channel_[channel]; }
+    /// Whether this message of its topic, the next in order, is one of those wanted.
+    bool takes_next(std::size_t topic) { return seen_[topic]++ % every_ == 0; }
+    bool takes_all() const { return every_ == 1; }
+    /// Tells the watch; throws Interrupted when it wants an end.
+    void advance(std::uint64_t messages);
+
+private:
+    std::string activity_;
+    std::vector<std::optional<std::size_t>> topic_of_channel_;
+    std::vector<std::uint64_t> seen_;  // messages by topic
+    std::uint64_t every_;
+    std::uint64_t done_ = 0;
+    std::uint64_t total_ = 0;
+    const Watch& watch_;
+};
+
+class BatchStep : public Step {
+public:
+    BatchStep(Pass& pass, SourceBatch source) : pass_(pass), source_(std::move(source)) {}
+    void load() override;
+    void pick() override;
+
+protected:
+    Pass& pass() { return pass_; }
+    const std::shared_ptr<input::Batch>& batch() const { return source_.batch; }
+
+    /// Calls `use` with the index of the topic and the message, for each message that is wanted.
+    template <typename Use>
+    void for_each_picked(const Use& use) const {
+        const auto messages = source_.batch->messages();
+        for (std::size_t i = 0; i < messages.size(); ++i) {
+            const auto topic = pass_.topic_of(messages[i].channel);
+            if (topic && (picked_.empty() || picked_[i])) use(*topic, messages[i]);
+        }
+    }
+
+private:
+    Pass& pass_;
+    SourceBatch source_;
+    std::vector<bool> picked_;  // by message; empty for all
+};
+
+}  // namespace zun::convert
+
+#endif

@@ -1,0 +1,68 @@
+// Conversion: recordings in, CSV files out.
+//
+//     open, find topics, measure lengths      for every recording
+//     choose limits, count columns            for every topic of a recording
+//     write headers and rows                  for every recording; its files appear together at its end
+
+#ifndef ZUN_CONVERT_CONVERSION_HPP
+#define ZUN_CONVERT_CONVERSION_HPP
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "convert/RecordingRun.hpp"
+#include "convert/Report.hpp"
+#include "convert/Settings.hpp"
+#include "schema/TypeCatalog.hpp"
+
+namespace zun::convert {
+
+class Conversion {
+public:
+    /// `catalog`  must outlive the conversion
+    Conversion(Settings settings, std::vector<Recording> recordings, schema::TypeCatalog& catalog,
+               Watch watch)
+        : settings_(std::move(settings)),
+          watch_(std::move(watch)),
+          recordings_(std::move(recordings)),
+          catalog_(catalog) {}
+    Conversion(const Conversion&) = delete;
+    Conversion& operator=(const Conversion&) = delete;
+
+    /// Converts all recordings; fills `report` while it goes, so that it tells what was finished when this
+    /// throws.
+    ///
+    /// A recording that cannot be opened or has no wanted topic costs that recording.
+    /// Throws  std::system_error when a file exists already (before anything is read), or cannot be written;
+    ///         InputError for damage where settings are strict; Interrupted
+    void run(Report& report);
+
+    /// The longest lengths of all recordings by topic name, for a limits file. Failures go into `report`.
+    LimitsByTopic measure(Report& report);
+
+    /// One topic of the first recording with the limits that run() would give it. Throws std::runtime_error
+    /// when there is no such topic, or when it is refused.
+    std::pair<Topic, Limits> plan(const std::string& topic);
+
+private:
+    /// The run of recording `index`; null, with the reason in `report`, when it cannot be opened.
+    std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report);
+    void prepare(Report& report);
+    void convert(std::size_t index, RecordingReport& report);
+    std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
+    Limits limits_of(Topic& topic, TopicReport& report);
+    bool measures() const { return settings_.fit && !settings_.limits; }
+
+    Settings settings_;
+    Watch watch_;
+    std::vector<Recording> recordings_;
+    schema::TypeCatalog& catalog_;
+    TopicLengths lengths_;
+    std::unique_ptr<RecordingRun> kept_run_;  // of the only recording, with the batches that it has kept
+};
+
+}  // namespace zun::convert
+
+#endif

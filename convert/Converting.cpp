@@ -1,0 +1,211 @@
+#include "convert/Converting.hpp"
+
+#include <algorithm>
+
+#include "platform/error/InputError.hpp"
+
+namespace zun::convert {
+
+namespace {
+
+constexpr std::size_t REASONS_KEPT = 3;
+constexpr std::size_t PROBLEMS_KEPT = 20;
+constexpr std::size_t MOST_PADDING = 3;
+
+/// The fewest elements that a field keeps anywhere.
+std::uint32_t fewest_kept(const Limits::Field& field) {
+    std::uint32_t fewest = field.limit;
+    for (const Limits::ElementRule& rule : field.element_rules)
+        fewest = std::min(fewest, rule.limit);
+    return fewest;
+}
+
+bool may_be_cut(const Limits& limits, const Lengths* lengths) {
+    return std::any_of(limits.fields().begin(), limits.fields().end(), [&](const Limits::Field& field) {
+        if (lengths == nullptr) return true;
+        const auto longest = lengths->find(field.full_name);
+        return longest == lengths->end() || longest->second > fewest_kept(field);
+    });
+}
+
+void add_cuts(std::vector<CutField>& total, const std::vector<CutField>& more) {
+    for (std::size_t i = 0; i < more.size(); ++i) {
+        total[i].rows += more[i].rows;
+        total[i].longest = std::max(total[i].longest, more[i].longest);
+    }
+}
+
+}  // namespace
+
+TopicWork::TopicWork(const Topic& topic, const Settings& settings, const Limits& limits,
+                     const Lengths* lengths)
+    : topic_(topic), settings_(settings) {
+    property_.empty_member_value_representation(settings.empty_text)
+        .enum_as_string(settings.enum_as_string)
+        .include_source_timestamp(settings.source_timestamp);
+    limits.add_to(property_);
+    if (!may_be_cut(limits, lengths)) return;
+    auto meter = take_meter();
+    for (const auto& measured : meter->fields()) {
+        const auto& fields = limits.fields();
+        const auto field = std::find_if(fields.begin(), fields.end(), [&](const Limits::Field& candidate) {
+            return candidate.full_name == measured.full_name;
+        });
+        if (field == fields.end()) throw std::logic_error("no limit for '" + measured.full_name + "'");
+        fields_.push_back({.field = field->full_name,
+                           .columns = fewest_kept(*field),
+                           .unwanted = field->origin == Limits::Origin::SKIPPED});
+    }
+    meters_.give(std::move(meter));
+}
+
+std::string TopicWork::header() {
+    auto converter = take_converter();
+    std::string header = converter->header();
+    converters_.give(std::move(converter));
+    return header;
+}
+
+std::unique_ptr<TopicConverter> TopicWork::take_converter() {
+    return converters_.take(
+        [&] { return std::make_unique<TopicConverter>(topic_, property_, settings_.time_format); });
+}
+
+std::unique_ptr<cdr::LengthMeter> TopicWork::take_meter() {
+    return meters_.take(
+        [&] { return std::make_unique<cdr::LengthMeter>(*topic_.type, topic_.name, topic_.writer); });
+}
+
+/// The rows that one batch adds to a topic.
+class TopicWork::Rows {
+public:
+    explicit Rows(TopicWork& work) : work_(work), converter_(work.take_converter()), cuts_(work.fields_) {
+        if (!cuts_.empty()) meter_ = work.take_meter();
+    }
+
+    void add(const input::Message& message) {
+        try {
+            const std::size_t left_over = converter_->append_row(text_, message);
+            ++rows_;
+            if (left_over > MOST_PADDING) ++left_over_;
+        } catch (const InputError& problem) {
+            if (work_.settings_.strict) throw;
+            refuse(message, problem);
+            return;
+        }
+        if (meter_) count_cuts(message);
+    }
+
+    void release() {
+        work_.converters_.give(std::move(converter_));
+        if (meter_) work_.meters_.give(std::move(meter_));
+    }
+
+    const std::string& text() const { return text_; }
+
+    void add_to(TopicReport& report) const {
+        report.rows += rows_;
+        report.unreadable += unreadable_;
+        report.left_over += left_over_;
+        for (std::size_t i = 0; i < reasons_.size() && report.reasons.size() < REASONS_KEPT; ++i)
+            report.reasons.push_back(reasons_[i]);
+        add_cuts(report.cuts, cuts_);
+    }
+
+private:
+    void refuse(const input::Message& message, const InputError& problem) {
+        ++unreadable_;
+        if (reasons_.size() >= REASONS_KEPT) return;
+        std::string reason = "at ";
+        append_time(reason, message.log_time, work_.settings_.time_format);
+        reasons_.push_back(reason + ": " + problem.what());
+    }
+
+    void count_cuts(const input::Message& message) {
+        meter_->reset();
+        meter_->measure(message.data);
+        for (std::size_t i = 0; i < cuts_.size(); ++i) {
+            const std::uint32_t length = meter_->fields()[i].longest;
+            cuts_[i].longest = std::max(cuts_[i].longest, length);
+            if (length > cuts_[i].columns) ++cuts_[i].rows;
+        }
+    }
+
+    TopicWork& work_;
+    std::unique_ptr<TopicConverter> converter_;
+    std::unique_ptr<cdr::LengthMeter> meter_;
+    std::string text_;
+    std::uint64_t rows_ = 0;
+    std::uint64_t unreadable_ = 0;
+    std::uint64_t left_over_ = 0;
+    std::vector<std::string> reasons_;
+    std::vector<CutField> cuts_;
+};
+
+class Converting::ConvertStep : public BatchStep {
+public:
+    ConvertStep(Converting& all, Pass& pass, SourceBatch source)
+        : BatchStep(pass, std::move(source)), all_(all), place_(all.work_.size()) {}
+
+    void work() override {
+        for_each_picked([&](std::size_t topic, const input::Message& message) {
+            if (place_[topic] == 0) {
+                rows_.emplace_back(topic, *all_.work_[topic]);
+                place_[topic] = rows_.size();
+            }
+            rows_[place_[topic] - 1].second.add(message);
+        });
+        for (auto& [topic, rows] : rows_)
+            rows.release();
+    }
+
+    void finish() override {
+        for (const auto& [topic, rows] : rows_) {
+            rows.add_to(all_.report_.topics[topic]);
+            all_.write(topic, rows.text());
+        }
+        for (const input::Problem& problem : batch()->problems())
+            add_problem(all_.report_, problem, all_.settings_.strict);
+        pass().advance(batch()->messages().size());
+    }
+
+private:
+    Converting& all_;
+    std::vector<std::size_t> place_;  // by topic: 1 + place in rows_, 0 for none
+    std::deque<std::pair<std::size_t, TopicWork::Rows>> rows_;
+};
+
+Converting::Converting(const std::vector<Topic>& topics, const Settings& settings,
+                       const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
+                       Output& output, RecordingReport& report)
+    : settings_(settings), output_(output), report_(report), work_(topics.size()) {
+    for (std::size_t i = 0; i < topics.size(); ++i) {
+        if (topics[i].file.empty()) continue;
+        const auto known = lengths.find(topics[i].identity);
+        work_[i].emplace(topics[i], settings, limits[i], known == lengths.end() ? nullptr : &known->second);
+        report.topics[i].cuts = work_[i]->fields();
+    }
+}
+
+void Converting::write_headers() {
+    for (std::size_t i = 0; i < work_.size(); ++i)
+        if (work_[i]) write(i, work_[i]->header());
+}
+
+std::unique_ptr<Step> Converting::step(Pass& pass, SourceBatch batch) {
+    return std::make_unique<ConvertStep>(*this, pass, std::move(batch));
+}
+
+void Converting::write(std::size_t topic, const std::string& text) {
+    output_.write(topic, text);
+    report_.topics[topic].bytes += text.size();
+}
+
+void add_problem(RecordingReport& report, const input::Problem& problem, bool strict) {
+    if (strict) throw InputError(problem.source, problem.position, problem.text);
+    ++report.problem_count;
+    report.messages_lost += problem.messages_lost;
+    if (report.problems.size() < PROBLEMS_KEPT) report.problems.push_back(problem);
+}
+
+}  // namespace zun::convert

@@ -1,0 +1,73 @@
+// Converting: the pass that makes rows.
+
+#ifndef ZUN_CONVERT_CONVERTING_HPP
+#define ZUN_CONVERT_CONVERTING_HPP
+
+#include <deque>
+#include <optional>
+
+#include "convert/BatchStep.hpp"
+#include "convert/Limits.hpp"
+#include "convert/Output.hpp"
+#include "convert/Pool.hpp"
+#include "convert/Report.hpp"
+#include "convert/TopicConverter.hpp"
+#include "platform/cdr/LengthMeter.hpp"
+
+namespace zun::convert {
+
+/// One topic, for all threads.
+class TopicWork {
+public:
+    /// `topic`, `settings`  must outlive this
+    /// `lengths`            the longest of each field, where they are known
+    TopicWork(const Topic& topic, const Settings& settings, const Limits& limits, const Lengths* lengths);
+
+    /// For one thread at a time: takes what it needs, and gives it back.
+    class Rows;
+
+    std::string header();
+    const std::vector<CutField>& fields() const { return fields_; }  ///< those that may be cut, uncounted
+
+private:
+    std::unique_ptr<TopicConverter> take_converter();
+    std::unique_ptr<cdr::LengthMeter> take_meter();
+
+    const Topic& topic_;
+    const Settings& settings_;
+    tamber::utils::PrintFormatCsvProperty property_;
+    std::vector<CutField> fields_;  // those of the meter; empty when nothing can be cut
+    Pool<TopicConverter> converters_;
+    Pool<cdr::LengthMeter> meters_;
+};
+
+/// Counts `problem` in `report`; where damage is an error, throws it as InputError instead.
+void add_problem(RecordingReport& report, const input::Problem& problem, bool strict);
+
+class Converting {
+public:
+    /// All must outlive this.
+    ///
+    /// `limits`  by topic
+    /// `report`  its topics are `topics`
+    Converting(const std::vector<Topic>& topics, const Settings& settings, const std::vector<Limits>& limits,
+               const std::map<std::string, Lengths>& lengths, Output& output, RecordingReport& report);
+
+    /// Writes the header of every topic that has a file.
+    void write_headers();
+    std::unique_ptr<Step> step(Pass& pass, SourceBatch batch);
+
+private:
+    class ConvertStep;
+
+    void write(std::size_t topic, const std::string& text);
+
+    const Settings& settings_;
+    Output& output_;
+    RecordingReport& report_;
+    std::deque<std::optional<TopicWork>> work_;  // by topic; none where there is no file
+};
+
+}  // namespace zun::convert
+
+#endif

@@ -1,0 +1,130 @@
+#include "convert/Output.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace zun::convert {
+
+namespace {
+
+constexpr std::size_t FILE_PENDING_BYTES = 256 * 1024;
+constexpr std::size_t ALL_PENDING_BYTES = 16 * 1024 * 1024;
+
+[[noreturn]] void fail(const char* action, const std::string& name) {
+    throw std::system_error(errno, std::generic_category(), std::string(action) + " '" + name + "'");
+}
+
+void write_all(int descriptor, std::string_view text, const std::string& name) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR) fail("cannot write", name);
+        if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+/// Half of what the system allows, for the recordings need some.
+std::size_t most_open_files() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 8;
+    return std::clamp<std::size_t>(limit.rlim_cur / 2, 4, 512);
+}
+
+void rename_file(const std::filesystem::path& from, const std::filesystem::path& to, bool overwrite) {
+    if (!overwrite) {
+        if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
+        if (errno != EINVAL && errno != ENOSYS) fail("cannot make", to.string());  // a file system without it
+    }
+    if (::rename(from.c_str(), to.c_str()) != 0) fail("cannot make", to.string());
+}
+
+}  // namespace
+
+OutputFiles::OutputFiles(std::filesystem::path folder, const std::vector<std::string>& names, bool overwrite)
+    : folder_(std::move(folder)), overwrite_(overwrite), most_open_(most_open_files()) {
+    files_.reserve(names.size());
+    for (const std::string& name : names)
+        files_.push_back({folder_ / name, folder_ / (name + ".part")});
+}
+
+OutputFiles::~OutputFiles() {
+    for (File& file : files_) {
+        if (file.descriptor >= 0) ::close(file.descriptor);
+        if (file.made) ::unlink(file.part.c_str());
+    }
+}
+
+void OutputFiles::write(std::size_t topic, std::string_view text) {
+    File& file = files_[topic];
+    if (file.pending.size() + text.size() >= FILE_PENDING_BYTES) {
+        flush(file);
+        open(file);
+        return write_all(file.descriptor, text, file.path.string());
+    }
+    file.pending += text;
+    pending_bytes_ += text.size();
+    if (pending_bytes_ < ALL_PENDING_BYTES) return;
+    for (File& other : files_)
+        flush(other);
+}
+
+void OutputFiles::finish() {
+    for (File& file : files_) {
+        flush(file);
+        close(file);
+    }
+    for (File& file : files_) {
+        if (!file.made) continue;
+        rename_file(file.part, file.path, overwrite_);
+        file.made = false;
+    }
+}
+
+void OutputFiles::refuse_existing(const std::filesystem::path& folder,
+                                  const std::vector<std::string>& names) {
+    for (const std::string& name : names)
+        if (!name.empty() && std::filesystem::exists(folder / name))
+            throw std::system_error(std::make_error_code(std::errc::file_exists),
+                                    "'" + (folder / name).string() + "' (--overwrite replaces it)");
+}
+
+void OutputFiles::flush(File& file) {
+    if (file.pending.empty()) return;
+    open(file);
+    write_all(file.descriptor, file.pending, file.path.string());
+    pending_bytes_ -= file.pending.size();
+    file.pending = {};
+}
+
+void OutputFiles::open(File& file) {
+    if (file.descriptor >= 0) {
+        open_.splice(open_.begin(), open_, file.use);
+        return;
+    }
+    if (!file.made) std::filesystem::create_directories(folder_);
+    if (open_.size() >= most_open_) close(*open_.back());
+    const int mode = file.made ? O_APPEND : O_CREAT | O_TRUNC;
+    file.descriptor = ::open(file.part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | mode, 0666);
+    if (file.descriptor < 0) fail("cannot make", file.part.string());
+    file.made = true;
+    open_.push_front(&file);
+    file.use = open_.begin();
+}
+
+void OutputFiles::close(File& file) {
+    if (file.descriptor < 0) return;
+    open_.erase(file.use);
+    const int result = ::close(std::exchange(file.descriptor, -1));
+    if (result != 0 && errno != EINTR) fail("cannot write", file.path.string());
+}
+
+void OutputStream::write(std::size_t, std::string_view text) {
+    write_all(descriptor_, text, name_);
+}
+
+}  // namespace zun::convert

@@ -1,0 +1,90 @@
+// Output: where the text of each topic goes.
+//
+// In: blocks of whole rows, topic by topic. Out: files that bear their names only once they are complete, one
+// stream, or nothing but a count.
+
+#ifndef ZUN_CONVERT_OUTPUT_HPP
+#define ZUN_CONVERT_OUTPUT_HPP
+
+#include <cstdint>
+#include <filesystem>
+#include <list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zun::convert {
+
+class Output {
+public:
+    virtual ~Output() = default;
+    /// Appends to the text of `topic`. Throws std::system_error, naming the file, when it cannot.
+    virtual void write(std::size_t topic, std::string_view text) = 0;
+    /// Makes what was written permanent. Once, after the last write.
+    virtual void finish() = 0;
+};
+
+/// One file a topic, thousands at need: few are open at a time. Without finish() no file is left behind.
+class OutputFiles : public Output {
+public:
+    /// Nothing is made before the first write.
+    ///
+    /// `folder`     made when it is not there
+    /// `names`      by topic, without folder; empty where nothing is written
+    /// `overwrite`  whether finish() replaces files of these names; else it throws std::system_error
+    OutputFiles(std::filesystem::path folder, const std::vector<std::string>& names, bool overwrite);
+    ~OutputFiles() override;
+    OutputFiles(const OutputFiles&) = delete;
+    OutputFiles& operator=(const OutputFiles&) = delete;
+
+    void write(std::size_t topic, std::string_view text) override;
+    void finish() override;
+
+    /// Throws std::system_error when `folder` has a file of one of these names.
+    static void refuse_existing(const std::filesystem::path& folder, const std::vector<std::string>& names);
+
+private:
+    struct File {
+        std::filesystem::path path;
+        std::filesystem::path part;           // the same while it is unfinished
+        std::string pending = {};             // not yet written
+        int descriptor = -1;                  // open while 0 or more
+        bool made = false;                    // the part exists
+        std::list<File*>::iterator use = {};  // in open_, while open
+    };
+
+    void flush(File& file);
+    void open(File& file);
+    void close(File& file);
+
+    std::filesystem::path folder_;
+    bool overwrite_;
+    std::size_t most_open_;
+    std::size_t pending_bytes_ = 0;
+    std::vector<File> files_;
+    std::list<File*> open_;  // most recently used first
+};
+
+/// All text to one descriptor, which stays the caller's.
+class OutputStream : public Output {
+public:
+    /// `name`  what errors call it
+    OutputStream(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
+    void write(std::size_t topic, std::string_view text) override;
+    void finish() override {}
+
+private:
+    int descriptor_;
+    std::string name_;
+};
+
+/// Text that nobody needs but for its size.
+class OutputNothing : public Output {
+public:
+    void write(std::size_t, std::string_view) override {}
+    void finish() override {}
+};
+
+}  // namespace zun::convert
+
+#endif

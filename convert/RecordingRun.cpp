@@ -1,0 +1,73 @@
+#include "convert/RecordingRun.hpp"
+
+#include <algorithm>
+
+#include "convert/Converting.hpp"
+#include "convert/Measuring.hpp"
+#include "convert/pipeline.hpp"
+#include "convert/type_walk.hpp"
+
+namespace zun::convert {
+
+namespace {
+
+/// Decompressed batches that wait from the first pass for the second.
+constexpr std::size_t KEPT_BATCHES_BYTES = 48 * 1024 * 1024;
+
+bool has_unbounded(const Topic& topic) {
+    bool found = false;
+    if (topic.type) for_each_unbounded(*topic.type, "", [&](const auto&, const auto&) { found = true; });
+    return found;
+}
+
+}  // namespace
+
+RecordingRun::RecordingRun(const Recording& recording, schema::TypeCatalog& catalog, const Settings& settings,
+                           const Watch& watch)
+    : settings_(settings),
+      watch_(watch),
+      stream_(recording.open()),
+      topics_(topics_of(*stream_, catalog, settings.topics)),
+      batches_(*stream_, selection(), KEPT_BATCHES_BYTES) {}
+
+input::Selection RecordingRun::selection() const {
+    input::Selection selection;
+    selection.channels.resize(stream_->channels().size());
+    for (const Topic& topic : topics_)
+        for (const std::uint32_t channel : topic.channels)
+            selection.channels[channel] = topic.type.has_value();
+    const input::Summary& summary = stream_->summary();
+    if (!summary.first || !summary.last) return selection;
+    if (settings_.start) selection.start = settings_.start->resolved(*summary.first, *summary.last);
+    if (settings_.end) selection.end = settings_.end->resolved(*summary.first, *summary.last);
+    return selection;
+}
+
+void RecordingRun::measure(TopicLengths& lengths) {
+    if (std::none_of(topics_.begin(), topics_.end(), has_unbounded)) return;
+    Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
+    Measuring measuring(topics_, batches_, pass);
+    batches_.start();
+    run_steps(settings_.jobs, [&] {
+        SourceBatch batch = batches_.next();
+        return batch.batch ? measuring.step(std::move(batch)) : nullptr;
+    });
+    measuring.add_to(lengths);
+}
+
+void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
+                           RecordingReport& report) {
+    for (const input::Problem& problem : stream_->problems())
+        add_problem(report, problem, settings_.strict);
+    Pass pass("converting", topics_, stream_->channels().size(), settings_.every, watch_);
+    Converting converting(topics_, settings_, limits, lengths, output, report);
+    converting.write_headers();
+    batches_.start();
+    run_steps(settings_.jobs, [&] {
+        SourceBatch batch = batches_.next();
+        return batch.batch ? converting.step(pass, std::move(batch)) : nullptr;
+    });
+    if (batches_.cut()) add_problem(report, *batches_.cut(), settings_.strict);
+}
+
+}  // namespace zun::convert

@@ -1,0 +1,70 @@
+// Report: what a conversion did, topic by topic, and what it lost.
+
+#ifndef ZUN_CONVERT_REPORT_HPP
+#define ZUN_CONVERT_REPORT_HPP
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "input/MessageStream.hpp"
+
+namespace zun::convert {
+
+/// A field whose elements did not all get into the file.
+struct CutField {
+    std::string field;          ///< "markers[*].points"
+    std::uint32_t columns = 0;  ///< elements that have columns
+    std::uint32_t longest = 0;  ///< elements of the longest sequence seen
+    std::uint64_t rows = 0;     ///< rows with more elements than columns
+    bool unwanted = false;      ///< left out on purpose
+    std::string option = {};    ///< what would keep all of it
+};
+
+struct TopicReport {
+    std::string topic;
+    std::string type_name;
+    std::string file = {};     ///< empty when the topic has none
+    std::string refusal = {};  ///< why it has none
+    std::uint64_t rows = 0;
+    std::uint64_t columns = 0;              ///< without the timestamps
+    std::uint64_t bytes = 0;                ///< of the file
+    std::uint64_t unreadable = 0;           ///< messages that are no samples of the type
+    std::vector<std::string> reasons = {};  ///< of the first few of them
+    std::uint64_t left_over = 0;            ///< rows whose message goes on after the sample
+    std::vector<CutField> cuts = {};
+    std::vector<std::string> hints = {};
+};
+
+struct RecordingReport {
+    std::string name;
+    std::string folder = {};
+    std::string failure = {};  ///< why it was not converted
+    bool finished = false;     ///< its files are complete
+    std::vector<TopicReport> topics = {};
+    std::uint64_t problem_count = 0;
+    std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
+    std::vector<input::Problem> problems = {};  ///< the first few
+};
+
+struct Report {
+    std::vector<RecordingReport> recordings = {};
+    std::vector<std::string> notes = {};  ///< options that had no effect
+    bool dry_run = false;
+
+    bool lost_anything() const;  ///< skipped, cut or damaged anything that was asked for
+    bool cut_anything() const;
+    bool finished_any() const;
+};
+
+enum class Detail : std::uint8_t { LOSSES, TABLE };
+
+/// For people: the table of topics, what was lost, and hints; or what was lost alone.
+void print_report(std::ostream& out, const Report& report, Detail detail);
+/// The whole of it for machines, as JSON.
+void print_report_json(std::ostream& out, const Report& report);
+
+}  // namespace zun::convert
+
+#endif

@@ -1,0 +1,70 @@
+// Settings: what the user asks of a conversion.
+
+#ifndef ZUN_CONVERT_SETTINGS_HPP
+#define ZUN_CONVERT_SETTINGS_HPP
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "convert/Limits.hpp"
+#include "convert/Topic.hpp"
+#include "convert/limits_file.hpp"
+#include "convert/time_text.hpp"
+#include "input/MessageStream.hpp"
+
+namespace zun::convert {
+
+struct Settings {
+    TopicFilter topics = {};
+    std::optional<TimeBound> start = {};
+    std::optional<TimeBound> end = {};
+    std::uint64_t every = 1;  ///< one message of so many on each topic
+
+    std::string empty_text = "nil";
+    bool enum_as_string = true;
+    bool source_timestamp = false;
+    TimeFormat time_format = TimeFormat::NANOSECONDS;
+
+    bool fit = true;                           ///< limits from the data
+    std::optional<LimitsByTopic> limits = {};  ///< by topic, instead of measuring
+    std::vector<LimitRule> rules = {};
+    std::uint64_t most_columns = 16'384;
+    bool skip_blobs = false;
+
+    unsigned jobs = 1;
+    bool overwrite = false;
+    bool strict = false;  ///< the first damage is an error
+    bool dry_run = false;
+    bool to_stdout = false;  ///< one topic, no files
+};
+
+/// One input of a conversion.
+struct Recording {
+    std::string name;              ///< as the user gave it
+    std::filesystem::path folder;  ///< of its files
+    std::function<std::unique_ptr<input::MessageStream>()> open;
+};
+
+/// Whoever looks on while a conversion runs.
+struct Watch {
+    /// Called on one thread at a time; `total` is what the recording says of itself.
+    std::function<void(const std::string& activity, std::uint64_t messages, std::uint64_t total)> progress =
+        {};
+    const std::atomic<bool>* stop = nullptr;  ///< ends the conversion once it is true
+};
+
+/// Thrown when the watch said stop. Unfinished files are gone.
+struct Interrupted : std::exception {
+    const char* what() const noexcept override { return "interrupted"; }
+};
+
+}  // namespace zun::convert
+
+#endif

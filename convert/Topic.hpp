@@ -1,0 +1,48 @@
+// Topic: the channels whose messages make one file.
+//
+// In: a recording's channels. Out: one entry for each topic and type on it, with the type, or with the reason
+// why it has none.
+
+#ifndef ZUN_CONVERT_TOPIC_HPP
+#define ZUN_CONVERT_TOPIC_HPP
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "input/MessageStream.hpp"
+#include "platform/cdr/Encoding.hpp"
+#include "platform/xtypes/DynamicType.hpp"
+#include "schema/TypeCatalog.hpp"
+
+namespace zun::convert {
+
+/// Which topics are wanted, by wildcards on their names.
+struct TopicFilter {
+    std::vector<std::string> wanted = {};  ///< all when empty
+    std::vector<std::string> unwanted = {};
+
+    bool accepts(const std::string& topic) const;
+};
+
+struct Topic {
+    std::string name;
+    std::string type_name;
+    std::string identity;  ///< equal for the same topic with the same type, in all recordings
+    std::vector<std::uint32_t> channels = {};
+    std::uint64_t message_count = 0;  ///< as the recording's summary has it
+    cdr::Writer writer = cdr::Writer::UNKNOWN;
+    std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
+    std::string refusal = {};                                ///< why it is refused
+    std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
+    bool other_type = false;  ///< an earlier entry has this topic with another type
+};
+
+/// The topics of `stream` that `filter` accepts, in the order of their first channels.
+std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
+                             const TopicFilter& filter);
+
+}  // namespace zun::convert
+
+#endif

@@ -1,0 +1,98 @@
+#include "convert/file_names.hpp"
+
+#include <cstdint>
+#include <set>
+
+namespace zun::convert {
+
+namespace {
+
+constexpr std::size_t LONGEST = 200;  // room for "~2", ".csv" and the mark of an unfinished file in 255
+
+bool is_letter_or_digit(unsigned char byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
+}
+
+bool is_plain(unsigned char byte) {
+    return is_letter_or_digit(byte) ||
+           std::string_view("_-.+=@,()[]{}").find(static_cast<char>(byte)) != std::string_view::npos;
+}
+
+/// The size of the printable character beyond ASCII that `text` starts with; 0 when it starts with none.
+std::size_t wide_character_size(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byte(0);
+    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || size > text.size()) return 0;
+    for (std::size_t i = 1; i < size; ++i)
+        if ((byte(i) & 0xC0U) != 0x80) return 0;
+    const bool overlong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
+    const bool no_character = (lead == 0xED && byte(1) > 0x9F) || (lead == 0xF4 && byte(1) > 0x8F);
+    const bool control = lead == 0xC2 && byte(1) < 0xA0;
+    return overlong || no_character || control ? 0 : size;
+}
+
+void append_escaped(std::string& text, unsigned char byte) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    text += '%';
+    text += digits[byte >> 4U];
+    text += digits[byte & 15U];
+}
+
+/// The first part of `text`, cut between characters, and a number made from all of it.
+std::string shortened(const std::string& text) {
+    std::uint64_t hash = 14695981039346656037U;  // FNV-1a
+    for (const char c : text)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+    std::size_t size = LONGEST - 17;
+    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80)
+        --size;
+    std::string result = text.substr(0, size) + '~';
+    for (int shift = 60; shift >= 0; shift -= 4)
+        result += "0123456789abcdef"[(hash >> static_cast<unsigned>(shift)) & 15U];
+    return result;
+}
+
+std::string lower_case(std::string text) {
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
+}  // namespace
+
+std::string file_name(std::string_view name) {
+    if (!name.empty() && name.front() == '/') name.remove_prefix(1);
+    if (name.empty()) return "%";
+    std::string result;
+    while (!name.empty()) {
+        const auto byte = static_cast<unsigned char>(name.front());
+        const std::size_t wide = wide_character_size(name);
+        const bool hides = result.empty() && (byte == '.' || byte == '/');
+        if (byte == '/' && !hides)
+            result += '.';
+        else if (wide > 0 || (is_plain(byte) && !hides))
+            result += name.substr(0, wide > 0 ? wide : 1);
+        else
+            append_escaped(result, byte);
+        name.remove_prefix(wide > 0 ? wide : 1);
+    }
+    return result;
+}
+
+std::vector<std::string> file_names(const std::vector<FileSubject>& subjects) {
+    std::set<std::string> taken;
+    std::vector<std::string> results;
+    for (const FileSubject& subject : subjects) {
+        std::string whole = file_name(subject.name);
+        if (!subject.qualifier.empty()) whole += '~' + file_name(subject.qualifier);
+        const std::string first = whole.size() > LONGEST ? shortened(whole) : whole;
+        std::string result = first;
+        for (int n = 2; !taken.insert(lower_case(result)).second; ++n)
+            result = first + '~' + std::to_string(n);
+        results.push_back(std::move(result));
+    }
+    return results;
+}
+
+}  // namespace zun::convert

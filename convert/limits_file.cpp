@@ -1,0 +1,46 @@
+#include "convert/limits_file.hpp"
+
+#include <yaml-cpp/yaml.h>
+
+#include "platform/error/InputError.hpp"
+
+namespace zun::convert {
+
+namespace {
+
+Lengths lengths_of(const YAML::Node& fields) {
+    Lengths lengths;
+    for (const auto& field : fields)
+        lengths[field.first.as<std::string>()] = field.second.as<std::uint32_t>();
+    return lengths;
+}
+
+}  // namespace
+
+void write_limits(std::ostream& out, const LimitsByTopic& limits) {
+    YAML::Emitter yaml(out);
+    yaml << YAML::BeginMap << YAML::Key << "limits" << YAML::Value << YAML::BeginMap;
+    for (const auto& [topic, lengths] : limits) {
+        if (lengths.empty()) continue;
+        yaml << YAML::Key << topic << YAML::Value << YAML::BeginMap;
+        for (const auto& [field, limit] : lengths)
+            yaml << YAML::Key << field << YAML::Value << limit;
+        yaml << YAML::EndMap;
+    }
+    yaml << YAML::EndMap << YAML::EndMap;
+    out << '\n';
+}
+
+void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
+    try {
+        const YAML::Node topics = YAML::LoadFile(path.string())["limits"];
+        if (!topics) throw InputError(path.string(), 1, "expected the key 'limits'");
+        for (const auto& topic : topics)
+            merge(limits[topic.first.as<std::string>()], lengths_of(topic.second));
+    } catch (const YAML::Exception& problem) {
+        const auto line = static_cast<std::uint64_t>(problem.mark.line + 1);
+        throw InputError(path.string(), line, problem.msg);
+    }
+}
+
+}  // namespace zun::convert

@@ -1,0 +1,229 @@
+#include "convert/time_text.hpp"
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+
+namespace zun::convert {
+
+using input::Time;
+
+namespace {
+
+constexpr std::uint32_t NANOSECONDS_PER_SECOND = 1'000'000'000;
+constexpr int FRACTION_DIGITS = 9;
+
+void append_number(std::string& text, std::uint64_t number, std::size_t digits = 1) {
+    std::array<char, 20> buffer{};
+    const char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+    const auto size = static_cast<std::size_t>(end - buffer.data());
+    if (size < digits) text.append(digits - size, '0');
+    text.append(buffer.data(), size);
+}
+
+/// The distance from zero; negative times are written as a sign and this.
+Time magnitude(Time time) {
+    if (time.seconds >= 0) return time;
+    if (time.nanoseconds == 0) return {-time.seconds, 0};
+    return {-(time.seconds + 1), NANOSECONDS_PER_SECOND - time.nanoseconds};
+}
+
+void append_count(std::string& text, Time time, bool point) {
+    if (time.seconds < 0) text += '-';
+    const Time distance = magnitude(time);
+    const auto seconds = static_cast<std::uint64_t>(distance.seconds);
+    if (!point) return append_number(text, seconds * NANOSECONDS_PER_SECOND + distance.nanoseconds);
+    append_number(text, seconds);
+    text += '.';
+    append_number(text, distance.nanoseconds, FRACTION_DIGITS);
+}
+
+void append_rfc3339(std::string& text, Time time) {
+    using namespace std::chrono;
+    const sys_seconds moment{seconds{time.seconds}};
+    const auto day = floor<days>(moment);
+    const year_month_day date{day};
+    const hh_mm_ss clock{moment - day};
+    append_number(text, static_cast<std::uint64_t>(static_cast<int>(date.year())), 4);
+    text += '-';
+    append_number(text, static_cast<unsigned>(date.month()), 2);
+    text += '-';
+    append_number(text, static_cast<unsigned>(date.day()), 2);
+    text += 'T';
+    append_number(text, static_cast<std::uint64_t>(clock.hours().count()), 2);
+    text += ':';
+    append_number(text, static_cast<std::uint64_t>(clock.minutes().count()), 2);
+    text += ':';
+    append_number(text, static_cast<std::uint64_t>(clock.seconds().count()), 2);
+    text += '.';
+    append_number(text, time.nanoseconds, FRACTION_DIGITS);
+    text += 'Z';
+}
+
+/// Takes parts off the front of a text; every part that is not there is the caller's refusal.
+class Scanner {
+public:
+    explicit Scanner(std::string_view rest) : rest_(rest) {}
+
+    bool done() const { return rest_.empty(); }
+    std::string_view rest() const { return rest_; }
+
+    bool take(char wanted) {
+        if (rest_.empty() || rest_.front() != wanted) return false;
+        rest_.remove_prefix(1);
+        return true;
+    }
+
+    /// A number of `least` to `most` digits.
+    std::optional<std::uint64_t> number(std::size_t least, std::size_t most) {
+        const std::size_t size = std::min(rest_.find_first_not_of("0123456789"), rest_.size());
+        if (size < least || size > most) return std::nullopt;
+        std::uint64_t value = 0;
+        if (std::from_chars(rest_.data(), rest_.data() + size, value).ec != std::errc{}) return std::nullopt;
+        rest_.remove_prefix(size);
+        return value;
+    }
+
+    /// The digits after a point as billionths; 0 where there is no point.
+    std::optional<std::uint32_t> fraction() {
+        if (!take('.')) return 0;
+        const std::size_t before = rest_.size();
+        const auto digits = number(1, FRACTION_DIGITS);
+        if (!digits) return std::nullopt;
+        std::uint64_t value = *digits;
+        for (std::size_t i = before - rest_.size(); i < FRACTION_DIGITS; ++i)
+            value *= 10;
+        return static_cast<std::uint32_t>(value);
+    }
+
+private:
+    std::string_view rest_;
+};
+
+Time negated(Time time) {
+    if (time.nanoseconds == 0) return {-time.seconds, 0};
+    return {-time.seconds - 1, NANOSECONDS_PER_SECOND - time.nanoseconds};
+}
+
+Time sum(Time a, Time b) {
+    const std::uint32_t nanoseconds = a.nanoseconds + b.nanoseconds;  // below 2^31
+    return {a.seconds + b.seconds + (nanoseconds >= NANOSECONDS_PER_SECOND ? 1 : 0),
+            nanoseconds % NANOSECONDS_PER_SECOND};
+}
+
+struct Unit {
+    std::string_view name;
+    std::uint64_t nanoseconds;
+};
+constexpr Unit UNITS[] = {{"ns", 1},
+                          {"us", 1'000},
+                          {"ms", 1'000'000},
+                          {"s", 1'000'000'000},
+                          {"m", 60'000'000'000},
+                          {"h", 3'600'000'000'000}};
+
+/// Parts below a nanosecond are dropped.
+std::uint64_t fraction_of(Unit unit, std::uint64_t billionths) {
+    if (unit.nanoseconds < NANOSECONDS_PER_SECOND)
+        return billionths * unit.nanoseconds / NANOSECONDS_PER_SECOND;
+    return billionths * (unit.nanoseconds / NANOSECONDS_PER_SECOND);
+}
+
+std::optional<Time> parse_distance(Scanner scan) {
+    const auto whole = scan.number(1, 18);
+    const auto billionths = scan.fraction();
+    if (!whole || !billionths) return std::nullopt;
+    for (const Unit unit : UNITS) {
+        if (scan.rest() != unit.name) continue;
+        if (*whole > UINT64_MAX / 2 / unit.nanoseconds) return std::nullopt;
+        return Time::from_nanoseconds(*whole * unit.nanoseconds + fraction_of(unit, *billionths));
+    }
+    return std::nullopt;
+}
+
+std::optional<Time> parse_count(Scanner scan) {
+    const auto count = scan.number(1, 20);
+    if (!count || !scan.done()) return std::nullopt;
+    return Time::from_nanoseconds(*count);
+}
+
+/// "Z", "+01:00" or "-01:00" as seconds to take away.
+std::optional<std::int64_t> parse_zone(Scanner scan) {
+    if (scan.take('Z') || scan.take('z')) return scan.done() ? std::optional<std::int64_t>(0) : std::nullopt;
+    const bool east = scan.take('+');
+    if (!east && !scan.take('-')) return std::nullopt;
+    const auto hours = scan.number(2, 2);
+    if (!hours || !scan.take(':')) return std::nullopt;
+    const auto minutes = scan.number(2, 2);
+    if (!minutes || !scan.done() || *hours > 23 || *minutes > 59) return std::nullopt;
+    const auto seconds = static_cast<std::int64_t>(*hours * 3600 + *minutes * 60);
+    return east ? seconds : -seconds;
+}
+
+/// Three numbers of the given digits with `separator` between them.
+std::optional<std::array<unsigned, 3>> parse_triple(Scanner& scan, std::size_t first_digits, char separator) {
+    std::array<unsigned, 3> triple{};
+    for (std::size_t i = 0; i < triple.size(); ++i) {
+        if (i > 0 && !scan.take(separator)) return std::nullopt;
+        const std::size_t digits = i == 0 ? first_digits : 2;
+        const auto number = scan.number(digits, digits);
+        if (!number) return std::nullopt;
+        triple[i] = static_cast<unsigned>(*number);
+    }
+    return triple;
+}
+
+std::optional<Time> parse_rfc3339(Scanner scan) {
+    const auto date = parse_triple(scan, 4, '-');
+    if (!date || !(scan.take('T') || scan.take('t') || scan.take(' '))) return std::nullopt;
+    const auto clock = parse_triple(scan, 2, ':');
+    const auto fraction = scan.fraction();
+    const auto zone = parse_zone(scan);
+    if (!clock || !fraction || !zone) return std::nullopt;
+    const auto [year, month, day] = *date;
+    const std::chrono::year_month_day calendar{std::chrono::year{static_cast<int>(year)},
+                                               std::chrono::month{month}, std::chrono::day{day}};
+    if (!calendar.ok() || (*clock)[0] > 23 || (*clock)[1] > 59 || (*clock)[2] > 59) return std::nullopt;
+    const std::int64_t days = std::chrono::sys_days{calendar}.time_since_epoch().count();
+    const std::int64_t of_day = (*clock)[0] * 3600 + (*clock)[1] * 60 + (*clock)[2];
+    return Time{days * 86400 + of_day - *zone, *fraction};
+}
+
+}  // namespace
+
+void append_time(std::string& text, Time time, TimeFormat format) {
+    switch (format) {
+        case TimeFormat::NANOSECONDS:
+            return append_count(text, time, false);
+        case TimeFormat::SECONDS:
+            return append_count(text, time, true);
+        case TimeFormat::RFC3339:
+            return append_rfc3339(text, time);
+    }
+}
+
+Time TimeBound::resolved(Time first, Time last) const {
+    if (origin == Origin::EPOCH) return offset;
+    return sum(origin == Origin::FIRST ? first : last, offset);
+}
+
+TimeBound parse_time_bound(const std::string& text) {
+    using Origin = TimeBound::Origin;
+    Scanner scan{text};
+    if (scan.take('+')) {
+        if (const auto distance = parse_distance(scan)) return {Origin::FIRST, *distance};
+    } else if (scan.take('-')) {
+        if (const auto distance = parse_distance(scan)) return {Origin::LAST, negated(*distance)};
+    } else if (const auto moment =
+                   text.find('-') == std::string::npos ? parse_count(scan) : parse_rfc3339(scan)) {
+        return {Origin::EPOCH, *moment};
+    }
+    throw std::invalid_argument("'" + text +
+                                "' is no time; nanoseconds since 1970, 2024-05-31T12:00:00Z, +10s (from the "
+                                "start) or -30s (from the end) are");
+}
+
+}  // namespace zun::convert

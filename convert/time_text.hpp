@@ -1,0 +1,38 @@
+// time_text: moments as text, exact to the nanosecond in every form.
+
+#ifndef ZUN_CONVERT_TIME_TEXT_HPP
+#define ZUN_CONVERT_TIME_TEXT_HPP
+
+#include <cstdint>
+#include <string>
+
+#include "input/Time.hpp"
+
+namespace zun::convert {
+
+enum class TimeFormat : std::uint8_t {
+    NANOSECONDS,  ///< "1700000000123456789"
+    SECONDS,      ///< "1700000000.123456789"
+    RFC3339,      ///< "2023-11-14T22:13:20.123456789Z"
+};
+
+void append_time(std::string& text, input::Time time, TimeFormat format);
+
+/// A moment as a user names it: from 1970, from a recording's first message or from its last.
+struct TimeBound {
+    enum class Origin : std::uint8_t { EPOCH, FIRST, LAST };
+    Origin origin = Origin::EPOCH;
+    input::Time offset;  ///< negative before the origin
+
+    /// `first`, `last`  the recording's time span
+    input::Time resolved(input::Time first, input::Time last) const;
+};
+
+/// Reads nanoseconds ("1700000000123456789"), RFC 3339 ("2023-11-14T22:13:20.5+01:00"), or a distance from
+/// the first message ("+10s") or from the last ("-1.5m"); units ns, us, ms, s, m, h.
+/// Throws std::invalid_argument for anything else.
+TimeBound parse_time_bound(const std::string& text);
+
+}  // namespace zun::convert
+
+#endif
