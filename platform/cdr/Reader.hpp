@@ -79,8 +79,9 @@ public:
 
 private:
     [[noreturn]] [[gnu::noinline]] [[gnu::cold]] void fail_short(std::uint64_t size, const char* what) const {
-        fail(std::min(position_, end_), std::string("expected ") + what + " of " + std::to_string(size) +
-                                            " bytes, found " + std::to_string(left()));
+        const std::string bytes = size == 1 ? "1 byte" : std::to_string(size) + " bytes";
+        fail(std::min(position_, end_),
+             "expected " + bytes + " for " + what + ", found " + std::to_string(left()));
     }
 
     const std::byte* data_;

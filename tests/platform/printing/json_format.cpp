@@ -62,9 +62,11 @@ DDS_PrintFormat json_format() {
     return format;
 }
 
-Printed print_json(printing::SamplePrinter& printer, const std::vector<std::byte>& payload) {
+Printed print_json(printing::SamplePrinter& printer, const std::vector<std::byte>& payload,
+                   bool enum_as_string) {
     DDS_PrintFormat format = json_format();
-    std::string text(1 << 16, '\0');
+    format.enum_as_string = enum_as_string ? 1 : 0;
+    std::string text(1 << 20, '\0');
     ZUNXMLSaveContext context{.text = text.data(), .capacity = static_cast<std::uint32_t>(text.size())};
     const std::size_t left = printer.print(format, context, payload);
     if (context.length > text.size()) throw std::length_error("a test sample with too much text");

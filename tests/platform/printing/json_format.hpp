@@ -18,7 +18,8 @@ struct Printed {
     std::string text;
     std::size_t left;  ///< bytes after the last member
 };
-Printed print_json(printing::SamplePrinter& printer, const std::vector<std::byte>& payload);
+Printed print_json(printing::SamplePrinter& printer, const std::vector<std::byte>& payload,
+                   bool enum_as_string = true);
 
 /// The bytes that `hex` stands for; spaces between them are skipped.
 std::vector<std::byte> bytes_of(std::string_view hex);
