@@ -193,6 +193,7 @@ std::uint32_t PrintFormatCsv::element_columns(const ColumnInfo& column,
 void PrintFormatCsv::start_data_conversion() {
     cursor_stack_.clear();
     cursor_stack_.push_back(root_column_.first_child());
+    level_column_ = &root_column_;
     sequence_contexts_.clear();
     dropped_collections_ = 0;
 }
@@ -202,11 +203,15 @@ void PrintFormatCsv::advance_cursor() {
 }
 
 void PrintFormatCsv::push_cursor() {
-    cursor_stack_.push_back(cursor()->first_child());
+    const ColumnInfo& column = *cursor();
+    cursor_stack_.push_back(column.first_child());
+    level_column_ = &column;
 }
 
 void PrintFormatCsv::pop_cursor() {
-    if (!cursor_stack_.empty()) cursor_stack_.pop_back();
+    if (cursor_stack_.empty()) return;
+    cursor_stack_.pop_back();
+    if (!cursor_stack_.empty()) level_column_ = level_column_->parent();
 }
 
 void PrintFormatCsv::skip_cursor_columns(const ColumnIterator& column, ZUNXMLSaveContext* context,
@@ -256,7 +261,14 @@ bool PrintFormatCsv::sequence_limit_reached(unsigned int index, ZUNXMLSaveContex
     if (sequence_contexts_.empty()) return false;
     SequenceContext& sequence = sequence_contexts_.back();
     // Otherwise the element is one of an array, or ends in a level of its own.
-    if (sequence.column != &level_column()) return false;
+    if (sequence.column != level_column_) return false;
+    if (index < sequence.column->sequence_bounds() && index <= INT32_MAX && !sequence.limit_reached)
+        return false;
+    return drop_element(sequence, index, context);
+}
+
+/// The test of an element at or beyond the limit, or with an index that marks the context failed.
+bool PrintFormatCsv::drop_element(SequenceContext& sequence, unsigned int index, ZUNXMLSaveContext* context) {
     if (!sequence.limit_reached) {
         if (index > INT32_MAX) context->failed = 1;
         if (index < sequence.column->sequence_bounds()) return false;

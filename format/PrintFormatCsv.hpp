@@ -164,8 +164,9 @@ public:
 private:
     friend class NativePrintFormatCsv;
 
-    /// The column whose children the cursor walks.
-    const ColumnInfo& level_column() const { return has_parent() ? *parent_cursor() : root_column_; }
+    /// The column whose children the cursor walks; the root without a frame on the stack.
+    const ColumnInfo& level_column() const { return *level_column_; }
+    bool drop_element(SequenceContext& sequence, unsigned int index, ZUNXMLSaveContext* context);
     void print_header(std::ostream& stream) const;
     void build_array_columns(ColumnInfo& column, const core::xtypes::ArrayTypeImpl& type);
     void build_sequence_columns(ColumnInfo& column, const core::xtypes::SequenceTypeImpl& type);
@@ -187,6 +188,9 @@ private:
     ColumnInfo root_column_;
     std::list<ColumnIterator> cursor_stack_;
     std::list<SequenceContext> sequence_contexts_;
+
+    // Known so that no callback looks for it: the root, or what the frame below the top designates.
+    const ColumnInfo* level_column_ = &root_column_;
 
     // Collections begun inside dropped elements and not ended: theirs are endings that close nothing.
     std::uint32_t dropped_collections_ = 0;
