@@ -9,14 +9,30 @@
 
 #include "platform/printing/NumberText.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace zun::printing {
 
 namespace {
 
 __extension__ using uint128 = unsigned __int128;
+
+/// All bits when `one` < `other`, else none; both are less than half of what Bits can hold.
+///
+/// For choices that no branch prediction can guess. Arithmetic, because compilers put the outcome of a
+/// comparison into the low byte of a register, which then waits for whatever the register held: often the end
+/// of the number before.
+template <typename Bits>
+constexpr Bits less_mask(Bits one, Bits other) {
+    using Signed = std::make_signed_t<Bits>;
+    return static_cast<Bits>(static_cast<Signed>(one - other) >> std::numeric_limits<Signed>::digits);
+}
 
 constexpr std::uint64_t low_word(uint128 value) {
     return static_cast<std::uint64_t>(value);
@@ -95,9 +111,10 @@ constexpr int floor_log2_of_power_of_ten(int power) {
     return (power * 1'741'647) >> 19;
 }
 
-/// floor(log10(width)), `width` being 2^exponent2, or three quarters of that.
-constexpr int floor_log10_of_width(int exponent2, bool three_quarters) {
-    return (exponent2 * 1'262'611 - (three_quarters ? 524'031 : 0)) >> 22;
+/// floor(log10(width)), `width` being 2^exponent2, or three quarters of that when `three_quarters` is all
+/// bits.
+constexpr int floor_log10_of_width(int exponent2, int three_quarters) {
+    return (exponent2 * 1'262'611 - (three_quarters & 524'031)) >> 22;
 }
 
 // ---------------------------------------------------------------------------- shortest decimal
@@ -117,7 +134,8 @@ template <typename Bits>
 struct Binary {
     Bits significand;
     int exponent2;
-    bool nearer_below;  ///< a power of two: its lower neighbour is at half the distance of the upper one
+    Bits nearer_below;  ///< all bits for a power of two, whose lower neighbour is at half the distance, else
+                        ///< none
 };
 
 /// significand * 10^exponent10
@@ -127,51 +145,24 @@ struct Decimal {
     int exponent10;
 };
 
-/// A value and the ends of its rounding interval in quarters of the decimal unit. The lowest bit is set when
-/// anything was cut, which keeps comparisons with whole numbers right.
-template <typename Bits>
-struct Scaled {
-    Bits lower;
-    Bits value;
-    Bits upper;
-};
-
-constexpr std::uint64_t keep_cut(std::uint64_t whole, std::uint64_t cut) {
-    return whole | (cut > 1);
-}
-constexpr std::uint32_t keep_cut(std::uint32_t whole, std::uint32_t cut) {
-    return whole | (cut > 1);
+/// A product with a power of ten, in quarters of the decimal unit: the upper half is whole, the lower half is
+/// the fraction. A power is rounded up, which leaves 0 or 1 in the last place where the fraction is zero,
+/// and more than that where it is not.
+inline uint128 scale(PowerOfTen power, std::uint64_t factor) {
+    const uint128 low = uint128{power.low} * factor;
+    return uint128{power.high} * factor + high_word(low);
 }
 
-/// A product of 192 bits, of which the lowest 64 only serve carries.
-struct Product {
-    uint128 high;
-    std::uint64_t low;
-
-    Product(PowerOfTen power, std::uint64_t factor) {
-        const uint128 lower = uint128{power.low} * factor;
-        high = uint128{power.high} * factor + high_word(lower);
-        low = low_word(lower);
-    }
-    std::uint64_t scaled() const { return keep_cut(high_word(high), low_word(high)); }
-};
-
-inline Scaled<std::uint64_t> scale(const Binary<std::uint64_t>& number, int power, int shift) {
-    const PowerOfTen ten = power_of_ten(power);
-    const std::uint64_t quarters = 4 * number.significand;
-    return {Product(ten, (quarters - 2 + number.nearer_below) << shift).scaled(),
-            Product(ten, quarters << shift).scaled(), Product(ten, (quarters + 2) << shift).scaled()};
+inline std::uint64_t scale(PowerOfTen power, std::uint32_t factor) {
+    const std::uint64_t rounded_up = power.high + 1;  // 64 bits are enough for a float
+    return high_word(uint128{rounded_up} * (std::uint64_t{factor} << 32));
 }
 
-inline Scaled<std::uint32_t> scale(const Binary<std::uint32_t>& number, int power, int shift) {
-    const std::uint64_t ten = power_of_ten(power).high + 1;  // rounded up to 64 bits, which are enough here
-    const std::uint32_t quarters = 4 * number.significand;
-    const auto scaled = [&](std::uint32_t factor) {
-        const uint128 product = uint128{ten} * (factor << shift);
-        return keep_cut(static_cast<std::uint32_t>(high_word(product)),
-                        static_cast<std::uint32_t>(low_word(product) >> 32));
-    };
-    return {scaled(quarters - 2 + number.nearer_below), scaled(quarters), scaled(quarters + 2)};
+constexpr std::uint64_t whole_part(uint128 scaled) {
+    return high_word(scaled);
+}
+constexpr std::uint32_t whole_part(std::uint64_t scaled) {
+    return static_cast<std::uint32_t>(scaled >> 32);
 }
 
 /// The shortest decimal in the rounding interval, and of those the nearest to the number. It may end in
@@ -180,133 +171,190 @@ inline Scaled<std::uint32_t> scale(const Binary<std::uint32_t>& number, int powe
 /// Everything is decided by selection instead of branches, which nothing could predict.
 template <typename Bits>
 inline Decimal<Bits> shortest_decimal(const Binary<Bits>& number) {
-    const int exponent10 = floor_log10_of_width(number.exponent2, number.nearer_below);
+    const int exponent10 = floor_log10_of_width(number.exponent2, static_cast<int>(number.nearer_below));
     const int shift = number.exponent2 + floor_log2_of_power_of_ten(-exponent10) + 1;
-    const auto [lower_end, value, upper_end] = scale(number, -exponent10, shift);
+    const PowerOfTen power = power_of_ten(-exponent10);
+    const Bits quarters = 4 * number.significand;
+    const auto lower = scale(power, (quarters - 2 - number.nearer_below) << shift);
+    const auto value = scale(power, quarters << shift);
+    const auto upper = scale(power, (quarters + 2) << shift);
 
-    const Bits odd = number.significand & 1;  // the ends themselves read back to even significands only
-    const Bits lower = lower_end + odd;
-    const Bits upper = upper_end - odd;
-    const Bits down = value / 4;
-    const Bits tens_down = down / 10 * 10;
+    // The whole numbers in the interval. Its ends read back to an even significand only.
+    const Bits odd = number.significand & 1;
+    const Bits least = whole_part(lower - 2 + 2 * odd) / 4 + 1;
+    const Bits greatest = whole_part(upper - 2 * odd) / 4;
 
-    const bool tens_down_fits = lower <= 4 * tens_down;
-    const bool tens_up_fits = 4 * tens_down + 40 <= upper;
-    const bool down_fits = lower <= 4 * down;
-    const bool up_fits = 4 * down + 4 <= upper;
-    const bool nearer_up = (value & 3) + (down & 1) > 2;  // a tie goes to the even digit
-
-    const Bits ones = down + Bits{down_fits != up_fits ? up_fits : nearer_up};
-    const Bits tens = tens_down + (tens_up_fits ? 10 : 0);
-    const bool one_digit_less = tens_down_fits != tens_up_fits && down >= 10;
-    return {one_digit_less ? tens : ones, exponent10};
+    const Bits tens = greatest / 10 * 10;
+    const Bits down = whole_part(value) / 4;
+    const Bits nearest = (whole_part(value - 2 + 2 * (down & 1)) + 2) / 4;  // a tie goes to the even number
+    // The interval of a power of two is shorter below, where the nearest number may miss it.
+    const Bits ones = std::max(nearest, least);
+    return {tens ^ ((tens ^ ones) & less_mask(tens, least)), exponent10};
 }
 
 // ---------------------------------------------------------------------------- layout
 
-/// The number 0.dddd * 10^point, as a first digit that is not zero and eight more in each word.
-template <std::size_t WORDS>
+/// Sixteen digits.
+#ifdef __SSE2__
+class SixteenDigits {
+public:
+    /// The digits of `upper`, then those of `lower`; both are less than 10^8.
+    ///
+    /// Halves the groups of digits three times, as eight_digits() does: the quotient is the upper half, and
+    /// `group - quotient * divisor` moved behind it is the lower one.
+    SixteenDigits(std::uint64_t upper, std::uint64_t lower) {
+        const __m128i eights = _mm_set_epi64x(static_cast<long long>(lower), static_cast<long long>(upper));
+        const __m128i by_10000 = _mm_srli_epi64(_mm_mul_epu32(eights, _mm_set1_epi64x(0xd1b7'1759)), 45);
+        const __m128i fours =
+            _mm_sub_epi64(_mm_or_si128(_mm_slli_epi64(eights, 32), by_10000),
+                          _mm_slli_epi64(_mm_mul_epu32(by_10000, _mm_set1_epi64x(10'000)), 32));
+        const __m128i by_100 = _mm_srli_epi16(_mm_mulhi_epu16(fours, _mm_set1_epi16(5'243)), 3);
+        const __m128i twos = _mm_sub_epi32(_mm_or_si128(_mm_slli_epi32(fours, 16), by_100),
+                                           _mm_slli_epi32(_mm_madd_epi16(by_100, _mm_set1_epi32(100)), 16));
+        const __m128i by_10 = _mm_mulhi_epu16(twos, _mm_set1_epi16(6'554));
+        digits_ = _mm_sub_epi16(_mm_or_si128(_mm_slli_epi16(twos, 8), by_10),
+                                _mm_slli_epi16(_mm_mullo_epi16(by_10, _mm_set1_epi16(10)), 8));
+    }
+
+    /// The number of digits up to the last one that is not zero.
+    int significant() const {
+        const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(digits_, _mm_setzero_si128()));
+        return static_cast<int>(std::bit_width(static_cast<unsigned>(zeros ^ 0xffff)));
+    }
+
+    void store(char* out) const { store(out, text()); }
+
+    /// Stores the digits with a point before digit `index`, 0 to 15: 17 bytes.
+    void store_with_point(char* out, int index) const {
+        const char* const mask = BYTES_BEFORE.data() + 16 - index;
+        const __m128i before = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask));
+        const __m128i moved = _mm_slli_si128(text(), 1);
+        store(out + 1, text());  // its last byte is the one that `moved` lost
+        store(out, _mm_or_si128(_mm_and_si128(before, text()), _mm_andnot_si128(before, moved)));
+        out[index] = '.';
+    }
+
+private:
+    /// Sixteen bytes of ones and sixteen of zeros: from 16 - n on, a mask for n bytes.
+    static constexpr auto BYTES_BEFORE = [] {
+        std::array<char, 32> bytes{};
+        std::fill_n(bytes.begin(), 16, '\xff');
+        return bytes;
+    }();
+
+    static void store(char* out, __m128i text) { _mm_storeu_si128(reinterpret_cast<__m128i*>(out), text); }
+    __m128i text() const { return _mm_or_si128(digits_, _mm_set1_epi8('0')); }
+
+    __m128i digits_;
+};
+#else
+class SixteenDigits {
+public:
+    /// The digits of `upper`, then those of `lower`; both are less than 10^8.
+    SixteenDigits(std::uint64_t upper, std::uint64_t lower) {
+        digits::write_eight(digits::write_eight(text_.data(), upper), lower);
+    }
+
+    /// The number of digits up to the last one that is not zero.
+    int significant() const {
+        const auto last = std::find_if(text_.rbegin(), text_.rend(), [](char digit) { return digit != '0'; });
+        return static_cast<int>(text_.rend() - last);
+    }
+
+    void store(char* out) const { std::copy(text_.begin(), text_.end(), out); }
+
+    /// Stores the digits with a point before digit `index`, 0 to 15: 17 bytes.
+    void store_with_point(char* out, int index) const {
+        out = std::copy_n(text_.begin(), index, out);
+        *out = '.';
+        std::copy(text_.begin() + index, text_.end(), out + 1);
+    }
+
+private:
+    std::array<char, 16> text_;
+};
+#endif
+
+/// The number 0.dddd * 10^point: a first digit that is not zero and sixteen more.
 struct Digits {
+    Digits(std::uint64_t first_digit, std::uint64_t upper, std::uint64_t lower, int decimal_point)
+        : first(static_cast<char>('0' + first_digit)),
+          following(upper, lower),
+          count(1 + following.significant()),
+          point(decimal_point) {}
+
     char first;
-    std::array<std::uint64_t, WORDS> following;  // as ASCII
-    int count;                                   // all digits but the zeros at the end
+    SixteenDigits following;
+    int count;  // all digits but the zeros at the end
     int point;
 };
 
-/// Digits up to the last one that is not zero.
-inline int significant(std::uint64_t eight) {
-    return (static_cast<int>(std::bit_width(eight)) + 7) / 8;
-}
-
-inline Digits<2> digits_of(Decimal<std::uint64_t> decimal) {
+inline Digits digits_of(Decimal<std::uint64_t> decimal) {
     constexpr std::uint64_t TEN_TO_16 = digits::TEN_TO_16;
+    constexpr std::uint64_t TEN_TO_8 = digits::TEN_TO_8;
     auto [number, exponent10] = decimal;
-    const bool sixteen = number < TEN_TO_16;  // normal numbers have 16 or 17
-    number *= sixteen ? 10 : 1;
-    exponent10 -= sixteen;
+    const std::uint64_t sixteen = less_mask(number, TEN_TO_16);  // normal numbers have 16 or 17
+    number += (number * 9) & sixteen;
+    exponent10 += static_cast<int>(sixteen);
     for (; number < TEN_TO_16; number *= 10)
         --exponent10;
-    const std::uint64_t first = number / TEN_TO_16;
-    const std::uint64_t rest = number - first * TEN_TO_16;
-    const std::uint64_t upper = digits::eight_digits(rest / digits::TEN_TO_8);
-    const std::uint64_t lower = digits::eight_digits(rest % digits::TEN_TO_8);
-    return {.first = static_cast<char>('0' + first),
-            .following = {upper | digits::ASCII_ZEROS, lower | digits::ASCII_ZEROS},
-            .count = 1 + (lower != 0 ? 8 + significant(lower) : significant(upper)),
-            .point = exponent10 + 17};
+    const std::uint64_t nine = number / TEN_TO_8;
+    const std::uint64_t first = nine / TEN_TO_8;
+    return {first, nine - first * TEN_TO_8, number - nine * TEN_TO_8, exponent10 + 17};
 }
 
-inline Digits<1> digits_of(Decimal<std::uint32_t> decimal) {
+inline Digits digits_of(Decimal<std::uint32_t> decimal) {
     constexpr auto TEN_TO_8 = static_cast<std::uint32_t>(digits::TEN_TO_8);
     auto [number, exponent10] = decimal;
     for (int i = 0; i < 2; ++i) {  // normal numbers have 7 to 9
-        const bool short_by_one = number < TEN_TO_8;
-        number *= short_by_one ? 10 : 1;
-        exponent10 -= short_by_one;
+        const std::uint32_t too_short = less_mask(number, TEN_TO_8);
+        number += (number * 9) & too_short;
+        exponent10 += static_cast<int>(too_short);
     }
     for (; number < TEN_TO_8; number *= 10)
         --exponent10;
     const std::uint32_t first = number / TEN_TO_8;
-    const std::uint64_t lower = digits::eight_digits(number - first * TEN_TO_8);
-    return {.first = static_cast<char>('0' + first),
-            .following = {lower | digits::ASCII_ZEROS},
-            .count = 1 + significant(lower),
-            .point = exponent10 + 9};
+    return {first, number - first * TEN_TO_8, 0, exponent10 + 9};
 }
 
 /// Whether fixed notation is not longer than scientific, zeros that stand for dropped digits included.
-template <std::size_t WORDS>
-inline bool is_fixed(const Digits<WORDS>& number) {
+inline bool is_fixed(const Digits& number) {
     const int lone = number.count == 1;  // scientific without a point
     return number.point >= lone - 3 && number.point - number.count <= 5 - lone;
 }
 
-/// Puts a point before the byte at `index`; the last byte falls out.
-inline std::uint64_t insert_point(std::uint64_t text, int index) {
-    const std::uint64_t point = std::uint64_t{1} << 8 * index;
-    const std::uint64_t before = point - 1;
-    return (text & before) | point * '.' | (text & ~before) << 8;
-}
-
-/// Writes "ddd.ddd" or "0.00ddd". Stores overlap instead of being read back, which would stall.
-template <std::size_t WORDS>
-inline char* write_fixed(char* out, const Digits<WORDS>& number) {
-    const bool below_one = number.point <= 0;
-    std::memcpy(out, "0.00000", 8);
-    out += below_one ? 2 - number.point : 0;
-    *out = number.first;
-    std::memcpy(out + (below_one ? 1 : 2), number.following.data(), 8 * WORDS);  // right after the point
-    if (below_one) return out + number.count;
-
-    std::uint64_t text = number.following[0];  // and this part before it
-    int index = number.point - 1;
-    char* part = out + 1;
-    if constexpr (WORDS == 2) {
-        if (index >= 8) {
-            std::memcpy(part, &text, 8);
-            part += 8;
-            index -= 8;
-            text = number.following[1];
-        }
+/// Writes "ddd.ddd" or "0.00ddd".
+inline char* write_fixed(char* out, const Digits& number) {
+    if (number.point <= 0) {
+        std::memcpy(out, "0.00000", 8);
+        out += 2 - number.point;
+        *out = number.first;
+        number.following.store(out + 1);
+        return out + number.count;
     }
-    text = insert_point(text, index);
-    std::memcpy(part, &text, 8);
+    *out = number.first;
+    number.following.store_with_point(out + 1, number.point - 1);
     return out + (number.count <= number.point ? number.point : number.count + 1);
 }
 
 /// Writes "d.ddde-05".
-template <std::size_t WORDS>
-inline char* write_scientific(char* out, const Digits<WORDS>& number) {
+inline char* write_scientific(char* out, const Digits& number) {
     out[0] = number.first;
     out[1] = '.';
-    std::memcpy(out + 2, number.following.data(), 8 * WORDS);
+    number.following.store(out + 2);
     out += number.count > 1 ? number.count + 1 : 1;
     const int exponent10 = number.point - 1;
-    const unsigned magnitude = static_cast<unsigned>(exponent10 < 0 ? -exponent10 : exponent10);
-    *out++ = 'e';
-    *out++ = exponent10 < 0 ? '-' : '+';
-    if (magnitude < 10) *out++ = '0';
-    return digits::write_up_to_eight(out, magnitude);
+    auto magnitude = static_cast<unsigned>(exponent10 < 0 ? -exponent10 : exponent10);
+    out[0] = 'e';
+    out[1] = exponent10 < 0 ? '-' : '+';
+    out += 2;
+    if (magnitude >= 100) {
+        *out++ = static_cast<char>('0' + magnitude / 100);
+        magnitude %= 100;
+    }
+    out[0] = static_cast<char>('0' + magnitude / 10);
+    out[1] = static_cast<char>('0' + magnitude % 10);
+    return out + 2;
 }
 
 template <typename Real>
@@ -328,7 +376,7 @@ inline char* write_real(char* out, Real value) {
         std::memcpy(out, "inf", 3);
         return out + 3;
     }
-    if (exponent == 0 && fraction == 0) {
+    if (static_cast<Bits>(bits << 1) == 0) {
         *out = '0';
         return out + 1;
     }
@@ -342,8 +390,8 @@ inline char* write_real(char* out, Real value) {
             return digits::write_unsigned(out, whole);
     }
 
-    const auto number =
-        digits_of(shortest_decimal<Bits>({significand, exponent2, fraction == 0 && exponent > 1}));
+    const Bits nearer_below = less_mask<Bits>(fraction, 1) & less_mask<Bits>(1, static_cast<Bits>(exponent));
+    const auto number = digits_of(shortest_decimal<Bits>({significand, exponent2, nearer_below}));
     if (!is_fixed(number)) return write_scientific(out, number);
     // A whole number with more bits than the significand holds has all its digits in fixed notation, also
     // those that the shortest decimal would leave at zero.

@@ -66,14 +66,6 @@ inline char* write_up_to_eight(char* out, std::uint64_t value) {
     return out + 8 - leading;
 }
 
-inline char* write_unsigned(char* out, std::uint64_t value) {
-    if (value < TEN_TO_8) return write_up_to_eight(out, value);
-    if (value < TEN_TO_16) return write_eight(write_up_to_eight(out, value / TEN_TO_8), value % TEN_TO_8);
-    const std::uint64_t rest = value % TEN_TO_16;
-    out = write_up_to_eight(out, value / TEN_TO_16);
-    return write_eight(write_eight(out, rest / TEN_TO_8), rest % TEN_TO_8);
-}
-
 struct OctetText {
     std::array<char, 3> text;
     std::uint8_t length;
@@ -94,6 +86,15 @@ inline char* write_octet(char* out, std::uint8_t value) {
     const OctetText& entry = OCTET_TEXTS[value];
     std::memcpy(out, &entry, sizeof entry);  // one store of four bytes
     return out + entry.length;
+}
+
+inline char* write_unsigned(char* out, std::uint64_t value) {
+    if (value < OCTET_TEXTS.size()) return write_octet(out, static_cast<std::uint8_t>(value));
+    if (value < TEN_TO_8) return write_up_to_eight(out, value);
+    if (value < TEN_TO_16) return write_eight(write_up_to_eight(out, value / TEN_TO_8), value % TEN_TO_8);
+    const std::uint64_t rest = value % TEN_TO_16;
+    out = write_up_to_eight(out, value / TEN_TO_16);
+    return write_eight(write_eight(out, rest / TEN_TO_8), rest % TEN_TO_8);
 }
 
 }  // namespace digits
