@@ -136,7 +136,8 @@ void SummaryReader::check_chunks() {
     for (const auto& [offset, chunk] : chunks_) {
         const std::uint64_t room = footer_.summary_start - std::min(offset, footer_.summary_start);
         if (offset < free_from || chunk.chunk_bytes < head_bytes || chunk.chunk_bytes > room ||
-            chunk.first > chunk.last || message_count(chunk) > chunk.uncompressed_bytes / message_bytes) {
+            (chunk.first > chunk.last && message_count(chunk) > 0) ||
+            message_count(chunk) > chunk.uncompressed_bytes / message_bytes) {
             doubt(offset, "index of chunks is impossible");
             return;
         }

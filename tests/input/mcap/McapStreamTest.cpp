@@ -18,8 +18,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using test::channel_record;
 using test::MadeMessage;
+using test::message_record;
+using test::record;
 using test::RecordingBuilder;
+using test::schema_record;
 using test::TemporaryFile;
 
 /// A message as a line of text: topic, log time, payload.
@@ -77,7 +81,7 @@ Delivery deliver(MessageStream& stream, const Selection& selection = {}, Describ
     return delivery;
 }
 
-[[maybe_unused]] Delivery deliver(const std::string& bytes) {
+Delivery deliver(const std::string& bytes) {
     const TemporaryFile file(bytes);
     return deliver(*open_mcap(file.path()));
 }
@@ -204,6 +208,12 @@ void PrintTo(const DamageCase& c, std::ostream* out) {
 
 const DamageCase damage_cases[] = {
     {"chunk_crc_wrong", 60, 0, 1130, "checksum of the chunk is wrong"},
+    {"chunk_damaged_zstd", 51, 9, 1130, "does not decompress"},
+    {"chunk_unknown_compression", 51, 9, 578, "unknown compression 'zztd'"},
+    {"cut_lz4_2", 14, 0, 1377, "chunk is cut"},
+    {"cut_none_2", 59, 0, 33, "chunk is cut"},
+    {"cut_plain_2", 10, 0, 1029, "record of 70 bytes in a file that ends before"},
+    {"zero_tail", 3, 0, 456, "message torn by zero bytes"},
 };
 
 class McapDamage : public testing::TestWithParam<DamageCase> {};
@@ -219,6 +229,303 @@ TEST_P(McapDamage, CostsWhatItHits) {
     EXPECT_NE(std::string::npos, delivery.problems.front().text.find(c.problem)) << delivery.report();
 }
 INSTANTIATE_TEST_SUITE_P(, McapDamage, testing::ValuesIn(damage_cases), test::CaseName());
+
+// Recordings made here.
+
+const std::string plain_head =
+    schema_record(1, "demo/msg/A") + channel_record(0, 1, "/a") + channel_record(3, 0, "/b");
+
+std::string topic_of(std::uint16_t id) {
+    return id == 0 ? "/a" : "/b";
+}
+
+struct MadeRecording {
+    std::string bytes;
+    std::vector<MadeMessage> messages;  ///< in file order
+};
+
+/// Chunks and loose messages; their times run on with jumps back of up to `disorder`.
+MadeRecording random_recording(std::uint32_t seed, std::uint64_t disorder, bool has_summary) {
+    std::mt19937 random(seed);
+    RecordingBuilder builder(plain_head);
+    std::vector<MadeMessage> messages;
+    const auto next = [&] {
+        const std::uint64_t time = messages.size() + 5 + disorder - random() % (disorder + 1);
+        const auto id = static_cast<std::uint16_t>(random() % 2 * 3);
+        messages.push_back({id, time, std::to_string(messages.size()) + std::string(random() % 40, '.')});
+        return messages.back();
+    };
+    for (int part = 0; part < 60; ++part) {
+        std::vector<MadeMessage> chunk(random() % 12);
+        for (MadeMessage& m : chunk)
+            m = next();
+        if (has_summary || random() % 3 > 0) {
+            builder.add_chunk(chunk);
+        } else {
+            for (const MadeMessage& m : chunk)
+                builder.add_message(m);
+        }
+    }
+    return {has_summary ? builder.finished() : builder.unfinished(), std::move(messages)};
+}
+
+template <typename Wanted>
+Lines lines_of(const std::vector<MadeMessage>& messages, Wanted wanted) {
+    std::vector<std::pair<std::uint64_t, std::string>> timed;
+    for (const MadeMessage& m : messages)
+        if (wanted(m))
+            timed.emplace_back(m.log_time,
+                               topic_of(m.channel_id) + " " + std::to_string(m.log_time) + " " + m.data);
+    return lines_of(std::move(timed));
+}
+
+Lines lines_of(const std::vector<MadeMessage>& messages) {
+    return lines_of(messages, [](const MadeMessage&) { return true; });
+}
+
+struct OrderCase {
+    const char* name;
+    std::uint64_t disorder;  ///< in messages; a chunk has 5 or 6
+    McapLimits limits;
+    bool has_summary;
+};
+void PrintTo(const OrderCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+const OrderCase order_cases[] = {
+    {"OneBatch", 30, {}, true},
+    {"OneBatchScanned", 30, {}, false},
+    {"InOrderABatchAPiece", 0, {1, 1 << 20}, true},
+    {"AllTimesEqualInChunks", 1 << 20, {1, 1 << 20}, true},
+    {"ChainsOfOverlap", 10, {1, 1 << 20}, true},
+    {"ChainsOfOverlapScanned", 10, {2000, 1 << 20}, false},
+    {"MoreOverlapThanMemory", 40, {1, 3000}, true},
+    {"MoreOverlapThanMemoryScanned", 40, {2000, 3000}, false},
+    {"NoOrderAtAll", 800, {1, 5000}, true},
+    {"NoOrderAtAllScanned", 800, {1, 1}, false},
+};
+
+class McapOrder : public testing::TestWithParam<OrderCase> {};
+
+TEST_P(McapOrder, IsByLogTimeThenFile) {
+    const OrderCase& c = GetParam();
+    for (std::uint32_t seed = 1; seed <= 4; ++seed) {
+        const MadeRecording made = random_recording(seed, c.disorder, c.has_summary);
+        const TemporaryFile file(made.bytes);
+        const auto stream = open_mcap(file.path(), c.limits);
+        const Delivery first_pass = deliver(*stream);
+        EXPECT_EQ(lines_of(made.messages), first_pass.lines) << "seed " << seed;
+        EXPECT_EQ(lines_of(made.messages), deliver(*stream).lines) << "second pass, seed " << seed;
+        EXPECT_EQ(c.has_summary, first_pass.problems.empty()) << first_pass.report();
+        EXPECT_EQ(made.messages.size(),
+                  stream->summary().channels[0].message_count + stream->summary().channels[1].message_count);
+    }
+}
+INSTANTIATE_TEST_SUITE_P(, McapOrder, testing::ValuesIn(order_cases), test::CaseName());
+
+TEST(McapBatches, StayWithinTheLimitsWhereAllOverlaps) {
+    const MadeRecording made = random_recording(1, 800, true);
+    const TemporaryFile file(made.bytes);
+    const auto stream = open_mcap(file.path(), {1, 8000});
+    std::size_t batches = 0;
+    for (stream->start({}); const auto batch = stream->next_batch(); ++batches) {
+        EXPECT_LE(batch->loaded_bytes(), 8000U);
+    }
+    EXPECT_GT(batches, 5U);
+}
+
+TEST(McapBatches, LoadInAnyOrderOnAnyThread) {
+    const MadeRecording made = random_recording(2, 12, true);
+    const TemporaryFile file(made.bytes);
+    auto stream = open_mcap(file.path(), {1, 1 << 20});
+    std::vector<std::unique_ptr<Batch>> batches;
+    for (stream->start({}); auto batch = stream->next_batch();)
+        batches.push_back(std::move(batch));
+    ASSERT_GT(batches.size(), 20U);
+    std::vector<std::thread> threads;
+    for (std::size_t t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            for (std::size_t n = batches.size(); n-- > 0;)
+                if (n % 4 == t) batches[n]->load();
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    Delivery delivery;
+    for (const auto& batch : batches)
+        take(*stream, *batch, payload, delivery);
+    EXPECT_EQ(lines_of(made.messages), delivery.lines);
+}
+
+TEST(McapSelection, LeavesOutOtherChannelsAndTimes) {
+    for (const bool has_summary : {true, false}) {
+        const MadeRecording made = random_recording(3, 12, has_summary);
+        const TemporaryFile file(made.bytes);
+        const auto stream = open_mcap(file.path(), {500, 2000});
+        const Selection selection{{false, true},
+                                  Time::from_nanoseconds(std::uint64_t{50}),
+                                  Time::from_nanoseconds(std::uint64_t{200})};
+        const auto is_wanted = [](const MadeMessage& m) {
+            return m.channel_id == 3 && m.log_time >= 50 && m.log_time < 200;
+        };
+        EXPECT_EQ(lines_of(made.messages, is_wanted), deliver(*stream, selection).lines);
+    }
+}
+
+TEST(McapOpening, ReadsTheSummaryAlone) {
+    RecordingBuilder builder(plain_head);
+    builder.add_chunk({{0, 10, "payload"}, {3, 20, "y"}});
+    builder.add_chunk({{0, 1ULL << 63, "z"}});
+    std::string bytes = builder.finished();
+    bytes[bytes.find("payload") - 31] = '\0';  // the message's opcode
+    const TemporaryFile file(bytes);
+    const auto stream = open_mcap(file.path());
+    EXPECT_TRUE(stream->problems().empty());
+    ASSERT_EQ(2U, stream->channels().size());
+    EXPECT_EQ("demo/msg/A ros2msg int8 x cdr",
+              stream->channels()[0].type_name + " " + stream->channels()[0].schema_encoding + " " +
+                  stream->channels()[0].schema_text + " " + stream->channels()[0].message_encoding);
+    EXPECT_EQ("", stream->channels()[1].schema_encoding);
+    EXPECT_EQ(2U, stream->summary().channels[0].message_count);
+    EXPECT_EQ("10 9223372036854775808",
+              nanoseconds(*stream->summary().first) + " " + nanoseconds(*stream->summary().last));
+    const Delivery delivery = deliver(*stream);
+    EXPECT_EQ((Lines{"/a 9223372036854775808 z"}), delivery.lines);
+    EXPECT_EQ(2U, delivery.messages_lost());
+}
+
+/// Every one of these holds the messages x, y and z, at 1, 2 and 3.
+struct DoubtCase {
+    const char* name;
+    std::string (*made)(RecordingBuilder builder);
+    const char* problem;  ///< none when empty
+};
+void PrintTo(const DoubtCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+std::string with_byte(std::string bytes, std::size_t from_end, char byte) {
+    bytes[bytes.size() - from_end] = byte;
+    return bytes;
+}
+
+const DoubtCase doubt_cases[] = {
+    {"Sound", [](RecordingBuilder b) { return b.finished(); }, ""},
+    {"WrongChecksum", [](RecordingBuilder b) { return with_byte(b.finished(), 9, 1); },
+     "checksum of the summary"},
+    {"FooterBeyondFile", [](RecordingBuilder b) { return with_byte(b.finished(), 23, 1); },
+     "impossible offsets"},
+    {"FooterAtRecord", [](RecordingBuilder b) { return with_byte(b.finished(), 28, 8); },
+     "summary is damaged"},
+    {"CountsTooMany", [](RecordingBuilder b) { return b.finished(2); },
+     "statistics count 5 messages, the file has 3, 2 messages lost"},
+    {"CountsChunksTooMany", [](RecordingBuilder b) { return b.finished(0, 1); }, ""},
+    {"MessageOutsideChunks",
+     [](RecordingBuilder b) {
+         b.add_message({0, 4, "w"});
+         return b.finished();
+     },
+     ""},
+    {"BytesBehindTheEnd", [](RecordingBuilder b) { return b.finished() + "more"; }, "4 bytes behind the end"},
+    {"NoClosingMagic", [](RecordingBuilder b) { return with_byte(b.finished(), 1, 1); },
+     "without the closing magic"},
+    {"ZeroTail", [](RecordingBuilder b) { return b.unfinished() + std::string(5000, '\0'); }, "zero bytes"},
+    {"RecordBeyondFile", [](RecordingBuilder b) { return b.unfinished() + record(5, "").replace(5, 1, "x"); },
+     "file that ends before"},
+    {"UnknownRecord",
+     [](RecordingBuilder b) {
+         b.add(record(0x99, "private"));
+         return b.finished();
+     },
+     ""},
+    {"MessageOnUndefinedChannel",
+     [](RecordingBuilder b) {
+         b.add(message_record(9, 4, "w"));
+         return b.unfinished();
+     },
+     "messages on channel 9, which is not defined, 1 message lost"},
+};
+
+class McapDoubt : public testing::TestWithParam<DoubtCase> {};
+
+TEST_P(McapDoubt, DeliversAllTheSame) {
+    RecordingBuilder builder(plain_head);
+    builder.add_chunk({{0, 2, "y"}, {3, 1, "x"}});
+    builder.add_chunk({{0, 3, "z"}});
+    Delivery delivery = deliver(GetParam().made(builder));
+    const Lines expected{"/b 1 x", "/a 2 y", "/a 3 z"};
+    ASSERT_GE(delivery.lines.size(), expected.size());
+    delivery.lines.resize(expected.size());
+    EXPECT_EQ(expected, delivery.lines);
+    if (*GetParam().problem == '\0') {
+        EXPECT_EQ("", delivery.report());
+    } else {
+        EXPECT_NE(std::string::npos, delivery.report().find(GetParam().problem)) << delivery.report();
+    }
+}
+INSTANTIATE_TEST_SUITE_P(, McapDoubt, testing::ValuesIn(doubt_cases), test::CaseName());
+
+TEST(McapChannels, AnIdWithANewMeaningIsAnotherChannel) {
+    RecordingBuilder builder(plain_head);
+    builder.add_chunk({{0, 1, "x"}});
+    builder.add_chunk({{0, 3, "z"}}, schema_record(2, "demo/msg/C") + channel_record(0, 2, "/c"));
+    builder.add_message({0, 2, "y"});
+    const TemporaryFile file(builder.unfinished());
+    const auto stream = open_mcap(file.path());
+    EXPECT_EQ((Lines{"/a 1 x", "/c 2 y", "/c 3 z"}), deliver(*stream).lines);
+    EXPECT_EQ("demo/msg/C", stream->channels()[2].type_name);
+    EXPECT_EQ(2U, stream->summary().channels[2].message_count);
+}
+
+TEST(McapHarm, EveryCutKeepsTheWholeMessagesBeforeIt) {
+    RecordingBuilder builder(plain_head);
+    std::vector<std::uint64_t> ends;  // of messages
+    for (std::uint64_t n = 0; n < 3; ++n) {
+        builder.add_message({0, n, std::string(n, 'x')});
+        ends.push_back(builder.size());
+    }
+    builder.add_chunk({{0, 3, "in a chunk"}});
+    ends.push_back(ends.back() + 9 + 40 + 31 + 10);
+    const std::string bytes = builder.finished();
+    for (std::size_t size = 8; size < bytes.size(); ++size) {
+        const Delivery delivery = deliver(bytes.substr(0, size));
+        const auto whole =
+            std::count_if(ends.begin(), ends.end(), [&](std::uint64_t end) { return end <= size; });
+        EXPECT_EQ(static_cast<std::size_t>(whole), delivery.lines.size()) << size;
+        EXPECT_FALSE(delivery.problems.empty()) << size;
+    }
+}
+
+TEST(McapHarm, NoFlippedByteDoesHarm) {
+    for (const char* name : {"chunks_zstd_small.mcap", "chunks_lz4_small.mcap", "unchunked.mcap"}) {
+        const std::string bytes = test::read_file(test::data_folder() / "mcap" / name);
+        for (std::size_t at = 8; at < bytes.size(); at += 11) {
+            std::string flipped = bytes;
+            flipped[at] = static_cast<char>(~flipped[at]);
+            EXPECT_LE(deliver(flipped).lines.size(), 61U) << name << " " << at;
+        }
+    }
+}
+
+TEST(McapOpening, RefusesWhatIsNoRecording) {
+    const auto refusal = [](const std::string& bytes) -> std::string {
+        const TemporaryFile file(bytes);
+        try {
+            open_mcap(file.path());
+        } catch (const InputError& error) {
+            return std::string(error.what()).substr(file.path().string().size());
+        }
+        return "accepted";
+    };
+    EXPECT_EQ(":0: expected the magic of an MCAP file, found an empty file", refusal(""));
+    EXPECT_EQ(":0: expected the magic of an MCAP file, found other bytes",
+              refusal("some text of other kind"));
+    EXPECT_NE(std::string::npos, refusal("\x89MCAP1\r\n").find("version '1'"));
+    EXPECT_EQ("accepted", refusal(test::mcap_magic));
+    EXPECT_THROW(open_mcap("no/such/file.mcap"), std::system_error);
+    EXPECT_TRUE(is_mcap(std::as_bytes(std::span(test::mcap_magic))));
+    EXPECT_FALSE(is_mcap(std::as_bytes(std::span("\x89MCA", 4))));
+}
 
 }  // namespace
 }  // namespace zun::input
