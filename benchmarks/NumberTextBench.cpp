@@ -1,0 +1,106 @@
+// NumberTextBench: the text of numbers, beside bare std::to_chars on the same values.
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "platform/printing/NumberText.hpp"
+
+namespace {
+
+constexpr std::size_t VALUES = 20'000;
+
+struct Standard {
+    template <typename Number>
+    static char* write(char* out, Number value) {
+        return std::to_chars(out, out + zun::printing::NUMBER_TEXT_SIZE, value).ptr;
+    }
+};
+
+struct Ours {
+    template <typename Number>
+    static char* write(char* out, Number value) {
+        return zun::printing::write_number(out, value);
+    }
+};
+
+using Random = std::mt19937_64;
+
+template <typename Real>
+Real any_bits(Random& random) {
+    using Bits = std::conditional_t<sizeof(Real) == 8, std::uint64_t, std::uint32_t>;
+    const auto value = std::bit_cast<Real>(static_cast<Bits>(random()));
+    return std::isfinite(value) ? value : 1;
+}
+
+template <typename Real>
+Real measured(Random& random) {
+    return static_cast<Real>(std::normal_distribution<double>()(random));
+}
+
+template <typename Real>
+Real three_places(Random& random) {
+    return static_cast<Real>(static_cast<double>(random() % 20'001) / 1000 - 10);
+}
+
+template <typename Number>
+Number whole(Random& random) {
+    return static_cast<Number>(static_cast<std::int64_t>(random() % 200'001) - 100'000);
+}
+
+template <typename Integer>
+Integer any_length(Random& random) {
+    const std::uint64_t bits = random();
+    return static_cast<Integer>(static_cast<Integer>(bits) >> bits % (8 * sizeof(Integer)));
+}
+
+template <typename Integer>
+Integer below_100(Random& random) {
+    return static_cast<Integer>(random() % 100);
+}
+
+template <typename Writer, auto make_value>
+void BM_Text(benchmark::State& state) {
+    Random random;
+    using Number = std::invoke_result_t<decltype(make_value), Random&>;
+    std::vector<Number> values(VALUES);
+    for (Number& value : values)
+        value = make_value(random);
+    std::vector<char> row(VALUES * (zun::printing::NUMBER_TEXT_SIZE + 1));
+    for (auto _ : state) {
+        char* out = row.data();
+        for (const Number value : values) {
+            out = Writer::write(out, value);
+            *out++ = ',';
+        }
+        benchmark::DoNotOptimize(out);
+        benchmark::ClobberMemory();
+    }
+    state.counters["value"] =
+        benchmark::Counter(static_cast<double>(VALUES) * static_cast<double>(state.iterations()),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+#define BENCHMARK_BOTH(make_value)            \
+    BENCHMARK(BM_Text<Standard, make_value>); \
+    BENCHMARK(BM_Text<Ours, make_value>)
+
+BENCHMARK_BOTH(any_bits<double>);
+BENCHMARK_BOTH(measured<double>);
+BENCHMARK_BOTH(three_places<double>);
+BENCHMARK_BOTH(whole<double>);
+BENCHMARK_BOTH(any_bits<float>);
+BENCHMARK_BOTH(measured<float>);
+BENCHMARK_BOTH(three_places<float>);
+BENCHMARK_BOTH(whole<float>);
+BENCHMARK_BOTH(any_length<std::int32_t>);
+BENCHMARK_BOTH(below_100<std::int32_t>);
+BENCHMARK_BOTH(any_length<std::uint64_t>);
+BENCHMARK_BOTH(any_length<std::uint8_t>);
+
+}  // namespace
