@@ -10,7 +10,7 @@ InputError error_at(const std::string& source, const Position& position, const s
 }
 
 std::string quoted(std::string_view text) {
-    constexpr std::size_t longest = 40;
+    constexpr std::size_t longest = 100;
     std::string shown(text.substr(0, longest));
     std::replace_if(
         shown.begin(), shown.end(), [](char c) { return c < ' ' || c > '~'; }, '?');

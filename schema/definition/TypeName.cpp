@@ -10,14 +10,6 @@ bool is_kind(std::string_view part) {
     return part == "msg" || part == "srv" || part == "action";
 }
 
-/// Without what the bus adds to the names of ROS types: the scope "dds_" and a final "_".
-std::string without_bus_suffix(const std::string& name) {
-    const std::string marker = "::dds_::";
-    const std::size_t at = name.find(marker);
-    if (at == std::string::npos || !name.ends_with('_')) return name;
-    return name.substr(0, at) + "::" + name.substr(at + marker.size(), name.size() - at - marker.size() - 1);
-}
-
 }  // namespace
 
 std::string scoped(std::string_view outer, std::string_view name) {
@@ -45,8 +37,10 @@ std::vector<std::string_view> name_parts(std::string_view name) {
 }
 
 std::string ros_name(std::string_view name, std::string_view kind) {
-    const auto parts = name_parts(name);
+    auto parts = name_parts(name);
     if (parts.size() < 2) return std::string(name);
+    // The bus adds a scope and an underline: pkg::msg::dds_::T_.
+    if (parts[parts.size() - 2] == "dds_" && parts.back().ends_with('_')) parts.back().remove_suffix(1);
     const auto written = std::find_if(parts.begin() + 1, parts.end() - 1, is_kind);
     if (written != parts.end() - 1) kind = *written;
     return scoped(scoped(parts.front(), kind), parts.back());
@@ -57,8 +51,7 @@ std::vector<std::string> candidate_names(const std::string& name) {
     for (const std::string_view part : name_parts(name))
         literal = scoped(literal, part);
     std::vector<std::string> names{literal};
-    for (const std::string& other : {without_bus_suffix(literal), ros_name(without_bus_suffix(literal))})
-        if (std::find(names.begin(), names.end(), other) == names.end()) names.push_back(other);
+    if (ros_name(literal) != literal) names.push_back(ros_name(literal));
     return names;
 }
 
@@ -69,9 +62,9 @@ bool is_ros_name(std::string_view scoped_name) {
 }
 
 std::string display_name(std::string_view scoped_name) {
-    const std::string name(scoped_name);
-    if (!is_ros_name(name)) return name;
+    if (!is_ros_name(scoped_name)) return std::string(scoped_name);
     std::string shown;
+    const std::string name = ros_name(scoped_name);
     for (const std::string_view part : name_parts(name))
         shown += (shown.empty() ? "" : "/") + std::string(part);
     return shown;

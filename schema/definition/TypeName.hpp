@@ -24,8 +24,8 @@ std::string_view last_name(std::string_view scoped_name);
 /// The parts of a name in either spelling; a leading "::" adds none.
 std::vector<std::string_view> name_parts(std::string_view name);
 
-/// The scoped name of a type that ROS text calls `name`: folders between package and type are dropped, and
-/// `kind` (msg, srv, action) is put in where the name says none. A name of one part stays as it is.
+/// The scoped name of a type that ROS calls `name`: folders between package and type are dropped, and `kind`
+/// (msg, srv, action) is put in where the name says none. A name of one part stays as it is.
 std::string ros_name(std::string_view name, std::string_view kind = "msg");
 
 /// The scoped names under which a type called `name` can be defined, likeliest first.

@@ -83,6 +83,10 @@ std::string shown(const std::string& name) {
     return display_name(name.starts_with("::") ? name.substr(2) : name);
 }
 
+std::string shown(const Definition& definition) {
+    return quoted(display_name(definition.name));
+}
+
 }  // namespace
 
 /// One step down, from a type to what it is made of, or from a constant to what computes it.
@@ -95,7 +99,7 @@ public:
         if (resolver.depth_ == deepest_nesting)
             throw error_at(source, position, "more than 100 definitions are nested");
         if (target && !resolver.open_.insert(target).second)
-            throw error_at(source, position, "'" + shown(target->name) + "' contains itself");
+            throw error_at(source, position, shown(*target) + " contains itself");
         ++resolver.depth_;
     }
     ~Level() {
@@ -114,7 +118,7 @@ DynamicTypeImpl TypeResolver::type_of(const Definition& definition) {
     const auto known = types_.find(&definition);
     if (known != types_.end()) return known->second;
     const Level level(*this, &definition, definition.source, definition.position);
-    const DynamicTypeImpl type = built(definition.source, definition.position, [&] {
+    DynamicTypeImpl type = built(definition.source, definition.position, [&] {
         return std::visit([&](const auto& body) { return made(definition, body); }, definition.body);
     });
     types_.emplace(&definition, type);
@@ -129,22 +133,21 @@ DynamicTypeImpl TypeResolver::type_of(const TypeExpression& expression, const De
 
 DynamicTypeImpl TypeResolver::named_type(const TypeExpression& expression, const Definition& user) {
     const Definition* found = find(expression.names, user);
-    const std::string& written = expression.names.front();
-    if (!found && expression.in_any_scope) {
-        found = find_({"*::" + std::string(last_name(written))});
-        if (found)
-            chronicle::Logger::instance().warn("'" + shown(user.name) + "' needs '" + shown(written) +
-                                               "', which has no definition; '" + shown(found->name) +
-                                               "' is used");
-    }
-    if (!found)
-        throw UnknownType(
-            error_at(user.source, expression.position,
-                     "'" + shown(user.name) + "' needs '" + shown(written) + "', which has no definition"),
-            shown(written));
+    if (!found) found = &substitute(expression, user);
     if (open_.contains(found))
-        throw error_at(user.source, expression.position, "'" + shown(found->name) + "' contains itself");
+        throw error_at(user.source, expression.position, shown(*found) + " contains itself");
     return type_of(*found);
+}
+
+const Definition& TypeResolver::substitute(const TypeExpression& expression, const Definition& user) const {
+    const std::string& written = expression.names.front();
+    const std::string problem =
+        shown(user) + " needs " + quoted(shown(written)) + ", which has no definition";
+    const Definition* found =
+        expression.in_any_scope ? find_({"*::" + std::string(last_name(written))}) : nullptr;
+    if (!found) throw UnknownType(error_at(user.source, expression.position, problem), shown(written));
+    chronicle::Logger::instance().warn(problem + "; " + shown(*found) + " is used");
+    return *found;
 }
 
 DynamicTypeImpl TypeResolver::made(const TypeExpression& expression, const Definition& user) {
@@ -264,13 +267,11 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const AliasDefi
 }
 
 DynamicTypeImpl TypeResolver::made(const Definition& definition, const ConstantDefinition&) {
-    throw error_at(definition.source, definition.position,
-                   "'" + shown(definition.name) + "' is a constant, no type");
+    throw error_at(definition.source, definition.position, shown(definition) + " is a constant, no type");
 }
 
 DynamicTypeImpl TypeResolver::made(const Definition& definition, const EnumeratorDefinition&) {
-    throw error_at(definition.source, definition.position,
-                   "'" + shown(definition.name) + "' is an enumerator, no type");
+    throw error_at(definition.source, definition.position, shown(definition) + " is an enumerator, no type");
 }
 
 DynamicTypeImpl TypeResolver::made(const Definition&, const BrokenDefinition& body) {
@@ -307,14 +308,16 @@ Constant TypeResolver::constant(const ConstantExpression& expression, const Defi
 
 Constant TypeResolver::named_constant(const Step& step, const Definition& user) {
     const Definition* found = find({step.name}, user);
-    if (!found) throw error_at(user.source, step.position, "the constant '" + step.name + "' is not defined");
+    if (!found)
+        throw error_at(user.source, step.position, "the constant " + quoted(step.name) + " is not defined");
     if (const auto* enumerator = std::get_if<EnumeratorDefinition>(&found->body)) {
         const TypeExpression enumeration{.names = {"::" + enumerator->enumeration},
                                          .position = step.position};
         return Integer(enumerator_value(named_type(enumeration, user), enumerator->name).value_or(0));
     }
+    if (const auto* broken = std::get_if<BrokenDefinition>(&found->body)) throw InputError(broken->error);
     const auto* definition = std::get_if<ConstantDefinition>(&found->body);
-    if (!definition) throw error_at(user.source, step.position, "'" + step.name + "' is no constant");
+    if (!definition) throw error_at(user.source, step.position, quoted(step.name) + " is no constant");
     const auto known = constants_.find(found);
     if (known != constants_.end()) return known->second;
     const Level level(*this, found, user.source, step.position);

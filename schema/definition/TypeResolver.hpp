@@ -35,6 +35,8 @@ private:
 
     core::xtypes::DynamicTypeImpl type_of(const TypeExpression& expression, const Definition& user);
     core::xtypes::DynamicTypeImpl named_type(const TypeExpression& expression, const Definition& user);
+    /// What serves where no name of `expression` is defined.
+    const Definition& substitute(const TypeExpression& expression, const Definition& user) const;
     core::xtypes::DynamicTypeImpl made(const TypeExpression& expression, const Definition& user);
 
     core::xtypes::DynamicTypeImpl made(const Definition& definition, const StructDefinition& body);

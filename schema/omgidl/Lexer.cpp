@@ -108,7 +108,7 @@ std::optional<Integer> code_point(std::string_view text) {
 }  // namespace
 
 Token Lexer::next() {
-    if (!skip_blanks_and_comments()) return broken(position(), "the comment has no end");
+    if (const auto open = skip_blanks_and_comments()) return broken(*open, "the comment has no end");
     const char c = at();
     if (offset_ == text_.size()) return {.kind = Token::Kind::END, .position = position()};
     if (c == 'L' && (at(1) == '"' || at(1) == '\'')) ++offset_;
@@ -117,8 +117,8 @@ Token Lexer::next() {
     return is_word_character(c) ? word() : symbol();
 }
 
-/// False where a comment does not end.
-bool Lexer::skip_blanks_and_comments() {
+/// Where a comment begins that does not end.
+std::optional<Position> Lexer::skip_blanks_and_comments() {
     while (offset_ < text_.size()) {
         if (at() == '\n') {
             ++line_;
@@ -128,12 +128,13 @@ bool Lexer::skip_blanks_and_comments() {
         } else if (at() == '#' || (at() == '/' && at(1) == '/')) {
             skip_line();
         } else if (at() == '/' && at(1) == '*') {
-            if (!skip_comment()) return false;
+            const Position begin = position();
+            if (!skip_comment()) return begin;
         } else {
             break;
         }
     }
-    return true;
+    return std::nullopt;
 }
 
 void Lexer::skip_line() {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -30,7 +31,7 @@ public:
     Token next();
 
 private:
-    bool skip_blanks_and_comments();
+    std::optional<Position> skip_blanks_and_comments();
     void skip_line();
     bool skip_comment();
     Token word();

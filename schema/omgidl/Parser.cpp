@@ -114,11 +114,14 @@ void Parser::definitions() {
 void Parser::definition() {
     const unsigned braces = braces_;
     const Position position = token_.position;
+    const std::string scope = scope_;
     defined_.clear();
     try {
         type_definition_or_other();
     } catch (const InputError& error) {
         table_.add_broken(defined_, position, error);
+        scope_ = scope;
+        in_template_ = false;
         recover(braces);
     }
 }
@@ -200,7 +203,7 @@ std::string Parser::constructed_type(const Annotations& annotations) {
     const std::string keyword = token_.text;
     advance();
     const Position position = token_.position;
-    const std::string type_name = take_name("the type's name");
+    std::string type_name = take_name("the type's name");
     if (defined_.empty()) defined_ = scoped(scope_, type_name);
     if (is(";")) return type_name;  // a forward declaration
     if (keyword == "struct")
@@ -397,7 +400,7 @@ TypeExpression Parser::collection_type(Form form, const Position& position) {
     return collection;
 }
 
-TypeExpression Parser::named_type(const Position& position) {
+TypeExpression Parser::named_type(Position position) {
     return {.names = {take_scoped_name()}, .position = position};
 }
 

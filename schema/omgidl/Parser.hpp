@@ -60,7 +60,7 @@ private:
     TypeExpression type();
     TypeExpression text_type(TypeExpression::Form form, const Position& position);
     TypeExpression collection_type(TypeExpression::Form form, const Position& position);
-    TypeExpression named_type(const Position& position);
+    TypeExpression named_type(Position position);
     std::optional<core::xtypes::TypeKind> primitive();
     core::xtypes::TypeKind long_kind(bool is_unsigned);
     TypeExpression with_dimensions(TypeExpression element);

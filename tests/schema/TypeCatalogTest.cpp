@@ -1,0 +1,178 @@
+#include "schema/TypeCatalog.hpp"
+
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <gtest/gtest.h>
+
+#include "tests/schema/describe.hpp"
+#include "tests/support/case_files.hpp"
+
+namespace zun::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A folder of its own for each test, gone afterwards.
+class CatalogFolders : public testing::Test {
+protected:
+    CatalogFolders()
+        : folder_(fs::path(testing::TempDir()) /
+                  testing::UnitTest::GetInstance()->current_test_info()->name()) {
+        fs::remove_all(folder_);
+        fs::create_directories(folder_);
+    }
+    ~CatalogFolders() override { fs::remove_all(folder_); }
+
+    fs::path write(const std::string& path, const std::string& text) {
+        fs::create_directories((folder_ / path).parent_path());
+        std::ofstream(folder_ / path, std::ios::binary) << text;
+        return folder_ / path;
+    }
+
+    /// The type of a topic without a definition of its own.
+    std::string read(const std::string& type_name) { return read_type(catalog_, type_name, "", ""); }
+
+    fs::path folder_;
+    schema::TypeCatalog catalog_;
+};
+
+TEST_F(CatalogFolders, PackagesAreFoundByPlace) {
+    write("share/p/msg/T.msg", "U u\nq/V v");
+    write("share/p/msg/sub/U.msg", "int8 a");
+    write("src/q/msg/V.idl", "module q { module msg { struct V { octet o; }; }; };");
+    write("loose/W.msg", "int8 w");
+    catalog_.add_folder(folder_);
+    EXPECT_EQ("final p/msg/T { final p/msg/U { int8 a } u, final q/msg/V { octet o } v }", read("p/msg/T"));
+    EXPECT_EQ("final p/msg/U { int8 a }", read("p/U"));
+    EXPECT_EQ("final loose/msg/W { int8 w }", read("loose/msg/W"));
+}
+
+TEST_F(CatalogFolders, ServicesAndActionsGiveTheirTypes) {
+    write("p/srv/Set_It.srv", "int8 a\n---\nint8 b");
+    write("p/action/Go.action", "int8 a\n---\nint8 b\n---\nint8 c");
+    catalog_.add_folder(folder_ / "p");
+    EXPECT_EQ("final p/srv/Set_It_Response { int8 b }", read("p/srv/Set_It_Response"));
+    EXPECT_EQ(
+        "final p/action/Go_FeedbackMessage { final unique_identifier_msgs/msg/UUID { uint8[16] uuid } "
+        "goal_id, "
+        "final p/action/Go_Feedback { int8 c } feedback }",
+        read("p/action/Go_FeedbackMessage"));
+    EXPECT_EQ(0U, read("p/action/Go_SendGoal_Event").find("final p/action/Go_SendGoal_Event { "));
+}
+
+TEST_F(CatalogFolders, LooseIdlIsFoundByWhatItDefines) {
+    write("a/first.idl", "module m { struct A { long a; }; };");
+    write("b/second.idl", "module m { struct B { A a; }; };");
+    write("c/broken.idl", "module m { struct C { long } ; };");
+    catalog_.add_folder(folder_);
+    EXPECT_EQ("m::B { m::A { int32 a } a }", read("m::B"));
+    const std::string broken = (fs::canonical(folder_) / "c/broken.idl").string();
+    EXPECT_EQ("InputError " + broken + ":1:28: expected the member's name, found '}'", read("m::C"));
+}
+
+TEST_F(CatalogFolders, TheRecordingWinsThenWhatWasAddedFirst) {
+    write("one/p/msg/T.msg", "int8 one");
+    write("two/p/msg/T.msg", "int8 two");
+    write("two/std_msgs/msg/Header.msg", "int8 old");
+    catalog_.add_folder(folder_ / "one");
+    catalog_.add_definition("q/msg/R", "ros2msg", "p/T t\n===\nMSG: p/T\nint8 other\n===\nMSG: q/U\nint8 u");
+    catalog_.add_folder(folder_ / "two");
+    EXPECT_EQ("final p/msg/T { int8 own }", read_type(catalog_, "p/msg/T", "ros2msg", "int8 own"));
+    EXPECT_EQ("final p/msg/T { int8 one }", read("p/msg/T"));
+    EXPECT_EQ("final q/msg/R { final p/msg/T { int8 one } t }", read("q/msg/R"));
+    EXPECT_EQ("final q/msg/U { int8 u }", read("q/msg/U"));
+    EXPECT_EQ("final x/msg/X { final std_msgs/msg/Header { int8 old } h, final q/msg/U { int8 u } u }",
+              read_type(catalog_, "x/msg/X", "ros2msg", "Header h\nq/U u"));
+}
+
+TEST_F(CatalogFolders, MissingFolderIsASystemError) {
+    EXPECT_THROW(catalog_.add_folder(folder_ / "missing"), std::system_error);
+    EXPECT_THROW(catalog_.add_folder(write("file.msg", "int8 a")), std::system_error);
+}
+
+TEST_F(CatalogFolders, WhatWasUnknownIsFoundLater) {
+    EXPECT_EQ("UnknownType p/msg/T, p/msg/T:1: the type has no definition", read("p/msg/T"));
+    catalog_.add_definition("p/msg/T", "ros2msg", "int8 a");
+    EXPECT_EQ("final p/msg/T { int8 a }", read("p/msg/T"));
+}
+
+TEST(TypeCatalog, EqualTextsGiveOneTypeAndDifferentOnesTwo) {
+    schema::TypeCatalog catalog;
+    const auto first = catalog.type_of("p/msg/T", "ros2msg", "int8 a");
+    EXPECT_EQ(first.node(), catalog.type_of("p/msg/T", "ros2msg", "int8 a").node());
+    EXPECT_EQ("final p/msg/T { int16 b }", describe(catalog.type_of("p/msg/T", "ros2msg", "int16 b")));
+}
+
+TEST(TypeCatalog, OtherEncodingsAreRefused) {
+    schema::TypeCatalog catalog;
+    EXPECT_EQ("InputError p.T:1: a definition in the encoding 'protobuf' cannot be read",
+              read_type(catalog, "p.T", "protobuf", "..."));
+    EXPECT_EQ("UnknownType p/msg/T, p/msg/T:1: the type has no definition",
+              read_type(catalog, "p/msg/T", "unknown", ""));
+}
+
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+/// Twenty thousand levels, steps or errors end in a short answer.
+TEST(TypeCatalog, HostileTextsAreErrors) {
+    const std::string struct_t = "struct T { long x[N]; };";
+    const std::string nested = "InputError T:1:";
+    const std::pair<std::string, std::string> cases[] = {
+        {"struct T { " + repeated("sequence<", 20000), nested + "903: more than 100 levels are nested"},
+        {repeated("module m {", 20000), nested + "1001: more than 100 levels are nested"},
+        {repeated("struct T {", 20000), nested + "501: more than 100 levels are nested"},
+        {"const long N = " + repeated("(", 20000) + ";" + struct_t,
+         nested + "116: more than 100 levels are nested"},
+        {"const long N = " + repeated("-", 20000) + "1;" + struct_t,
+         nested + "116: more than 100 levels are nested"},
+        {"const long N = " + repeated("1+", 20000) + "1;" + struct_t, "T { int32[20001] x }"},
+        {repeated("}", 20000), nested + "1: expected a definition, found '}'"},
+        {repeated("{", 20000), nested + "1: expected a definition, found '{'"},
+        {repeated("x;", 20000) + "struct T {};", "T {}"},
+        {repeated("\xff\x01", 20000), nested + "1: expected a definition, found '?'"},
+    };
+    for (const auto& [text, result] : cases) {
+        schema::TypeCatalog catalog;
+        EXPECT_EQ(result, read_type(catalog, "T", "omgidl", text)) << text.substr(0, 40);
+    }
+}
+
+TEST(TypeCatalog, LongChainsOfDefinitionsAreErrorsOrQuick) {
+    std::string doubled = "const uint64 A0 = 1;", aliases = "typedef long B0;", messages = "M200 m\n";
+    for (int i = 0; i < 200; ++i) {
+        const std::string last = std::to_string(i), next = std::to_string(i + 1);
+        if (i < 60) doubled += "const uint64 A" + next + " = A" + last + " + A" + last + " - A" + last + ";";
+        aliases += "typedef B" + last + " B" + next + ";";
+        messages += "===\nMSG: p/M" + next + "\nM" + last + " m\n";
+    }
+    schema::TypeCatalog catalog;
+    EXPECT_EQ("T { int32[1] x }", read_type(catalog, "T", "omgidl", doubled + "struct T { long x[A60]; };"));
+    const std::string too_deep = "more than 100 definitions are nested";
+    EXPECT_NE(std::string::npos,
+              read_type(catalog, "T", "omgidl", aliases + "struct T { B200 x; };").find(too_deep));
+    EXPECT_NE(std::string::npos, read_type(catalog, "p/msg/T", "ros2msg", messages).find(too_deep));
+}
+
+/// tests/data/schema/<case>.in: type name, encoding, then the text; .out: the description.
+class RecordedSchema : public testing::TestWithParam<CaseFile> {};
+
+TEST_P(RecordedSchema, GivesTheType) {
+    const std::string& in = GetParam().in;
+    const std::size_t name_end = in.find('\n'), encoding_end = in.find('\n', name_end + 1);
+    schema::TypeCatalog catalog;
+    EXPECT_EQ(GetParam().out,
+              read_type(catalog, in.substr(0, name_end), in.substr(name_end + 1, encoding_end - name_end - 1),
+                        in.substr(encoding_end + 1)) +
+                  "\n");
+}
+INSTANTIATE_TEST_SUITE_P(, RecordedSchema, testing::ValuesIn(load_cases("schema")), CaseName());
+
+}  // namespace
+}  // namespace zun::test
