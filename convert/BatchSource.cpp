@@ -5,14 +5,14 @@
 namespace zun::convert {
 
 void BatchSource::start() {
-    next_kept_ = 0;
+    to_hand_out_ = kept_.size();
     to_skip_ = kept_.size();
     const bool have_all = ended_ && keeping_;
     if (!have_all) stream_.start(selection_);
 }
 
 SourceBatch BatchSource::next() {
-    if (next_kept_ < kept_.size()) return {std::move(kept_[next_kept_++]), true};
+    if (to_hand_out_ > 0) return {std::move(kept_[kept_.size() - to_hand_out_--]), true};
     if (ended_ && keeping_) return {};
     for (; to_skip_ > 0; --to_skip_)
         read();

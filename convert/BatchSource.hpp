@@ -47,8 +47,8 @@ private:
     bool keeping_ = true;  // every batch so far
     bool ended_ = false;   // a pass came to the end
     std::vector<std::shared_ptr<input::Batch>> kept_;
-    std::size_t next_kept_ = 0;
-    std::size_t to_skip_ = 0;  // batches of the stream that were kept
+    std::size_t to_hand_out_ = 0;  // kept batches that this pass still gets
+    std::size_t to_skip_ = 0;      // batches of the stream that were kept
     std::optional<input::Problem> cut_;
 };
 

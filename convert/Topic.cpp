@@ -77,6 +77,14 @@ bool TopicFilter::accepts(const std::string& topic) const {
     return (wanted.empty() || matches_any(wanted, topic)) && !matches_any(unwanted, topic);
 }
 
+std::string exact_pattern(const std::string& topic) {
+    std::string pattern;
+    for (const char c : topic)
+        pattern +=
+            std::string("*?[\\").find(c) == std::string::npos ? std::string(1, c) : std::string{'\\', c};
+    return pattern;
+}
+
 std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
                              const TopicFilter& filter) {
     std::vector<Topic> topics;

@@ -26,6 +26,9 @@ struct TopicFilter {
     bool accepts(const std::string& topic) const;
 };
 
+/// The wildcard expression that matches `topic` alone.
+std::string exact_pattern(const std::string& topic);
+
 struct Topic {
     std::string name;
     std::string type_name;

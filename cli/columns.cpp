@@ -1,0 +1,53 @@
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Request.hpp"
+#include "cli/Terminal.hpp"
+#include "cli/commands.hpp"
+#include "cli/open_recording.hpp"
+#include "convert/Conversion.hpp"
+#include "convert/column_list.hpp"
+
+namespace zun::cli {
+
+namespace {
+
+struct ColumnsRequest : Request {
+    std::string recording = {};
+    std::string topic = {};
+};
+
+int list_columns(ColumnsRequest& request) {
+    request.settings.topics.wanted = {convert::exact_pattern(request.topic)};
+    schema::TypeCatalog catalog;
+    add_definitions(catalog, request.types);
+    convert::Conversion conversion(request.settings, find_recordings({request.recording}, std::nullopt),
+                                   catalog, {{}, &end_requested()});
+    const auto [topic, limits] = conversion.plan(request.topic);
+    std::ostringstream text;
+    convert::print_columns(text, topic, limits);
+    write_data(text.str());
+    return ALL_DONE;
+}
+
+}  // namespace
+
+void add_columns(CLI::App& app, Action& action) {
+    CLI::App& command = *app.add_subcommand("columns", "Lists the columns that a topic's file will have");
+    const auto request = std::make_shared<ColumnsRequest>();
+    command.footer(
+        "Example: dds2csv columns drive.mcap /scan\n\n"
+        "A line for each column: its name, its kind, and for the length of a sequence the number of its "
+        "elements "
+        "that have columns.");
+    command.add_option("recording", request->recording, "where the topic is")
+        ->type_name("RECORDING")
+        ->required();
+    command.add_option("topic", request->topic, "its name")->type_name("TOPIC")->required();
+    add_limits(command, *request);
+    add_reading(command, *request);
+    command.callback([request, &action] { action = [request] { return list_columns(*request); }; });
+}
+
+}  // namespace zun::cli

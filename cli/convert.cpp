@@ -1,0 +1,152 @@
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <optional>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Request.hpp"
+#include "cli/Terminal.hpp"
+#include "cli/commands.hpp"
+#include "cli/open_recording.hpp"
+#include "convert/Conversion.hpp"
+#include "platform/logger/Logger.hpp"
+
+namespace zun::cli {
+
+namespace {
+
+struct ConvertRequest : Request {
+    std::optional<std::string> output = {};
+    std::string report_file = {};
+    bool fail_on_truncation = false;
+    bool quiet = false;
+    int verbosity = 0;
+    ProgressLine::When progress = ProgressLine::When::ON_TERMINALS;
+};
+
+void add_cells(CLI::App& command, convert::Settings& settings) {
+    command.add_option("--empty", settings.empty_text, "what cells without a value say")
+        ->type_name("TEXT")
+        ->capture_default_str();
+    add_parsed(
+        command, "--enum-as", "name|number",
+        [&](const auto& text) {
+            if (text != "name" && text != "number") throw std::invalid_argument("expected name or number");
+            settings.enum_as_string = text == "name";
+        },
+        "how enumeration values are written [name]");
+    command.add_flag("--source-timestamp", settings.source_timestamp,
+                     "two times a row: of recording, and of sending");
+    const std::map<std::string, convert::TimeFormat> formats = {
+        {"nanoseconds", convert::TimeFormat::NANOSECONDS},
+        {"seconds", convert::TimeFormat::SECONDS},
+        {"rfc3339", convert::TimeFormat::RFC3339},
+    };
+    add_parsed(
+        command, "--time-format", "nanoseconds|seconds|rfc3339",
+        [&settings, formats](const auto& text) {
+            const auto format = formats.find(text);
+            if (format == formats.end())
+                throw std::invalid_argument("expected nanoseconds, seconds or rfc3339");
+            settings.time_format = format->second;
+        },
+        "how times are written, exact in each form [nanoseconds]");
+}
+
+void add_output(CLI::App& command, ConvertRequest& request) {
+    command
+        .add_option(
+            "-o,--output", request.output,
+            "folder of the CSV files, or the parent of one folder each for several recordings; - writes "
+            "one topic to standard output; by default folders bear the names of the recordings")
+        ->type_name("DIR");
+    command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist");
+    command.add_flag("--dry-run", request.settings.dry_run, "write nothing; report what would be written");
+    command.add_flag("--strict", request.settings.strict,
+                     "the first damage or unreadable message ends it all");
+    command.add_flag("--fail-on-truncation", request.fail_on_truncation, "exit code 1 when a field was cut");
+    command.add_option("--report", request.report_file, "write the closing report to a file, as JSON")
+        ->type_name("FILE");
+}
+
+void add_talk(CLI::App& command, ConvertRequest& request) {
+    command.add_flag_callback(
+        "--progress", [&] { request.progress = ProgressLine::When::ALWAYS; }, "show progress");
+    command.add_flag_callback(
+        "--no-progress", [&] { request.progress = ProgressLine::When::NEVER; },
+        "show no progress, on terminals neither");
+    command.add_flag("-q,--quiet", request.quiet, "report only what was lost");
+    command.add_flag("-v,--verbose", request.verbosity,
+                     "show the format's warnings; twice: all of its messages");
+}
+
+void listen(int verbosity) {
+    using chronicle::Logger;
+    if (verbosity == 0) return;
+    Logger::instance().listen(
+        verbosity == 1 ? Logger::Level::WARN : Logger::Level::LOCAL,
+        [](Logger::Level, const std::string& message) { std::cerr << message << '\n'; });
+}
+
+void write_report(const convert::Report& report, const ConvertRequest& request) {
+    print_report(std::cerr, report, request.quiet ? convert::Detail::LOSSES : convert::Detail::TABLE);
+    if (request.report_file.empty()) return;
+    std::ofstream file(request.report_file);
+    print_report_json(file, report);
+    if (!file.flush())
+        throw std::system_error(errno, std::generic_category(), "cannot write '" + request.report_file + "'");
+}
+
+int exit_code(const convert::Report& report, bool fail_on_truncation) {
+    if (!report.finished_any() || (fail_on_truncation && report.cut_anything())) return FAILED;
+    return report.lost_anything() ? SOMETHING_LOST : ALL_DONE;
+}
+
+int convert_recordings(ConvertRequest& request) {
+    listen(request.verbosity);
+    request.settings.to_stdout = request.output == "-";
+    if (request.settings.to_stdout) request.output = "";
+    auto recordings = find_recordings(request.recordings, request.output);
+    if (request.settings.to_stdout && recordings.size() != 1)
+        throw std::runtime_error("standard output takes one recording");
+    schema::TypeCatalog catalog;
+    add_definitions(catalog, request.types);
+    convert::Report report;
+    try {
+        ProgressLine line(request.progress);
+        const convert::Watch watch{
+            [&](const auto& activity, auto messages, auto total) { line.show(activity, messages, total); },
+            &end_requested()};
+        convert::Conversion(request.settings, std::move(recordings), catalog, watch).run(report);
+    } catch (const std::exception&) {
+        write_report(report, request);
+        throw;
+    }
+    write_report(report, request);
+    return exit_code(report, request.fail_on_truncation);
+}
+
+}  // namespace
+
+void add_convert(CLI::App& app, Action& action) {
+    CLI::App& command = *app.add_subcommand("convert", "Writes a CSV file for each topic of recordings");
+    const auto request = std::make_shared<ConvertRequest>();
+    command.footer(
+        "Example: dds2csv convert drive.mcap -o csv -t '/imu/*' --time-format rfc3339\n\n"
+        "Each row holds one message: its time, then one cell for each field. The closing report names all "
+        "that "
+        "was lost, cut or skipped.");
+    add_recordings(command, *request, "what to convert");
+    add_output(command, *request);
+    add_topic_choice(command, *request);
+    add_time_choice(command, *request);
+    add_cells(command, request->settings);
+    add_limits(command, *request);
+    add_reading(command, *request);
+    add_talk(command, *request);
+    command.callback([request, &action] { action = [request] { return convert_recordings(*request); }; });
+}
+
+}  // namespace zun::cli

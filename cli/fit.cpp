@@ -1,0 +1,48 @@
+#include <iostream>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Request.hpp"
+#include "cli/Terminal.hpp"
+#include "cli/commands.hpp"
+#include "cli/open_recording.hpp"
+#include "convert/Conversion.hpp"
+
+namespace zun::cli {
+
+namespace {
+
+int learn_limits(const Request& request) {
+    schema::TypeCatalog catalog;
+    add_definitions(catalog, request.types);
+    convert::Report report;
+    convert::Conversion conversion(request.settings, find_recordings(request.recordings, std::nullopt),
+                                   catalog, {{}, &end_requested()});
+    const convert::LimitsByTopic limits = conversion.measure(report);
+    convert::print_report(std::cerr, report, convert::Detail::LOSSES);
+    if (!report.finished_any()) return FAILED;
+    std::ostringstream text;
+    convert::write_limits(text, limits);
+    write_data(text.str());
+    return report.lost_anything() ? SOMETHING_LOST : ALL_DONE;
+}
+
+}  // namespace
+
+void add_fit(CLI::App& app, Action& action) {
+    CLI::App& command = *app.add_subcommand(
+        "fit", "Learns the longest length of every unbounded sequence, for convert --limits");
+    const auto request = std::make_shared<Request>();
+    command.footer(
+        "Example: dds2csv fit monday.mcap tuesday.mcap > limits.yaml\n"
+        "         dds2csv convert wednesday.mcap --limits limits.yaml\n\n"
+        "Recordings that are converted with the same limits have the same columns.");
+    add_recordings(command, *request, "what to learn from");
+    add_topic_choice(command, *request);
+    add_time_choice(command, *request);
+    add_reading(command, *request);
+    command.callback([request, &action] { action = [request] { return learn_limits(*request); }; });
+}
+
+}  // namespace zun::cli

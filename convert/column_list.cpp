@@ -1,0 +1,84 @@
+#include "convert/column_list.hpp"
+
+#include <sstream>
+
+#include "format/PrintFormatCsv.hpp"
+
+namespace zun::convert {
+
+using core::xtypes::TypeKind;
+using tamber::utils::ColumnInfo;
+
+namespace {
+
+const char* kind_name(TypeKind kind) {
+    switch (kind) {
+        case TypeKind::BOOLEAN_TYPE:
+            return "boolean";
+        case TypeKind::OCTET_TYPE:
+            return "octet";
+        case TypeKind::INT_8_TYPE:
+            return "int8";
+        case TypeKind::UINT_8_TYPE:
+            return "uint8";
+        case TypeKind::INT_16_TYPE:
+            return "int16";
+        case TypeKind::UINT_16_TYPE:
+            return "uint16";
+        case TypeKind::INT_32_TYPE:
+            return "int32";
+        case TypeKind::UINT_32_TYPE:
+            return "uint32";
+        case TypeKind::INT_64_TYPE:
+            return "int64";
+        case TypeKind::UINT_64_TYPE:
+            return "uint64";
+        case TypeKind::FLOAT_32_TYPE:
+            return "float32";
+        case TypeKind::FLOAT_64_TYPE:
+            return "float64";
+        case TypeKind::FLOAT_128_TYPE:
+            return "float128";
+        case TypeKind::CHAR_8_TYPE:
+            return "char";
+        case TypeKind::CHAR_16_TYPE:
+            return "wchar";
+        case TypeKind::STRING_TYPE:
+            return "string";
+        case TypeKind::WSTRING_TYPE:
+            return "wstring";
+        case TypeKind::ENUMERATION_TYPE:
+            return "enum";
+        case TypeKind::BITMASK_TYPE:
+            return "bitmask";
+        default:
+            return "empty";
+    }
+}
+
+void print_leaves(std::ostream& out, const ColumnInfo& column) {
+    for (const ColumnInfo& child : column.children()) {
+        if (!child.children().empty()) {
+            print_leaves(out, child);
+            continue;
+        }
+        const bool length =
+            column.type_kind() == TypeKind::SEQUENCE_TYPE && &child == &column.children().front();
+        out << child.full_name() << '\t' << (length ? "length" : kind_name(child.type_kind()));
+        if (length) out << '\t' << column.sequence_bounds();
+        out << '\n';
+    }
+}
+
+}  // namespace
+
+void print_columns(std::ostream& out, const Topic& topic, const Limits& limits) {
+    tamber::utils::PrintFormatCsvProperty property;
+    limits.add_to(property);
+    std::ostringstream header;
+    std::vector<char> buffer;
+    const tamber::utils::PrintFormatCsv format(property, *topic.type, header, buffer);
+    print_leaves(out, format.root_column());
+}
+
+}  // namespace zun::convert

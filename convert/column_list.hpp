@@ -1,0 +1,19 @@
+// column_list: the header of a topic, a column a line.
+
+#ifndef ZUN_CONVERT_COLUMN_LIST_HPP
+#define ZUN_CONVERT_COLUMN_LIST_HPP
+
+#include <ostream>
+
+#include "convert/Limits.hpp"
+#include "convert/Topic.hpp"
+
+namespace zun::convert {
+
+/// A line for each column: full name, kind, and for a length column the number of elements that have columns;
+/// a tab between them.
+void print_columns(std::ostream& out, const Topic& topic, const Limits& limits);
+
+}  // namespace zun::convert
+
+#endif
