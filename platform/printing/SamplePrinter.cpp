@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "platform/cdr/SampleDecoder.hpp"
@@ -29,7 +30,8 @@ class Printer {
 public:
     static constexpr bool WANTS_ABSENT = true;
 
-    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context) : format_(&format), context_(&context) {}
+    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles)
+        : format_(&format), context_(&context), doubles_(&doubles) {}
 
     void top_level_beginning() { format_->print_top_level_beginning(format_, context_, "", depth_++); }
     void top_level_ending() { format_->print_top_level_ending(format_, context_, "", --depth_); }
@@ -177,11 +179,19 @@ private:
     template <typename Value>
     void number(Value value) {
         if (char* const room = ZUNXMLSaveContext_room(context_, NUMBER_TEXT_SIZE)) {
-            ZUNXMLSaveContext_advance(context_, static_cast<std::size_t>(write_number(room, value) - room));
+            ZUNXMLSaveContext_advance(context_, static_cast<std::size_t>(write(room, value) - room));
             return;
         }
         std::array<char, NUMBER_TEXT_SIZE> text;
-        append(text.data(), write_number(text.data(), value));
+        append(text.data(), write(text.data(), value));
+    }
+
+    template <typename Value>
+    char* write(char* out, Value value) {
+        if constexpr (std::is_same_v<Value, double>)
+            return doubles_->write(out, value);
+        else
+            return write_number(out, value);
     }
 
     void append(const char* begin, const char* end) {
@@ -238,6 +248,7 @@ private:
 
     DDS_PrintFormat* format_;
     ZUNXMLSaveContext* context_;
+    DoubleTextCache* doubles_;
     int depth_ = 0;
 };
 
@@ -247,6 +258,7 @@ struct SamplePrinter::Impl {
     Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer)
         : decoder(type, std::move(source), writer) {}
     cdr::SampleDecoder decoder;
+    DoubleTextCache doubles;
 };
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
@@ -257,7 +269,7 @@ SamplePrinter::~SamplePrinter() = default;
 
 std::size_t SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
                                  std::span<const std::byte> payload) {
-    Printer printer(format, context);
+    Printer printer(format, context, impl_->doubles);
     return impl_->decoder.decode(payload, printer);
 }
 

@@ -1,5 +1,6 @@
 #include "platform/printing/NumberText.hpp"
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -89,6 +90,18 @@ TEST(NumberText, IsThatOfTheStandardLibraryForAnyBits) {
         const auto narrow = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
         ASSERT_EQ(reference_text(narrow), number_text(narrow));
         ASSERT_EQ(reference_text(bits >> i % 64), number_text(bits >> i % 64));
+    }
+}
+
+TEST(DoubleTextCache, WritesTheSameTextAgainAndAfterOthersTookItsPlace) {
+    zun::printing::DoubleTextCache cache;
+    std::mt19937_64 random;
+    for (int i = 0; i < 20'000; ++i) {
+        const double few = static_cast<double>(random() % 600) / 7 - 20;
+        for (const double value : {few, few, -few, 0.0, -0.0, -2.2250738585072014e-308}) {
+            std::array<char, zun::printing::NUMBER_TEXT_SIZE> text;
+            ASSERT_EQ(reference_text(value), std::string(text.data(), cache.write(text.data(), value)));
+        }
     }
 }
 

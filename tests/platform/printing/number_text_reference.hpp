@@ -5,6 +5,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <concepts>
 #include <string>
 
@@ -14,7 +15,8 @@ namespace zun::test {
 
 template <typename Number>
 std::string reference_text(Number value) {
-    if (std::floating_point<Number> && value != value) return "nan";
+    if constexpr (std::floating_point<Number>)
+        if (std::isnan(value)) return "nan";
     std::array<char, 64> text;
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
 }
@@ -24,7 +26,7 @@ template <typename Number>
 std::string number_text(Number value) {
     std::array<char, printing::NUMBER_TEXT_SIZE + 8> text;
     text.fill('~');
-    const std::string written(text.data(), printing::write_number(text.data(), value));
+    std::string written(text.data(), printing::write_number(text.data(), value));
     for (std::size_t i = printing::NUMBER_TEXT_SIZE; i < text.size(); ++i)
         if (text[i] != '~') return "overrun";
     return written;
