@@ -230,12 +230,28 @@ private:
     }
 
     void fill_array(const ArrayTypeImpl& type, Plan& plan) {
-        plan.element = &plan_of(type.content_type());
-        plan.delimited = xcdr2() && delimits(type.content_type());
+        plan.element = &plan_in_array(type.content_type().resolved());
+        plan.delimited = xcdr2() && delimits(innermost(type));
         plan.count = type.total_element_count();
         plan.dimensions = type.dimension_count();
         plan.fields = plan.element->fields;
         plan.minimal_size = capped((plan.delimited ? 4 : 0) + plan.count * plan.element->minimal_size);
+    }
+
+    /// Arrays of arrays are one array of more dimensions, with one delimiter for all of it.
+    static DynamicTypeImpl innermost(DynamicTypeImpl type) {
+        while (type.kind() == TypeKind::ARRAY_TYPE)
+            type = ArrayTypeImpl(type).content_type().resolved();
+        return type;
+    }
+
+    const Plan& plan_in_array(const DynamicTypeImpl& element) {
+        const Plan& plan = plan_of(element);
+        if (plan.kind != TypeKind::ARRAY_TYPE || !plan.delimited) return plan;
+        Plan& bare = program_.plans_.emplace_back(plan);
+        bare.delimited = false;
+        bare.minimal_size = capped(plan.count * plan.element->minimal_size);
+        return bare;
     }
 
     void fill_sequence(const SequenceTypeImpl& type, Plan& plan) {

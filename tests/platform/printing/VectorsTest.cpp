@@ -1,6 +1,5 @@
 // Every sample in tests/data/cdr/cdr_vectors.tsv prints as its value.
 
-#include <regex>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -23,18 +22,20 @@ void PrintTo(const Vector& vector, std::ostream* out) {
     *out << vector.name;
 }
 
-/// The value's JSON as the engine's texts have it: no quotes, whole numbers without a fraction, characters as
-/// such.
-std::string as_printed(std::string json, const std::string& type) {
-    json = std::regex_replace(json, std::regex(R"(\.0\b|")"), "");
-    if (type == "Mut" || type == "MutOpt" || type == "MutSmall") return json;
-    return std::regex_replace(std::regex_replace(json, std::regex("i: 65"), "i: A"), std::regex("c: 233"),
-                              "c: é");
+void replace_all(std::string& text, std::string_view old, std::string_view by) {
+    for (std::size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += by.size())
+        text.replace(at, old.size(), by);
 }
 
-/// The file leaves unset members out in some cases, and says null in others.
-std::string without_unset(const std::string& text) {
-    return std::regex_replace(text, std::regex(R"(\w+: null, |, \w+: null)"), "");
+/// Without what the file and the engine write differently: quotes, fractions of whole numbers, unset members.
+std::string common_form(std::string text) {
+    std::erase(text, '"');
+    for (const char* const end : {",", "}", "]"})
+        replace_all(text, std::string(".0") + end, end);
+    for (const char* const name : {"a", "b", "s", "o"})
+        replace_all(text, name + std::string(": null, "), "");
+    replace_all(text, ", ap: null", "");
+    return text;
 }
 
 std::vector<Vector> load_vectors() {
@@ -48,8 +49,10 @@ std::vector<Vector> load_vectors() {
             std::getline(fields, header, '\t') && std::getline(fields, hex, '\t') &&
             std::getline(fields, json);
         type = type.substr(type.find(':') + 2);
+        if (type == "Prim") replace_all(json, "65", "A");
+        if (type == "WS") replace_all(json, "233", "é");
         const std::string name = writer + type + header + "n" + std::to_string(vectors.size());
-        vectors.push_back({name, type, bytes_of(hex), as_printed(json, type)});
+        vectors.push_back({name, type, bytes_of(hex), json});
     }
     return vectors;
 }
@@ -64,8 +67,7 @@ TEST_P(Vectors, PrintTheirValue) {
     const std::string idl = read_file(data_folder() / "cdr/cdr_vectors.idl");
     printing::SamplePrinter printer(catalog.type_of("ex::" + vector.type, "omgidl", idl), "topic");
     const Printed printed = print_json(printer, vector.payload, false);
-    const std::string text = std::regex_replace(printed.text, std::regex("\""), "");
-    EXPECT_EQ(without_unset(vector.value), without_unset(text));
+    EXPECT_EQ(common_form(vector.value), common_form(printed.text));
     EXPECT_LE(printed.left, 3U);
 }
 INSTANTIATE_TEST_SUITE_P(, Vectors, testing::ValuesIn(load_vectors()), CaseName());
