@@ -16,10 +16,6 @@ namespace zun::input::mcap {
 /// Leaves new elements as they are: a buffer that is about to be filled is not set to zero first.
 template <typename T>
 struct UninitialisedAllocator : std::allocator<T> {
-    template <typename Other>
-    struct rebind {
-        using other = UninitialisedAllocator<Other>;
-    };
     template <typename Element>
     void construct(Element* place) noexcept {
         ::new (static_cast<void*>(place)) Element;

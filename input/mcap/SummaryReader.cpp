@@ -130,8 +130,13 @@ void SummaryReader::read_record(Opcode opcode, Bytes content) {
     if (!is_sound) doubt(footer_.summary_start, "summary is damaged");
 }
 
-/// Chunks lie one behind the other, before the summary.
+/// Chunks lie one behind the other, before the summary. A writer may index none of them, but not a part.
 void SummaryReader::check_chunks() {
+    if (statistics_ && !chunks_.empty() && statistics_->chunk_count != chunks_.size()) {
+        doubt(footer_.summary_start, "summary counts " + std::to_string(statistics_->chunk_count) +
+                                         " chunks and lists " + std::to_string(chunks_.size()));
+        return;
+    }
     std::uint64_t free_from = magic.size();
     for (const auto& [offset, chunk] : chunks_) {
         const std::uint64_t room = footer_.summary_start - std::min(offset, footer_.summary_start);

@@ -1,6 +1,7 @@
 #include "input/mcap/McapStream.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
@@ -41,12 +42,6 @@ struct Delivery {
     Lines lines;
     std::vector<Problem> problems;  ///< of opening, then of the batches
 
-    std::uint64_t messages_lost() const {
-        std::uint64_t lost = 0;
-        for (const Problem& p : problems)
-            lost += p.messages_lost;
-        return lost;
-    }
     std::string report() const {
         std::string text;
         for (const Problem& p : problems)
@@ -86,14 +81,10 @@ Delivery deliver(const std::string& bytes) {
     return deliver(*open_mcap(file.path()));
 }
 
-/// Equal times stay as they are.
-void sort_by_time(std::vector<std::pair<std::uint64_t, std::string>>& timed) {
+/// The lines by time; those of one time stay as they are.
+Lines lines_of(std::vector<std::pair<std::uint64_t, std::string>> timed) {
     std::stable_sort(timed.begin(), timed.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
-}
-
-Lines lines_of(std::vector<std::pair<std::uint64_t, std::string>> timed) {
-    sort_by_time(timed);
     Lines lines;
     for (auto& [time, line] : timed)
         lines.push_back(std::move(line));
@@ -119,18 +110,19 @@ Lines expected_lines(const fs::path& path) {
 void check_container(const fs::path& path) {
     SCOPED_TRACE(path.filename());
     fs::path expectation = path;
-    const Lines expected = expected_lines(expectation.replace_extension(".expect.jsonl"));
-    const Delivery delivery = deliver(*open_mcap(path), {}, payload_size);
+    Lines expected = expected_lines(expectation.replace_extension(".expect.jsonl"));
+    Delivery delivery = deliver(*open_mcap(path), {}, payload_size);
     const std::string name = path.filename();
     const bool is_damaged = name.starts_with("cut_") || name.starts_with("message_without") ||
                             (name.starts_with("chunk_") && name != "chunk_crc_zero.mcap");
     EXPECT_EQ(is_damaged, !delivery.problems.empty()) << delivery.report();
-    if (!is_damaged) {
-        EXPECT_EQ(expected, delivery.lines);
+    if (is_damaged) {
+        std::sort(expected.begin(), expected.end());
+        std::sort(delivery.lines.begin(), delivery.lines.end());
+        EXPECT_TRUE(
+            std::includes(delivery.lines.begin(), delivery.lines.end(), expected.begin(), expected.end()));
     } else {
-        EXPECT_TRUE(std::includes(
-            delivery.lines.begin(), delivery.lines.end(), expected.begin(), expected.end(),
-            [](const auto& a, const auto& b) { return a.substr(a.find(' ')) < b.substr(b.find(' ')); }));
+        EXPECT_EQ(expected, delivery.lines);
     }
 }
 
@@ -198,22 +190,21 @@ TEST(McapConformance, DeliversEveryMessageInLogTimeOrder) {
 struct DamageCase {
     const char* name;  ///< of the file, too
     std::size_t delivered;
-    std::uint64_t messages_lost;
-    std::uint64_t position;
-    const char* problem;
+    const char* problem;  ///< first one: position and beginning of its text
 };
 void PrintTo(const DamageCase& c, std::ostream* out) {
     *out << c.name;
 }
 
 const DamageCase damage_cases[] = {
-    {"chunk_crc_wrong", 60, 0, 1130, "checksum of the chunk is wrong"},
-    {"chunk_damaged_zstd", 51, 9, 1130, "does not decompress"},
-    {"chunk_unknown_compression", 51, 9, 578, "unknown compression 'zztd'"},
-    {"cut_lz4_2", 14, 0, 1377, "chunk is cut"},
-    {"cut_none_2", 59, 0, 33, "chunk is cut"},
-    {"cut_plain_2", 10, 0, 1029, "record of 70 bytes in a file that ends before"},
-    {"zero_tail", 3, 0, 456, "message torn by zero bytes"},
+    {"chunk_crc_wrong", 60, "1130: checksum of the chunk is wrong"},
+    {"chunk_damaged_zstd", 51, "1130: chunk does not decompress: Data corruption detected, 9 messages lost"},
+    {"chunk_unknown_compression", 51, "578: chunk has the unknown compression 'zztd', 9 messages lost"},
+    {"cut_lz4_2", 14, "1377: chunk is cut"},
+    {"cut_none_2", 59, "33: chunk is cut"},
+    {"cut_plain_2", 10, "1029: record of 70 bytes in a file that ends before"},
+    {"zero_tail", 3,
+     "456: checksum of the chunk is wrong; its messages are used; message torn by zero bytes"},
 };
 
 class McapDamage : public testing::TestWithParam<DamageCase> {};
@@ -223,10 +214,7 @@ TEST_P(McapDamage, CostsWhatItHits) {
     const Delivery delivery =
         deliver(*open_mcap(test::data_folder() / "mcap" / (std::string(c.name) + ".mcap")), {}, payload_size);
     EXPECT_EQ(c.delivered, delivery.lines.size());
-    EXPECT_EQ(c.messages_lost, delivery.messages_lost());
-    ASSERT_FALSE(delivery.problems.empty());
-    EXPECT_EQ(c.position, delivery.problems.front().position);
-    EXPECT_NE(std::string::npos, delivery.problems.front().text.find(c.problem)) << delivery.report();
+    EXPECT_TRUE(delivery.report().starts_with(c.problem)) << delivery.report();
 }
 INSTANTIATE_TEST_SUITE_P(, McapDamage, testing::ValuesIn(damage_cases), test::CaseName());
 
@@ -235,30 +223,23 @@ INSTANTIATE_TEST_SUITE_P(, McapDamage, testing::ValuesIn(damage_cases), test::Ca
 const std::string plain_head =
     schema_record(1, "demo/msg/A") + channel_record(0, 1, "/a") + channel_record(3, 0, "/b");
 
-std::string topic_of(std::uint16_t id) {
-    return id == 0 ? "/a" : "/b";
-}
-
 struct MadeRecording {
     std::string bytes;
     std::vector<MadeMessage> messages;  ///< in file order
 };
 
-/// Chunks and loose messages; their times run on with jumps back of up to `disorder`.
+/// Chunks and loose messages; every time occurs about four times, up to `disorder` messages late.
 MadeRecording random_recording(std::uint32_t seed, std::uint64_t disorder, bool has_summary) {
     std::mt19937 random(seed);
     RecordingBuilder builder(plain_head);
-    std::vector<MadeMessage> messages;
-    const auto next = [&] {
-        const std::uint64_t time = messages.size() + 5 + disorder - random() % (disorder + 1);
-        const auto id = static_cast<std::uint16_t>(random() % 2 * 3);
-        messages.push_back({id, time, std::to_string(messages.size()) + std::string(random() % 40, '.')});
-        return messages.back();
-    };
+    std::uint64_t made = 0;
     for (int part = 0; part < 60; ++part) {
         std::vector<MadeMessage> chunk(random() % 12);
-        for (MadeMessage& m : chunk)
-            m = next();
+        for (MadeMessage& m : chunk) {
+            const std::uint64_t time = (++made + disorder - random() % (disorder + 1)) / 4;
+            const auto id = static_cast<std::uint16_t>(random() % 2 * 3);
+            m = {id, time, std::to_string(made) + std::string(random() % 40, '.')};
+        }
         if (has_summary || random() % 3 > 0) {
             builder.add_chunk(chunk);
         } else {
@@ -266,21 +247,19 @@ MadeRecording random_recording(std::uint32_t seed, std::uint64_t disorder, bool 
                 builder.add_message(m);
         }
     }
-    return {has_summary ? builder.finished() : builder.unfinished(), std::move(messages)};
+    return {has_summary ? builder.finished() : builder.unfinished(), builder.messages()};
 }
 
-template <typename Wanted>
-Lines lines_of(const std::vector<MadeMessage>& messages, Wanted wanted) {
+bool is_any(const MadeMessage&) {
+    return true;
+}
+
+Lines lines_of(const std::vector<MadeMessage>& messages, bool (*is_wanted)(const MadeMessage&) = is_any) {
     std::vector<std::pair<std::uint64_t, std::string>> timed;
-    for (const MadeMessage& m : messages)
-        if (wanted(m))
-            timed.emplace_back(m.log_time,
-                               topic_of(m.channel_id) + " " + std::to_string(m.log_time) + " " + m.data);
+    for (const auto& [id, time, data] : messages)
+        if (is_wanted({id, time, data}))
+            timed.emplace_back(time, (id == 0 ? "/a " : "/b ") + std::to_string(time) + " " + data);
     return lines_of(std::move(timed));
-}
-
-Lines lines_of(const std::vector<MadeMessage>& messages) {
-    return lines_of(messages, [](const MadeMessage&) { return true; });
 }
 
 struct OrderCase {
@@ -297,13 +276,12 @@ const OrderCase order_cases[] = {
     {"OneBatch", 30, {}, true},
     {"OneBatchScanned", 30, {}, false},
     {"InOrderABatchAPiece", 0, {1, 1 << 20}, true},
-    {"AllTimesEqualInChunks", 1 << 20, {1, 1 << 20}, true},
     {"ChainsOfOverlap", 10, {1, 1 << 20}, true},
     {"ChainsOfOverlapScanned", 10, {2000, 1 << 20}, false},
     {"MoreOverlapThanMemory", 40, {1, 3000}, true},
     {"MoreOverlapThanMemoryScanned", 40, {2000, 3000}, false},
     {"NoOrderAtAll", 800, {1, 5000}, true},
-    {"NoOrderAtAllScanned", 800, {1, 1}, false},
+    {"NoOrderAtAllScanned", 800, {1, 1000}, false},
 };
 
 class McapOrder : public testing::TestWithParam<OrderCase> {};
@@ -363,10 +341,10 @@ TEST(McapSelection, LeavesOutOtherChannelsAndTimes) {
         const TemporaryFile file(made.bytes);
         const auto stream = open_mcap(file.path(), {500, 2000});
         const Selection selection{{false, true},
-                                  Time::from_nanoseconds(std::uint64_t{50}),
-                                  Time::from_nanoseconds(std::uint64_t{200})};
+                                  Time::from_nanoseconds(std::uint64_t{10}),
+                                  Time::from_nanoseconds(std::uint64_t{50})};
         const auto is_wanted = [](const MadeMessage& m) {
-            return m.channel_id == 3 && m.log_time >= 50 && m.log_time < 200;
+            return m.channel_id == 3 && m.log_time >= 10 && m.log_time < 50;
         };
         EXPECT_EQ(lines_of(made.messages, is_wanted), deliver(*stream, selection).lines);
     }
@@ -391,77 +369,72 @@ TEST(McapOpening, ReadsTheSummaryAlone) {
               nanoseconds(*stream->summary().first) + " " + nanoseconds(*stream->summary().last));
     const Delivery delivery = deliver(*stream);
     EXPECT_EQ((Lines{"/a 9223372036854775808 z"}), delivery.lines);
-    EXPECT_EQ(2U, delivery.messages_lost());
+    EXPECT_NE(std::string::npos, delivery.report().find("2 messages lost")) << delivery.report();
 }
 
-/// Every one of these holds the messages x, y and z, at 1, 2 and 3.
+using Change = std::function<std::string(std::string)>;
+
+const Change nothing = [](std::string bytes) { return bytes; };
+
+Change flipped(std::size_t bytes_from_end) {
+    return [=](std::string bytes) {
+        bytes[bytes.size() - bytes_from_end] ^= 1;
+        return bytes;
+    };
+}
+Change with_tail(const std::string& tail) {
+    return [=](const std::string& bytes) { return bytes + tail; };
+}
+
+/// Changes to a recording that has the messages x, y and z at 1, 2 and 3.
 struct DoubtCase {
     const char* name;
-    std::string (*made)(RecordingBuilder builder);
     const char* problem;  ///< none when empty
+    Change change = nothing;
+    std::string data = {};                ///< behind its chunks
+    std::uint64_t messages_too_many = 0;  ///< in its statistics
+    std::uint32_t chunks_too_many = 0;
+    bool has_summary = true;
 };
 void PrintTo(const DoubtCase& c, std::ostream* out) {
     *out << c.name;
 }
 
-std::string with_byte(std::string bytes, std::size_t from_end, char byte) {
-    bytes[bytes.size() - from_end] = byte;
-    return bytes;
-}
-
 const DoubtCase doubt_cases[] = {
-    {"Sound", [](RecordingBuilder b) { return b.finished(); }, ""},
-    {"WrongChecksum", [](RecordingBuilder b) { return with_byte(b.finished(), 9, 1); },
-     "checksum of the summary"},
-    {"FooterBeyondFile", [](RecordingBuilder b) { return with_byte(b.finished(), 23, 1); },
-     "impossible offsets"},
-    {"FooterAtRecord", [](RecordingBuilder b) { return with_byte(b.finished(), 28, 8); },
-     "summary is damaged"},
-    {"CountsTooMany", [](RecordingBuilder b) { return b.finished(2); },
-     "statistics count 5 messages, the file has 3, 2 messages lost"},
-    {"CountsChunksTooMany", [](RecordingBuilder b) { return b.finished(0, 1); }, ""},
-    {"MessageOutsideChunks",
-     [](RecordingBuilder b) {
-         b.add_message({0, 4, "w"});
-         return b.finished();
-     },
-     ""},
-    {"BytesBehindTheEnd", [](RecordingBuilder b) { return b.finished() + "more"; }, "4 bytes behind the end"},
-    {"NoClosingMagic", [](RecordingBuilder b) { return with_byte(b.finished(), 1, 1); },
-     "without the closing magic"},
-    {"ZeroTail", [](RecordingBuilder b) { return b.unfinished() + std::string(5000, '\0'); }, "zero bytes"},
-    {"RecordBeyondFile", [](RecordingBuilder b) { return b.unfinished() + record(5, "").replace(5, 1, "x"); },
-     "file that ends before"},
-    {"UnknownRecord",
-     [](RecordingBuilder b) {
-         b.add(record(0x99, "private"));
-         return b.finished();
-     },
-     ""},
-    {"MessageOnUndefinedChannel",
-     [](RecordingBuilder b) {
-         b.add(message_record(9, 4, "w"));
-         return b.unfinished();
-     },
-     "messages on channel 9, which is not defined, 1 message lost"},
+    {"Sound", ""},
+    {"WrongChecksum", "checksum of the summary is wrong", flipped(12)},
+    {"SummaryBeyondFile", "footer has impossible offsets", flipped(22)},
+    {"SummaryWithinRecord", "summary is damaged", flipped(28)},
+    {"NoClosingMagic", "without the closing magic", flipped(1)},
+    {"MessagesTooMany", "count 5 messages, the file has 3, 2 messages lost", nothing, "", 2},
+    {"ChunksTooMany", "counts 3 chunks and lists 2", nothing, "", 0, 1},
+    {"MessageOutsideOfChunks", "", nothing, message_record(0, 4, "w"), 1},
+    {"UndefinedChannel", "channel 9, which is not defined, 1 message lost", nothing,
+     message_record(9, 4, "w"), 1},
+    {"UnknownRecord", "", nothing, record(0x99, "private")},
+    {"BytesBehindTheEnd", "4 bytes behind the end", with_tail("more")},
+    {"ZeroTail", "zero bytes where a record is to begin", with_tail(std::string(5000, '\0')), "", 0, 0,
+     false},
+    {"RecordBeyondFile", "in a file that ends before", with_tail(record(5, "content").substr(0, 12)), "", 0,
+     0, false},
 };
 
 class McapDoubt : public testing::TestWithParam<DoubtCase> {};
 
 TEST_P(McapDoubt, DeliversAllTheSame) {
+    const DoubtCase& c = GetParam();
     RecordingBuilder builder(plain_head);
     builder.add_chunk({{0, 2, "y"}, {3, 1, "x"}});
     builder.add_chunk({{0, 3, "z"}});
-    Delivery delivery = deliver(GetParam().made(builder));
+    builder.add(c.data);
+    Delivery delivery = deliver(c.change(
+        c.has_summary ? builder.finished(c.messages_too_many, c.chunks_too_many) : builder.unfinished()));
     const Lines expected{"/b 1 x", "/a 2 y", "/a 3 z"};
     ASSERT_GE(delivery.lines.size(), expected.size());
     delivery.lines.resize(expected.size());
     EXPECT_EQ(expected, delivery.lines);
-    if (*GetParam().problem == '\0') {
-        EXPECT_EQ("", delivery.report());
-    } else {
-        EXPECT_NE(std::string::npos, delivery.report().find(GetParam().problem)) << delivery.report();
-    }
+    EXPECT_EQ(*c.problem == '\0', delivery.problems.empty()) << delivery.report();
+    EXPECT_NE(std::string::npos, delivery.report().find(c.problem)) << delivery.report();
 }
 INSTANTIATE_TEST_SUITE_P(, McapDoubt, testing::ValuesIn(doubt_cases), test::CaseName());
 
@@ -482,7 +455,7 @@ TEST(McapHarm, EveryCutKeepsTheWholeMessagesBeforeIt) {
     std::vector<std::uint64_t> ends;  // of messages
     for (std::uint64_t n = 0; n < 3; ++n) {
         builder.add_message({0, n, std::string(n, 'x')});
-        ends.push_back(builder.size());
+        ends.push_back(builder.unfinished().size());
     }
     builder.add_chunk({{0, 3, "in a chunk"}});
     ends.push_back(ends.back() + 9 + 40 + 31 + 10);
@@ -513,7 +486,7 @@ TEST(McapOpening, RefusesWhatIsNoRecording) {
         try {
             open_mcap(file.path());
         } catch (const InputError& error) {
-            return std::string(error.what()).substr(file.path().string().size());
+            return std::string(error.what()).substr(file.path().size());
         }
         return "accepted";
     };

@@ -3,12 +3,12 @@
 #ifndef ZUN_TESTS_INPUT_MCAP_RECORDING_BUILDER_HPP
 #define ZUN_TESTS_INPUT_MCAP_RECORDING_BUILDER_HPP
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
+#include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
 
@@ -56,105 +56,95 @@ struct MadeMessage {
 class RecordingBuilder {
 public:
     /// `head` is repeated in the summary.
-    explicit RecordingBuilder(std::string head)
-        : head_(std::move(head)), bytes_(mcap_magic + record(1, sized("") + sized(""))) {
-        bytes_ += head_;
-    }
+    explicit RecordingBuilder(const std::string& head)
+        : head_(head), bytes_(mcap_magic + record(1, sized("") + sized("")) + head) {}
 
     void add(const std::string& bytes) { bytes_ += bytes; }
     void add_message(const MadeMessage& m) {
         bytes_ += message_record(m.channel_id, m.log_time, m.data);
-        count(m);
+        messages_.push_back(m);
     }
+    /// `before`: records before the messages.
     void add_chunk(const std::vector<MadeMessage>& messages, const std::string& before = "");
 
-    std::uint64_t size() const { return bytes_.size(); }
+    const std::vector<MadeMessage>& messages() const { return messages_; }
     std::string unfinished() const { return bytes_; }
     /// With a summary. What is added to the counts makes it a false one.
     std::string finished(std::uint64_t extra_messages = 0, std::uint32_t extra_chunks = 0) const;
 
 private:
-    void count(const MadeMessage& m) {
-        ++counts_[m.channel_id];
-        first_ = std::min(first_, m.log_time);
-        last_ = std::max(last_, m.log_time);
+    static std::string time_span(const std::vector<MadeMessage>& messages) {
+        std::uint64_t first = ~std::uint64_t{0};
+        std::uint64_t last = 0;
+        for (const MadeMessage& m : messages) {
+            first = std::min(first, m.log_time);
+            last = std::max(last, m.log_time);
+        }
+        return bytes_of(first) + bytes_of(last);
     }
 
     std::string head_;
     std::string bytes_;
     std::string chunk_indexes_;
     std::uint32_t chunks_ = 0;
-    std::map<std::uint16_t, std::uint64_t> counts_;
-    std::uint64_t first_ = ~std::uint64_t{0};
-    std::uint64_t last_ = 0;
+    std::vector<MadeMessage> messages_;
 };
 
 inline void RecordingBuilder::add_chunk(const std::vector<MadeMessage>& messages, const std::string& before) {
     std::string records = before;
     std::map<std::uint16_t, std::string> entries;
-    std::uint64_t first = ~std::uint64_t{0};
-    std::uint64_t last = 0;
     for (const MadeMessage& m : messages) {
-        entries[m.channel_id] += bytes_of(m.log_time) + bytes_of(std::uint64_t{records.size()});
+        entries[m.channel_id] += bytes_of(m.log_time) + bytes_of(records.size());
         records += message_record(m.channel_id, m.log_time, m.data);
-        first = std::min(first, m.log_time);
-        last = std::max(last, m.log_time);
-        count(m);
     }
-    const std::string size = bytes_of(std::uint64_t{records.size()});
-    const std::string chunk = record(6, bytes_of(first) + bytes_of(last) + size + bytes_of(std::uint32_t{0}) +
-                                            sized("") + sized<std::uint64_t>(records));
-    const std::uint64_t offset = bytes_.size();
-    bytes_ += chunk;
+    const std::string times = time_span(messages);
+    const std::string size = bytes_of(records.size());
+    const std::string chunk =
+        record(6, times + size + bytes_of(std::uint32_t{0}) + sized("") + sized<std::uint64_t>(records));
+    std::string indexes;
     std::string index_offsets;
-    for (const auto& [id, times] : entries) {
-        index_offsets += bytes_of(id) + bytes_of(std::uint64_t{bytes_.size()});
-        bytes_ += record(7, bytes_of(id) + sized(times));
+    for (const auto& [id, places] : entries) {
+        index_offsets += bytes_of(id) + bytes_of(bytes_.size() + chunk.size() + indexes.size());
+        indexes += record(7, bytes_of(id) + sized(places));
     }
-    chunk_indexes_ += record(8, bytes_of(first) + bytes_of(last) + bytes_of(offset) +
-                                    bytes_of(std::uint64_t{chunk.size()}) + sized(index_offsets) +
-                                    bytes_of(std::uint64_t{bytes_.size()} - offset - chunk.size()) +
-                                    sized("") + size + size);
+    chunk_indexes_ +=
+        record(8, times + bytes_of(bytes_.size()) + bytes_of(chunk.size()) + sized(index_offsets) +
+                      bytes_of(indexes.size()) + sized("") + size + size);
+    bytes_ += chunk + indexes;
     ++chunks_;
+    messages_.insert(messages_.end(), messages.begin(), messages.end());
 }
 
 inline std::string RecordingBuilder::finished(std::uint64_t extra_messages,
                                               std::uint32_t extra_chunks) const {
-    std::string counts;
-    std::uint64_t total = 0;
-    for (const auto& [id, count] : counts_) {
-        counts += bytes_of(id) + bytes_of(count);
-        total += count;
-    }
+    std::map<std::uint16_t, std::uint64_t> counts;
+    for (const MadeMessage& m : messages_)
+        ++counts[m.channel_id];
+    std::string count_texts;
+    for (const auto& [id, count] : counts)
+        count_texts += bytes_of(id) + bytes_of(count);
     const std::string statistics =
-        record(11, bytes_of(total + extra_messages) + std::string(14, '\0') +
-                       bytes_of(chunks_ + extra_chunks) + bytes_of(first_) + bytes_of(last_) + sized(counts));
-    std::string bytes = bytes_ + record(15, bytes_of(std::uint32_t{0}));
-    const std::uint64_t summary = bytes.size();
-    bytes += head_ + statistics + chunk_indexes_;
-    return bytes + record(2, bytes_of(summary) + std::string(12, '\0')) + mcap_magic;
+        record(11, bytes_of(messages_.size() + extra_messages) + std::string(14, '\0') +
+                       bytes_of(chunks_ + extra_chunks) + time_span(messages_) + sized(count_texts));
+    const std::string data = bytes_ + record(15, bytes_of(std::uint32_t{0}));
+    return data + head_ + statistics + chunk_indexes_ +
+           record(2, bytes_of(data.size()) + std::string(12, '\0')) + mcap_magic;
 }
 
-/// A file that is removed at the end.
+/// A file in memory.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(const std::string& bytes)
-        : path_(std::filesystem::temp_directory_path() /
-                ("mcap_test_" + std::to_string(::getpid()) + "_" + std::to_string(++made()))) {
-        std::ofstream(path_, std::ios::binary) << bytes;
+    explicit TemporaryFile(const std::string& bytes) : descriptor_(::memfd_create("recording", 0)) {
+        std::ofstream(path(), std::ios::binary) << bytes;
     }
-    ~TemporaryFile() { std::filesystem::remove(path_); }
+    ~TemporaryFile() { ::close(descriptor_); }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    const std::filesystem::path& path() const { return path_; }
+    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
 
 private:
-    static int& made() {
-        static int count = 0;
-        return count;
-    }
-    std::filesystem::path path_;
+    int descriptor_;
 };
 
 }  // namespace zun::test
