@@ -62,9 +62,11 @@ Database::Database(const fs::path& file) {
     connection_.reset(opened);
     if (code != SQLITE_OK) fail(code, sqlite3_errmsg(opened));
     sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    execute("PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; PRAGMA temp_store = FILE;");
+    // With a writable schema (of a file that is read-only) SQLite also opens a file that is cut short.
+    execute(
+        "PRAGMA writable_schema = ON; PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; "
+        "PRAGMA temp_store = FILE;");
 }
 
 void Database::Close::operator()(sqlite3* connection) const {

@@ -1,5 +1,6 @@
 #include "input/rosbag2/SqliteStream.hpp"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <map>
@@ -55,18 +56,66 @@ std::vector<std::string> definition_names(const std::string& type) {
     return names;
 }
 
-struct RowRange {
-    std::int64_t first;
-    std::int64_t last;
+/// `end`  the row after the last lost one, `highest` when none follows
+Problem unreadable_rows(const std::string& source, std::int64_t first, std::int64_t end,
+                        const DatabaseError& error) {
+    const auto position = static_cast<std::uint64_t>(first);
+    const std::string from = "rows from " + std::to_string(first);
+    if (end == highest) return {source, position, from + " on cannot be read: " + error.what()};
+    return {source, position, from + " to " + std::to_string(end - 1) + " cannot be read: " + error.what(),
+            static_cast<std::uint64_t>(end) - position};
+}
+
+/// Fills the temporary table row_order.
+class RowOrder {
+public:
+    explicit RowOrder(Database& database) : database_(database), insert_(created(database), insert_sql) {}
+
+    void add(std::int64_t timestamp, std::int64_t id, std::int64_t topic) {
+        keys_.push_back({timestamp, id, topic});
+        if (keys_.size() == 4096) flush();
+    }
+    // SQLite commits no transaction in which damage was met, so no row is read within one.
+    void flush() {
+        database_.execute("BEGIN");
+        for (const auto& [timestamp, id, topic] : keys_) {
+            insert_.start({timestamp, id, topic});
+            insert_.step();
+        }
+        database_.execute("COMMIT");
+        keys_.clear();
+    }
+
+private:
+    static constexpr const char* insert_sql = "INSERT INTO temp.row_order VALUES (?1, ?2, ?3)";
+
+    static Database& created(Database& database) {
+        database.execute(
+            "CREATE TEMP TABLE row_order (timestamp, id, topic_id, PRIMARY KEY (timestamp, id)) "
+            "WITHOUT ROWID");
+        return database;
+    }
+
+    Database& database_;
+    Statement insert_;
+    std::vector<std::array<std::int64_t, 3>> keys_;
 };
 
-Problem unreadable_rows(const std::string& source, RowRange lost, const DatabaseError& error) {
-    const bool to_the_end = lost.last == highest;
-    const std::string text = to_the_end ? "rows from here on cannot be read: "
-                                        : "rows up to " + std::to_string(lost.last) + " cannot be read: ";
-    const std::uint64_t count =
-        static_cast<std::uint64_t>(lost.last) - static_cast<std::uint64_t>(lost.first) + 1;
-    return {source, static_cast<std::uint64_t>(lost.first), text + error.what(), to_the_end ? 0 : count};
+/// Adds the rows from `next_id` on, which follows. Returns the damage that ends it, none at the end of the
+/// rows.
+std::optional<DatabaseError> add_rows(Statement& rows, std::int64_t& next_id, RowOrder& order) {
+    try {
+        for (rows.start({next_id}); next_id != highest && rows.step();) {
+            const std::int64_t id = rows.integer(0);
+            if (id < next_id) return DatabaseError("rows out of order", true);
+            order.add(rows.integer(1), id, rows.integer(2));
+            next_id = id == highest ? highest : id + 1;
+        }
+        return std::nullopt;
+    } catch (const DatabaseError& error) {
+        if (!error.damage()) throw;
+        return error;
+    }
 }
 
 /// The first row from `id` on, `highest` when there is none; unset when it cannot be read.
@@ -202,52 +251,35 @@ void SqliteStream::count_messages() {
                              lost.count});
 }
 
-/// Fills row_order. Reads each row whole, so that those in it are known to be good.
+/// Reads each row whole, so that those in row_order are known to be good.
 void SqliteStream::order_rows(std::vector<Problem>& problems) {
-    database_.execute(
-        "CREATE TEMP TABLE row_order (timestamp, id, topic_id, PRIMARY KEY (timestamp, id)) "
-        "WITHOUT ROWID; BEGIN");
-    ordered_ = true;
-    Statement keep(database_, "INSERT INTO temp.row_order VALUES (?1, ?2, ?3)");
-    Statement rows(database_,
-                   "SELECT id, timestamp, topic_id, data FROM messages NOT INDEXED "
-                   "WHERE id >= ?1 ORDER BY id");
-    Statement probe(database_,
-                    "SELECT id, timestamp, topic_id, data FROM messages NOT INDEXED "
-                    "WHERE id >= ?1 ORDER BY id LIMIT 1");
+    const std::string sql =
+        "SELECT id, timestamp, topic_id, data FROM messages NOT INDEXED WHERE id >= ?1 ORDER BY id";
+    Statement rows(database_, sql);
+    Statement probe(database_, sql + " LIMIT 1");
+    RowOrder order(database_);
     std::int64_t next_id = lowest;
-    const auto keep_rows = [&] {
-        for (rows.start({next_id}); next_id != highest && rows.step();) {
-            const std::int64_t id = rows.integer(0);
-            if (id < next_id) throw DatabaseError("rows out of order", true);
-            keep.start({rows.integer(1), id, rows.integer(2)});
-            keep.step();
-            next_id = id == highest ? highest : id + 1;
-        }
-        next_id = highest;
-    };
-    while (next_id != highest) {
-        try {
-            keep_rows();
-        } catch (const DatabaseError& error) {
-            if (!error.damage()) throw;
-            const std::int64_t lost_from = next_id == lowest ? 1 : next_id;
-            next_id = next_readable(probe, lost_from);
-            const std::int64_t lost_to = next_id == highest ? highest : next_id - 1;
-            problems.push_back(unreadable_rows(source_, {lost_from, lost_to}, error));
-        }
+    while (const std::optional<DatabaseError> damage = add_rows(rows, next_id, order)) {
+        const std::int64_t lost_from = next_id == lowest ? 1 : next_id;
+        next_id = next_readable(probe, lost_from);
+        problems.push_back(unreadable_rows(source_, lost_from, next_id, *damage));
+        if (next_id == highest) break;
     }
-    database_.execute("COMMIT");
+    order.flush();
+    ordered_ = true;
 }
 
 void SqliteStream::start(const Selection& selection) {
     selected_topics_.reset();
-    if (!selection.channels.empty()) {
-        selected_topics_ = "";
+    const std::vector<bool>& chosen = selection.channels;
+    if (std::find(chosen.begin(), chosen.end(), false) != chosen.end()) {
+        std::string topics;
         for (const auto& [topic, channel] : channel_of_topic_) {
-            if (channel >= selection.channels.size() || !selection.channels[channel]) continue;
-            *selected_topics_ += (selected_topics_->empty() ? "" : ",") + std::to_string(topic);
+            if (!chosen[channel]) continue;
+            if (!topics.empty()) topics += ",";
+            topics += std::to_string(topic);
         }
+        selected_topics_ = topics;
     }
     const Time range_begin = Time::from_nanoseconds(lowest);
     const Time range_end = Time::from_nanoseconds(highest);
@@ -267,7 +299,7 @@ void SqliteStream::start(const Selection& selection) {
 /// From the row after the one delivered last.
 void SqliteStream::query_rows() {
     const std::string key = ordered_ ? "o" : "m";
-    std::string sql = "SELECT m.id, m.topic_id, m.timestamp, m.data FROM ";
+    std::string sql = "SELECT " + key + ".id, " + key + ".topic_id, " + key + ".timestamp, m.data FROM ";
     sql += ordered_ ? "temp.row_order AS o CROSS JOIN messages AS m ON m.id = o.id" : "messages AS m";
     sql += " WHERE " + key + ".timestamp BETWEEN ?1 AND ?2";
     if (selected_topics_) sql += " AND " + key + ".topic_id IN (" + *selected_topics_ + ")";
