@@ -134,8 +134,7 @@ template <typename Bits>
 struct Binary {
     Bits significand;
     int exponent2;
-    Bits nearer_below;  ///< all bits for a power of two, whose lower neighbour is at half the distance, else
-                        ///< none
+    Bits nearer_below;  ///< all bits for a power of two, whose lower neighbour is half as far, else none
 };
 
 /// significand * 10^exponent10
