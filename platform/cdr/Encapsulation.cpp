@@ -41,7 +41,7 @@ std::string hexadecimal(unsigned int value) {
 }  // namespace
 
 Encapsulation read_encapsulation(std::span<const std::byte> payload, const std::string& source) {
-    if (payload.size() < ENCAPSULATION_SIZE)
+    if (payload.size() < encapsulation_size)
         throw InputError(source, payload.size(),
                          "expected a header of 4 bytes, found " + std::to_string(payload.size()));
     const auto high = std::to_integer<unsigned int>(payload[0]);

@@ -14,7 +14,7 @@
 
 namespace zun::cdr {
 
-inline constexpr std::size_t ENCAPSULATION_SIZE = 4;
+inline constexpr std::size_t encapsulation_size = 4;
 
 struct Encapsulation {
     bool xcdr2 = false;

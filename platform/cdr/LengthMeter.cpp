@@ -15,7 +15,7 @@ constexpr std::uint32_t field_limit = 1U << 20U;
 /// Notes the lengths that a walk meets. `base` is the number of the first field of the value it is in.
 class Lengths {
 public:
-    static constexpr bool WANTS_ABSENT = false;
+    static constexpr bool wants_absent = false;
 
     explicit Lengths(std::vector<LengthMeter::Field>& fields) : fields_(fields) {}
 

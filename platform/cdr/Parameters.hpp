@@ -24,9 +24,9 @@ struct Parameter {
 /// The parameters of the mutable values that a walk is in, innermost last. Keeps its storage between samples.
 using ParameterTable = std::vector<Parameter>;
 
-constexpr std::uint32_t MEMBER_ID_MASK = 0x0fffffff;
-constexpr std::uint16_t EXTENDED_HEADER = 0x3f01;
-constexpr std::uint16_t LIST_END = 0x3f02;
+constexpr std::uint32_t member_id_mask = 0x0fffffff;
+constexpr std::uint16_t extended_header = 0x3f01;
+constexpr std::uint16_t list_end = 0x3f02;
 
 /// Reads an XCDR1 header; false at the end of a list. The position is that of the value afterwards.
 template <bool Swapped>
@@ -35,15 +35,15 @@ bool read_parameter_1(Reader& reader, Origin origin, Parameter& parameter) {
     const std::byte* const header = reader.take(4, "a parameter header");
     const auto flags_and_id = load<Swapped, std::uint16_t>(header);
     const auto id = static_cast<std::uint16_t>(flags_and_id & 0x3fff);
-    if (id == LIST_END) return false;
+    if (id == list_end) return false;
     std::uint64_t size = load<Swapped, std::uint16_t>(header + 2);
     parameter.id = id;
     // Only the writer that counts on from the old origin marks extended headers as to be understood.
     parameter.restores_origin = origin == Origin::RESTORED ||
-                                (origin == Origin::BY_HEADER && flags_and_id == (EXTENDED_HEADER | 0x4000));
-    if (id == EXTENDED_HEADER) {
+                                (origin == Origin::BY_HEADER && flags_and_id == (extended_header | 0x4000));
+    if (id == extended_header) {
         const std::byte* const extension = reader.take(8, "an extended parameter header");
-        parameter.id = load<Swapped, std::uint32_t>(extension) & MEMBER_ID_MASK;
+        parameter.id = load<Swapped, std::uint32_t>(extension) & member_id_mask;
         size = load<Swapped, std::uint32_t>(extension + 4);
     }
     parameter.begin = reader.position();
@@ -62,7 +62,7 @@ bool read_parameter_2(Reader& reader, Parameter& parameter) {
     }
     const auto header = reader.take_u32<Swapped>("a member header");
     const unsigned int code = (header >> 28U) & 7U;
-    parameter.id = header & MEMBER_ID_MASK;
+    parameter.id = header & member_id_mask;
     parameter.restores_origin = true;
     std::uint64_t size = std::uint64_t{1} << code;
     if (code >= 4) size = reader.take_u32<Swapped>("a member size");

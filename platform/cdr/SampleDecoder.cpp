@@ -13,7 +13,7 @@ constexpr std::size_t padding_limit = 3;
 
 /// Takes note of nothing but characters that are none.
 struct Validator {
-    static constexpr bool WANTS_ABSENT = false;
+    static constexpr bool wants_absent = false;
 
     void top_level_beginning() {}
     void top_level_ending() {}
@@ -33,7 +33,7 @@ struct Validator {
     template <bool Swapped, typename Place>
     void wide_string(const Place&, WideText text) {
         for (std::uint32_t i = 0; i < text.units;)
-            well_formed &= next_character<Swapped>(text, i) != NO_CHARACTER;
+            well_formed &= next_character<Swapped>(text, i) != no_character;
     }
     template <bool Swapped>
     void scalars(const Member*, const Step&, const std::byte*) {}

@@ -55,7 +55,7 @@ private:
     Outcome walk(const Program& program, const Encapsulation& head, std::span<const std::byte> payload,
                  Handler& handler) {
         const bool native = head.little_endian == (std::endian::native == std::endian::little);
-        Reader reader(payload, ENCAPSULATION_SIZE, head.padding, source_);
+        Reader reader(payload, encapsulation_size, head.padding, source_);
         const bool exact =
             native ? walk_as<false>(program, reader, handler) : walk_as<true>(program, reader, handler);
         return {reader.left(), exact};

@@ -9,7 +9,7 @@
 //     scalar<Swapped>(place, plan, bytes), string(place, text), wide_string<Swapped>(place, text)
 //     scalars<Swapped>(first member, step, bytes)                        a run of members
 //     elements<Swapped>(plan, count, bytes)                              all elements of a collection
-//     WANTS_ABSENT     whether members that a sample does not carry are announced with their defaults
+//     wants_absent     whether members that a sample does not carry are announced with their defaults
 //
 // where a place is a Member, an Item or a Discriminator.
 
@@ -114,9 +114,9 @@ private:
     };
 
     // Elements without bytes of their own that one sample may have: their number is bounded by nothing else.
-    static constexpr std::uint64_t EMPTY_ELEMENT_LIMIT = 1U << 16U;
+    static constexpr std::uint64_t empty_element_limit = 1U << 16U;
     // Parameters are rounded up to whole words by some writers.
-    static constexpr std::uint64_t PARAMETER_PADDING = 3;
+    static constexpr std::uint64_t parameter_padding = 3;
 
     template <typename Place>
     void value(const Plan& plan, const Place& place) {
@@ -219,7 +219,7 @@ private:
 
     void absent(const Member& member) {
         exact_ &= member.optional;
-        if constexpr (Handler::WANTS_ABSENT) AbsentValues<Handler>(handler_).member(member);
+        if constexpr (Handler::wants_absent) AbsentValues<Handler>(handler_).member(member);
     }
 
     std::int64_t discriminator(const Plan& plan) {
@@ -279,8 +279,8 @@ private:
 
     void count_empty(std::uint32_t count) {
         empty_elements_ += count;
-        if (empty_elements_ > EMPTY_ELEMENT_LIMIT)
-            reader_.fail(reader_.position(), "expected at most " + std::to_string(EMPTY_ELEMENT_LIMIT) +
+        if (empty_elements_ > empty_element_limit)
+            reader_.fail(reader_.position(), "expected at most " + std::to_string(empty_element_limit) +
                                                  " elements without content, found " +
                                                  std::to_string(empty_elements_));
     }
@@ -343,7 +343,7 @@ private:
     }
 
     void end_parameter(const Parameter& parameter, Outside outside) {
-        end_value(parameter.end, outside.end, PARAMETER_PADDING);
+        end_value(parameter.end, outside.end, parameter_padding);
         if (parameter.restores_origin) reader_.set_origin(outside.origin);
     }
 
@@ -355,7 +355,7 @@ private:
     void parameters(const Plan& plan) {
         const std::uint64_t outer = xcdr2_ ? begin_delimited() : reader_.end();
         plan.kind == TypeKind::UNION_TYPE ? parameter_union(plan) : parameter_structure(plan);
-        end_value(xcdr2_ ? reader_.end() : reader_.position(), outer, PARAMETER_PADDING);
+        end_value(xcdr2_ ? reader_.end() : reader_.position(), outer, parameter_padding);
     }
 
     void parameter_structure(const Plan& plan) {

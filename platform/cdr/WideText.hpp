@@ -17,7 +17,7 @@ struct WideText {
 };
 
 /// Stands for a unit that is no character: half of a pair, or a number beyond all characters.
-inline constexpr char32_t NO_CHARACTER = 0xffffffff;
+inline constexpr char32_t no_character = 0xffffffff;
 
 template <bool Swapped>
 char32_t unit_at(const WideText& text, std::uint32_t index) {
@@ -30,9 +30,9 @@ template <bool Swapped>
 char32_t next_character(const WideText& text, std::uint32_t& index) {
     const char32_t first = unit_at<Swapped>(text, index++);
     if (first < 0xd800 || (first > 0xdfff && first <= 0x10ffff)) return first;
-    if (first > 0xdbff || index == text.units) return NO_CHARACTER;
+    if (first > 0xdbff || index == text.units) return no_character;
     const char32_t second = unit_at<Swapped>(text, index);
-    if (second < 0xdc00 || second > 0xdfff) return NO_CHARACTER;
+    if (second < 0xdc00 || second > 0xdfff) return no_character;
     ++index;
     return 0x10000 + ((first - 0xd800) << 10U) + (second - 0xdc00);
 }

@@ -28,7 +28,7 @@ using cdr::WideText;
 /// Turns what a walk meets into calls of a print format and the text of values.
 class Printer {
 public:
-    static constexpr bool WANTS_ABSENT = true;
+    static constexpr bool wants_absent = true;
 
     Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles)
         : format_(&format), context_(&context), doubles_(&doubles) {}
