@@ -1,9 +1,10 @@
 #include "cli/Request.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
-#include <string_view>
 #include <thread>
 
 #include <CLI/CLI.hpp>
@@ -26,11 +27,22 @@ void read_limits_file(const std::string& path, convert::Settings& settings) {
     convert::read_limits(path, *settings.limits);
 }
 
+/// The folders of AMENT_PREFIX_PATH that hold the definitions of installed packages.
+std::vector<fs::path> installed_definitions() {
+    const char* const variable = std::getenv("AMENT_PREFIX_PATH");
+    std::istringstream prefixes(variable == nullptr ? "" : variable);
+    std::vector<fs::path> folders;
+    for (std::string prefix; std::getline(prefixes, prefix, ':');)
+        if (!prefix.empty() && fs::is_directory(fs::path(prefix) / "share"))
+            folders.push_back(fs::path(prefix) / "share");
+    return folders;
+}
+
 }  // namespace
 
 CLI::Option* add_parsed(CLI::App& command, const std::string& name, const std::string& value_name,
-                        std::function<void(const std::string&)> read, const std::string& help) {
-    const auto read_all = [name, read = std::move(read)](const std::vector<std::string>& texts) {
+                        const std::function<void(const std::string&)>& read, const std::string& help) {
+    const auto read_all = [name, read](const std::vector<std::string>& texts) {
         try {
             for (const std::string& text : texts)
                 read(text);
@@ -43,95 +55,114 @@ CLI::Option* add_parsed(CLI::App& command, const std::string& name, const std::s
         ->allow_extra_args(false);
 }
 
+CLI::Option* add_choice(CLI::App& command, const std::string& name, const std::vector<Choice>& choices,
+                        const std::string& help) {
+    std::string words;
+    for (const Choice& choice : choices)
+        words += (words.empty() ? "" : "|") + choice.word;
+    const auto choose = [choices, words](const std::string& text) {
+        const auto chosen = std::find_if(choices.begin(), choices.end(),
+                                         [&](const Choice& choice) { return choice.word == text; });
+        if (chosen == choices.end()) throw std::invalid_argument("'" + text + "' is none of " + words);
+        chosen->choose();
+    };
+    return add_parsed(command, name, words, choose, help)->default_str(choices.front().word);
+}
+
 void add_recordings(CLI::App& command, Request& request, const std::string& what) {
     command
-        .add_option("recordings", request.recordings,
+        .add_option("RECORDING", request.recordings,
                     what + ": MCAP or rosbag2 files, bag folders, or folders of them")
-        ->type_name("RECORDING")
         ->required();
 }
 
-void add_topic_choice(CLI::App& command, Request& request) {
-    convert::TopicFilter& filter = request.settings.topics;
-    add_repeated(command, "-t,--topics", "TOPIC", filter.wanted,
-                 "only these topics; wildcards; may be repeated");
-    add_repeated(command, "-x,--exclude", "TOPIC", filter.unwanted,
-                 "not these topics; wildcards; may be repeated");
-}
-
-void add_time_choice(CLI::App& command, Request& request) {
+void add_choice_of_messages(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
+    const char* const group = "Which messages";
+    add_repeated(command, "-t,--topics", "TOPIC", settings.topics.wanted,
+                 "only these topics; wildcards; may be repeated")
+        ->group(group);
+    add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted,
+                 "not these topics; wildcards; may be repeated")
+        ->group(group);
     add_parsed(
         command, "-S,--start", "TIME",
         [&](const auto& text) { settings.start = convert::parse_time_bound(text); },
-        "only messages logged from here on: nanoseconds, RFC 3339, +10s from the first, -30s from the last");
+        "only messages logged from here on: nanoseconds since 1970, RFC 3339, +10s from the first message, "
+        "-30s "
+        "from the last")
+        ->group(group);
     add_parsed(
         command, "-E,--end", "TIME",
         [&](const auto& text) { settings.end = convert::parse_time_bound(text); },
-        "only messages logged before this");
+        "only messages logged before this")
+        ->group(group);
     command.add_option("--every", settings.every, "one message in N of each topic")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(std::uint64_t{1}, UINT64_MAX).description(""))
+        ->group(group);
 }
 
 void add_reading(CLI::App& command, Request& request) {
+    const char* const group = "Reading";
     add_repeated(
         command, "--types", "PATH", request.types,
         "where types are defined that a recording does not define: a folder with .msg and .idl files, or "
-        "another recording; AMENT_PREFIX_PATH is searched too");
+        "another recording; AMENT_PREFIX_PATH is searched too")
+        ->group(group);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, 1024).description(""))
+        ->group(group);
 }
 
 void add_limits(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
+    const char* const group = "How many columns";
     add_parsed(
         command, "--limit", "[TOPIC:]EXPR=N",
         [&](const auto& text) { settings.rules.push_back(convert::parse_limit_rule(text)); },
-        "N element columns for the unbounded sequences whose full names match EXPR, of topics that match "
-        "TOPIC; "
-        "wildcards, [*] and [3] mean indices; expressions are tried in byte order, the first match wins");
+        "N element columns for unbounded sequences whose full names match EXPR, of topics that match TOPIC; "
+        "wildcards, [*] and [3] mean indices; tried in byte order, the first match wins")
+        ->group(group);
     add_parsed(
         command, "--limits", "FILE", [&](const auto& path) { read_limits_file(path, settings); },
         "element columns as 'dds2csv fit' wrote them, instead of measuring; of several files the longest "
-        "count");
-    command.add_flag("!--no-fit", settings.fit,
-                     "do not measure: 1000 element columns for every unbounded sequence");
+        "count")
+        ->group(group);
+    command
+        .add_flag_callback(
+            "--no-fit", [&] { settings.fit = false; },
+            "do not measure: 1000 element columns for every unbounded sequence")
+        ->group(group);
     command
         .add_option("--max-columns", settings.most_columns,
                     "columns that a topic may have; its longest sequences are held to 1000 elements to fit")
         ->type_name("N")
-        ->capture_default_str();
-    add_parsed(
-        command, "--blobs", "columns|skip",
-        [&](const auto& text) {
-            if (text != "columns" && text != "skip") throw std::invalid_argument("expected columns or skip");
-            settings.skip_blobs = text == "skip";
-        },
-        "unbounded sequences of bytes: a column for each byte, or none");
+        ->capture_default_str()
+        ->group(group);
+    add_choice(
+        command, "--blobs",
+        {{"columns", [&] { settings.skip_blobs = false; }}, {"skip", [&] { settings.skip_blobs = true; }}},
+        "unbounded sequences of bytes: a column for each byte, or none")
+        ->group(group);
 }
 
-void add_definitions(schema::TypeCatalog& catalog, const std::vector<std::string>& types) {
-    for (const std::string& path : types) {
-        if (fs::is_directory(path) && !is_recording(path)) {
-            catalog.add_folder(path);
-            continue;
-        }
-        const auto stream = open_recording(path);
-        for (const input::Channel& channel : stream->channels())
-            if (!channel.schema_text.empty())
-                catalog.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
+std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
+                                                     std::vector<convert::Recording> recordings,
+                                                     convert::Watch watch) {
+    auto conversion =
+        std::make_unique<convert::Conversion>(request.settings, std::move(recordings), std::move(watch));
+    for (const std::string& path : request.types) {
+        if (fs::is_directory(path) && !is_recording(path))
+            conversion->add_types(fs::path(path));
+        else
+            conversion->add_types(*open_recording(path));
     }
-    const char* const variable = std::getenv("AMENT_PREFIX_PATH");
-    std::string_view prefixes = variable == nullptr ? "" : variable;
-    while (!prefixes.empty()) {
-        const std::size_t size = std::min(prefixes.find(':'), prefixes.size());
-        const fs::path share = fs::path(prefixes.substr(0, size)) / "share";
-        if (size > 0 && fs::is_directory(share)) catalog.add_folder(share);
-        prefixes.remove_prefix(std::min(size + 1, prefixes.size()));
-    }
+    for (const fs::path& folder : installed_definitions())
+        conversion->add_types(folder);
+    return conversion;
 }
 
 }  // namespace zun::cli

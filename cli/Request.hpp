@@ -10,8 +10,7 @@
 
 #include <CLI/App.hpp>
 
-#include "convert/Settings.hpp"
-#include "schema/TypeCatalog.hpp"
+#include "convert/Conversion.hpp"
 
 namespace zun::cli {
 
@@ -23,10 +22,8 @@ struct Request {
 
 /// RECORDING...; `what` says what becomes of them.
 void add_recordings(CLI::App& command, Request& request, const std::string& what);
-/// --topics, --exclude.
-void add_topic_choice(CLI::App& command, Request& request);
-/// --start, --end, --every.
-void add_time_choice(CLI::App& command, Request& request);
+/// --topics, --exclude, --start, --end, --every.
+void add_choice_of_messages(CLI::App& command, Request& request);
 /// --types, --jobs.
 void add_reading(CLI::App& command, Request& request);
 /// --limit, --limits, --no-fit, --max-columns, --blobs.
@@ -34,10 +31,20 @@ void add_limits(CLI::App& command, Request& request);
 
 /// A string option that is read by `read`, whose std::invalid_argument becomes wrong usage. May be repeated.
 CLI::Option* add_parsed(CLI::App& command, const std::string& name, const std::string& value_name,
-                        std::function<void(const std::string&)> read, const std::string& help);
+                        const std::function<void(const std::string&)>& read, const std::string& help);
 
-/// The definitions that `types` and the environment name.
-void add_definitions(schema::TypeCatalog& catalog, const std::vector<std::string>& types);
+/// An option that takes one word of a few and does what belongs to it; the first is what happens without it.
+struct Choice {
+    std::string word;
+    std::function<void()> choose;
+};
+CLI::Option* add_choice(CLI::App& command, const std::string& name, const std::vector<Choice>& choices,
+                        const std::string& help);
+
+/// A conversion with the types that `request` and the environment name.
+std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
+                                                     std::vector<convert::Recording> recordings,
+                                                     convert::Watch watch);
 
 }  // namespace zun::cli
 

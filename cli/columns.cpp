@@ -20,11 +20,9 @@ struct ColumnsRequest : Request {
 
 int list_columns(ColumnsRequest& request) {
     request.settings.topics.wanted = {convert::exact_pattern(request.topic)};
-    schema::TypeCatalog catalog;
-    add_definitions(catalog, request.types);
-    convert::Conversion conversion(request.settings, find_recordings({request.recording}, std::nullopt),
-                                   catalog, {{}, &end_requested()});
-    const auto [topic, limits] = conversion.plan(request.topic);
+    const auto conversion =
+        make_conversion(request, find_recordings({request.recording}, std::nullopt), {{}, &end_requested()});
+    const auto [topic, limits] = conversion->plan(request.topic);
     std::ostringstream text;
     convert::print_columns(text, topic, limits);
     write_data(text.str());
@@ -44,7 +42,7 @@ void add_columns(CLI::App& app, Action& action) {
     command.add_option("recording", request->recording, "where the topic is")
         ->type_name("RECORDING")
         ->required();
-    command.add_option("topic", request->topic, "its name")->type_name("TOPIC")->required();
+    command.add_option("TOPIC", request->topic, "its name")->required();
     add_limits(command, *request);
     add_reading(command, *request);
     command.callback([request, &action] { action = [request] { return list_columns(*request); }; });

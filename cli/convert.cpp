@@ -1,6 +1,5 @@
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <optional>
 #include <stdexcept>
 
@@ -27,59 +26,70 @@ struct ConvertRequest : Request {
 };
 
 void add_cells(CLI::App& command, convert::Settings& settings) {
+    using convert::TimeFormat;
+    const char* const group = "What cells say";
+    const auto write_times = [&settings](TimeFormat format) {
+        return [&settings, format] { settings.time_format = format; };
+    };
     command.add_option("--empty", settings.empty_text, "what cells without a value say")
         ->type_name("TEXT")
-        ->capture_default_str();
-    add_parsed(
-        command, "--enum-as", "name|number",
-        [&](const auto& text) {
-            if (text != "name" && text != "number") throw std::invalid_argument("expected name or number");
-            settings.enum_as_string = text == "name";
-        },
-        "how enumeration values are written [name]");
-    command.add_flag("--source-timestamp", settings.source_timestamp,
-                     "two times a row: of recording, and of sending");
-    const std::map<std::string, convert::TimeFormat> formats = {
-        {"nanoseconds", convert::TimeFormat::NANOSECONDS},
-        {"seconds", convert::TimeFormat::SECONDS},
-        {"rfc3339", convert::TimeFormat::RFC3339},
-    };
-    add_parsed(
-        command, "--time-format", "nanoseconds|seconds|rfc3339",
-        [&settings, formats](const auto& text) {
-            const auto format = formats.find(text);
-            if (format == formats.end())
-                throw std::invalid_argument("expected nanoseconds, seconds or rfc3339");
-            settings.time_format = format->second;
-        },
-        "how times are written, exact in each form [nanoseconds]");
+        ->capture_default_str()
+        ->group(group);
+    add_choice(command, "--enum-as",
+               {{"name", [&] { settings.enum_as_string = true; }},
+                {"number", [&] { settings.enum_as_string = false; }}},
+               "how enumeration values are written")
+        ->group(group);
+    add_choice(command, "--time-format",
+               {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},
+                {"seconds", write_times(TimeFormat::SECONDS)},
+                {"rfc3339", write_times(TimeFormat::RFC3339)}},
+               "how times are written, exact in each form")
+        ->group(group);
+    command
+        .add_flag("--source-timestamp", settings.source_timestamp,
+                  "two times a row: of recording, and of sending")
+        ->group(group);
 }
 
 void add_output(CLI::App& command, ConvertRequest& request) {
+    const char* const group = "Output";
     command
         .add_option(
             "-o,--output", request.output,
             "folder of the CSV files, or the parent of one folder each for several recordings; - writes "
             "one topic to standard output; by default folders bear the names of the recordings")
-        ->type_name("DIR");
-    command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist");
-    command.add_flag("--dry-run", request.settings.dry_run, "write nothing; report what would be written");
-    command.add_flag("--strict", request.settings.strict,
-                     "the first damage or unreadable message ends it all");
-    command.add_flag("--fail-on-truncation", request.fail_on_truncation, "exit code 1 when a field was cut");
+        ->type_name("DIR")
+        ->group(group);
+    command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist")->group(group);
+    command.add_flag("--dry-run", request.settings.dry_run, "write nothing; report what would be written")
+        ->group(group);
+    command
+        .add_flag("--strict", request.settings.strict, "the first damage or unreadable message ends it all")
+        ->group(group);
+    command.add_flag("--fail-on-truncation", request.fail_on_truncation, "exit code 1 when a field was cut")
+        ->group(group);
     command.add_option("--report", request.report_file, "write the closing report to a file, as JSON")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->group(group);
 }
 
 void add_talk(CLI::App& command, ConvertRequest& request) {
-    command.add_flag_callback(
-        "--progress", [&] { request.progress = ProgressLine::When::ALWAYS; }, "show progress");
-    command.add_flag_callback(
-        "--no-progress", [&] { request.progress = ProgressLine::When::NEVER; },
-        "show no progress, on terminals neither");
-    command.add_flag("-q,--quiet", request.quiet, "report only what was lost");
-    command.add_flag("-v,--verbose", request.verbosity,
-                     "show the format's warnings; twice: all of its messages");
+    using When = ProgressLine::When;
+    const char* const group = "Talk";
+    command
+        .add_flag_callback(
+            "--progress", [&] { request.progress = When::ALWAYS; }, "show progress")
+        ->group(group);
+    command
+        .add_flag_callback(
+            "--no-progress", [&] { request.progress = When::NEVER; },
+            "show no progress; without either, terminals show it")
+        ->group(group);
+    command.add_flag("-q,--quiet", request.quiet, "report only what was lost")->group(group);
+    command
+        .add_flag("-v,--verbose", request.verbosity, "show the format's warnings; twice: all of its messages")
+        ->group(group);
 }
 
 void listen(int verbosity) {
@@ -111,15 +121,13 @@ int convert_recordings(ConvertRequest& request) {
     auto recordings = find_recordings(request.recordings, request.output);
     if (request.settings.to_stdout && recordings.size() != 1)
         throw std::runtime_error("standard output takes one recording");
-    schema::TypeCatalog catalog;
-    add_definitions(catalog, request.types);
     convert::Report report;
     try {
         ProgressLine line(request.progress);
-        const convert::Watch watch{
-            [&](const auto& activity, auto messages, auto total) { line.show(activity, messages, total); },
-            &end_requested()};
-        convert::Conversion(request.settings, std::move(recordings), catalog, watch).run(report);
+        const auto show = [&](const auto& activity, auto messages, auto total) {
+            line.show(activity, messages, total);
+        };
+        make_conversion(request, std::move(recordings), {show, &end_requested()})->run(report);
     } catch (const std::exception&) {
         write_report(report, request);
         throw;
@@ -140,8 +148,7 @@ void add_convert(CLI::App& app, Action& action) {
         "was lost, cut or skipped.");
     add_recordings(command, *request, "what to convert");
     add_output(command, *request);
-    add_topic_choice(command, *request);
-    add_time_choice(command, *request);
+    add_choice_of_messages(command, *request);
     add_cells(command, request->settings);
     add_limits(command, *request);
     add_reading(command, *request);

@@ -14,12 +14,10 @@ namespace zun::cli {
 namespace {
 
 int learn_limits(const Request& request) {
-    schema::TypeCatalog catalog;
-    add_definitions(catalog, request.types);
     convert::Report report;
-    convert::Conversion conversion(request.settings, find_recordings(request.recordings, std::nullopt),
-                                   catalog, {{}, &end_requested()});
-    const convert::LimitsByTopic limits = conversion.measure(report);
+    const auto conversion =
+        make_conversion(request, find_recordings(request.recordings, std::nullopt), {{}, &end_requested()});
+    const convert::LimitsByTopic limits = conversion->measure(report);
     convert::print_report(std::cerr, report, convert::Detail::LOSSES);
     if (!report.finished_any()) return FAILED;
     std::ostringstream text;
@@ -39,8 +37,7 @@ void add_fit(CLI::App& app, Action& action) {
         "         dds2csv convert wednesday.mcap --limits limits.yaml\n\n"
         "Recordings that are converted with the same limits have the same columns.");
     add_recordings(command, *request, "what to learn from");
-    add_topic_choice(command, *request);
-    add_time_choice(command, *request);
+    add_choice_of_messages(command, *request);
     add_reading(command, *request);
     command.callback([request, &action] { action = [request] { return learn_limits(*request); }; });
 }

@@ -71,12 +71,19 @@ std::string rule_note(const LimitRule& rule) {
 
 }  // namespace
 
+void Conversion::add_types(const input::MessageStream& recording) {
+    for (const input::Channel& channel : recording.channels())
+        if (!channel.schema_text.empty())
+            catalog_.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
+}
+
 std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report) {
     const Recording& recording = recordings_[index];
     report.name = recording.name;
     report.folder = recording.folder.string();
     try {
         auto run = std::make_unique<RecordingRun>(recording, catalog_, settings_, watch_);
+        find_patterns_used(run->stream());
         if (run->topics().empty()) {
             report.failure =
                 run->stream().channels().empty() ? "it has no topics" : "it has no topic that is wanted";
@@ -161,6 +168,19 @@ void Conversion::run(Report& report) {
     prepare(report);
     for (std::size_t i = 0; i < recordings_.size(); ++i)
         if (report.recordings[i].failure.empty()) convert(i, report.recordings[i]);
+    add_notes(report);
+}
+
+void Conversion::find_patterns_used(const input::MessageStream& stream) {
+    for (const std::string& pattern : settings_.topics.wanted)
+        for (const input::Channel& channel : stream.channels())
+            if (TopicFilter{{pattern}}.accepts(channel.topic)) patterns_used_.insert(pattern);
+}
+
+void Conversion::add_notes(Report& report) const {
+    for (const std::string& pattern : settings_.topics.wanted)
+        if (patterns_used_.count(pattern) == 0)
+            report.losses.push_back("--topics " + quoted(pattern) + " matches no topic");
     for (const LimitRule& rule : settings_.rules)
         if (!rule.won) report.notes.push_back(rule_note(rule));
 }

@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,22 +22,22 @@ namespace zun::convert {
 
 class Conversion {
 public:
-    /// `catalog`  must outlive the conversion
-    Conversion(Settings settings, std::vector<Recording> recordings, schema::TypeCatalog& catalog,
-               Watch watch)
-        : settings_(std::move(settings)),
-          watch_(std::move(watch)),
-          recordings_(std::move(recordings)),
-          catalog_(catalog) {}
+    Conversion(Settings settings, std::vector<Recording> recordings, Watch watch)
+        : settings_(std::move(settings)), watch_(std::move(watch)), recordings_(std::move(recordings)) {}
     Conversion(const Conversion&) = delete;
     Conversion& operator=(const Conversion&) = delete;
+
+    // Types that a recording does not define itself; sources that were added first win.
+    void add_types(const std::filesystem::path& folder) { catalog_.add_folder(folder); }
+    void add_types(const input::MessageStream& recording);
 
     /// Converts all recordings; fills `report` while it goes, so that it tells what was finished when this
     /// throws.
     ///
     /// A recording that cannot be opened or has no wanted topic costs that recording.
-    /// Throws  std::system_error when a file exists already (before anything is read), or cannot be written;
-    ///         InputError for damage where settings are strict; Interrupted
+    /// Throws  std::runtime_error when a file exists already, before anything is written; std::system_error
+    /// when
+    ///         one cannot be written; InputError for damage where settings are strict; Interrupted
     void run(Report& report);
 
     /// The longest lengths of all recordings by topic name, for a limits file. Failures go into `report`.
@@ -49,7 +50,9 @@ public:
 private:
     /// The run of recording `index`; null, with the reason in `report`, when it cannot be opened.
     std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report);
+    void find_patterns_used(const input::MessageStream& stream);
     void prepare(Report& report);
+    void add_notes(Report& report) const;
     void convert(std::size_t index, RecordingReport& report);
     std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
     Limits limits_of(Topic& topic, TopicReport& report);
@@ -58,7 +61,8 @@ private:
     Settings settings_;
     Watch watch_;
     std::vector<Recording> recordings_;
-    schema::TypeCatalog& catalog_;
+    schema::TypeCatalog catalog_;
+    std::set<std::string> patterns_used_;  // those of --topics that some channel matched
     TopicLengths lengths_;
     std::unique_ptr<RecordingRun> kept_run_;  // of the only recording, with the batches that it has kept
 };

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
@@ -89,8 +90,7 @@ void OutputFiles::refuse_existing(const std::filesystem::path& folder,
                                   const std::vector<std::string>& names) {
     for (const std::string& name : names)
         if (!name.empty() && std::filesystem::exists(folder / name))
-            throw std::system_error(std::make_error_code(std::errc::file_exists),
-                                    "'" + (folder / name).string() + "' (--overwrite replaces it)");
+            throw std::runtime_error("'" + (folder / name).string() + "' exists; --overwrite replaces it");
 }
 
 void OutputFiles::flush(File& file) {

@@ -40,7 +40,7 @@ public:
     void write(std::size_t topic, std::string_view text) override;
     void finish() override;
 
-    /// Throws std::system_error when `folder` has a file of one of these names.
+    /// Throws std::runtime_error when `folder` has a file of one of these names.
     static void refuse_existing(const std::filesystem::path& folder, const std::vector<std::string>& names);
 
 private:

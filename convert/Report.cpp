@@ -135,7 +135,7 @@ std::string summary_of(const RecordingReport& recording, bool dry_run) {
 
 bool Report::lost_anything() const {
     const auto lost = [](const RecordingReport& recording) { return !losses_of(recording).empty(); };
-    return !notes.empty() || std::any_of(recordings.begin(), recordings.end(), lost);
+    return !losses.empty() || std::any_of(recordings.begin(), recordings.end(), lost);
 }
 
 bool Report::cut_anything() const {
@@ -163,7 +163,8 @@ void print_report(std::ostream& out, const Report& report, Detail detail) {
         print_lines(out, "lost:", losses);
         if (detail == Detail::TABLE) print_lines(out, "hints:", hints_of(recording, report.dry_run));
     }
-    print_lines(out, "options:", report.notes);
+    print_lines(out, "lost:", report.losses);
+    if (detail == Detail::TABLE) print_lines(out, "hints:", report.notes);
 }
 
 }  // namespace zun::convert

@@ -50,7 +50,8 @@ struct RecordingReport {
 
 struct Report {
     std::vector<RecordingReport> recordings = {};
-    std::vector<std::string> notes = {};  ///< options that had no effect
+    std::vector<std::string> losses = {};  ///< what was asked for and is in no recording
+    std::vector<std::string> notes = {};   ///< options that had no effect
     bool dry_run = false;
 
     bool lost_anything() const;  ///< skipped, cut or damaged anything that was asked for

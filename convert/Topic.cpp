@@ -41,6 +41,10 @@ void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalo
         topic.refusal = "its messages are encoded as '" + channel.message_encoding + "', not as CDR";
         return;
     }
+    if (channel.type_name.empty()) {
+        topic.refusal = "the recording does not name its type";
+        return;
+    }
     try {
         const auto type = catalog.type_of(channel.type_name, channel.schema_encoding, channel.schema_text);
         const printing::SamplePrinter decodable(type, topic.name, topic.writer);  // throws when it is not

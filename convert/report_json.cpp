@@ -145,7 +145,8 @@ void print_report_json(std::ostream& out, const Report& report) {
         json.key("recordings").list_of(report.recordings, [&](const RecordingReport& recording) {
             write_recording(json, recording);
         });
-        json.key("options").list_of(report.notes, [&](const std::string& note) { json.value(note); });
+        json.key("losses").list_of(report.losses, [&](const std::string& loss) { json.value(loss); });
+        json.key("hints").list_of(report.notes, [&](const std::string& note) { json.value(note); });
     });
     out << '\n';
 }
