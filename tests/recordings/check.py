@@ -40,17 +40,17 @@ def uneven_rows(folder):
             yield f"{file.name}: {len(bad)} rows are not {width} cells wide, the first is row {bad[0]}"
 
 
-def differences(shared, node, folder, path):
-    """What the collection's own comparison has to say; nothing when all values are right."""
+def wrong_values(shared, node, folder, path, differences):
+    """What the collection's own comparison says, unless it counts `differences` as the table does."""
     for values in expected_values(shared, path):
         check = [node, shared / "check/expect.mjs", folder, values]
         run = subprocess.run(check, capture_output=True, text=True, check=False)
-        if run.returncode:
+        if not run.stdout.endswith(f" {differences} differences\n"):
             yield run.stdout + run.stderr
 
 
 def complaints(tool, shared, node, folder, line):
-    path, exit_code, compared, sentences, options = line.split("\t")
+    path, exit_code, differences, sentences, options = line.split("\t")
     recording = shared / "recordings" / path
     before = fingerprint(recording)
     arguments = options.replace("RECORDINGS", str(shared / "recordings")).split()
@@ -64,8 +64,8 @@ def complaints(tool, shared, node, folder, line):
         if sentence not in run.stderr:
             yield f"stderr does not say: {sentence}"
     yield from uneven_rows(folder)
-    if compared == "values":
-        yield from differences(shared, node, folder / "csv", path)
+    if differences != "-":
+        yield from wrong_values(shared, node, folder / "csv", path, differences)
     if fingerprint(recording) != before:
         yield "the recording has changed"
 
