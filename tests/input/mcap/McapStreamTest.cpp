@@ -162,9 +162,11 @@ Lines conformance_lines(const fs::path& path) {
         for (const std::string byte : fields.at("data"))
             data += static_cast<char>(std::stoi(byte));
         const std::string time = fields.at("log_time");
-        timed.emplace_back(std::stoull(time), topics.at(fields.at("channel_id")) + " " + time + " " +
-                                                  fields.at("publish_time").get<std::string>() + " " +
-                                                  fields.at("sequence").get<std::string>() + " " + data);
+        std::string line = topics.at(fields.at("channel_id"));
+        for (const std::string& field : {time, fields.at("publish_time").get<std::string>(),
+                                         fields.at("sequence").get<std::string>(), data})
+            line.append(" ").append(field);
+        timed.emplace_back(std::stoull(time), line);
     }
     return lines_of(std::move(timed));
 }
