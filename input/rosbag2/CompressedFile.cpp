@@ -77,6 +77,20 @@ private:
     std::unique_ptr<std::FILE, CloseFile> file_;
 };
 
+/// Unpacks what `in` holds. Returns 0 at the end of a frame, else what zstd expects next or its error.
+std::size_t unpack_block(ZSTD_DStream* stream, ZSTD_inBuffer& in, std::vector<char>& unpacked,
+                         FileHandle& target) {
+    ZSTD_outBuffer out{unpacked.data(), unpacked.size(), 0};
+    std::size_t left = 0;
+    do {
+        out.pos = 0;
+        left = ZSTD_decompressStream(stream, &out, &in);
+        if (ZSTD_isError(left) != 0) break;
+        target.write(unpacked.data(), out.pos);
+    } while (in.pos < in.size || out.pos == out.size);
+    return left;
+}
+
 /// Unpacks frame after frame, up to the first damage.
 std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
     FileHandle source(from, "rb");
@@ -89,22 +103,16 @@ std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
     std::size_t left = 0;
     while (const std::size_t count = source.read(packed)) {
         ZSTD_inBuffer in{packed.data(), count, 0};
-        ZSTD_outBuffer out{unpacked.data(), unpacked.size(), 0};
-        while (in.pos < in.size || out.pos == out.size) {
-            out.pos = 0;
-            left = ZSTD_decompressStream(stream.get(), &out, &in);
-            if (ZSTD_isError(left) != 0) {
-                target.flush();
-                return Problem{from.string(), position + in.pos,
-                               std::string("the zstd stream is damaged: ") + ZSTD_getErrorName(left)};
-            }
-            target.write(unpacked.data(), out.pos);
-        }
-        position += count;
+        left = unpack_block(stream.get(), in, unpacked, target);
+        position += in.pos;
+        if (ZSTD_isError(left) != 0) break;
     }
     target.flush();
     if (left == 0) return std::nullopt;
-    return Problem{from.string(), position, "the zstd stream ends within a frame"};
+    if (ZSTD_isError(left) == 0)
+        return Problem{from.string(), position, "the zstd stream ends within a frame"};
+    return Problem{from.string(), position,
+                   std::string("the zstd stream is damaged: ") + ZSTD_getErrorName(left)};
 }
 
 /// A stream over the unpacked file that speaks of the file that was packed.

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string_view>
 #include <system_error>
+#include <tuple>
 
 #include "input/rosbag2/Rosbag2.hpp"
 
@@ -62,7 +63,9 @@ std::vector<fs::path> storage_files(const fs::path& folder) {
             files.push_back(entry.path());
     }
     std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
-        return std::pair(numbered_name(a), a) < std::pair(numbered_name(b), b);
+        const NumberedName x = numbered_name(a);
+        const NumberedName y = numbered_name(b);
+        return std::tie(x.stem, x.number, x.extension, a) < std::tie(y.stem, y.number, y.extension, b);
     });
     return files;
 }

@@ -25,8 +25,6 @@ struct NumberedName {
     std::string stem;
     std::uint64_t number = 0;  ///< 0 when there is none
     std::string extension;
-
-    friend auto operator<=>(const NumberedName&, const NumberedName&) = default;
 };
 NumberedName numbered_name(const std::filesystem::path& file);
 
