@@ -63,10 +63,13 @@ const Definition* TypeFolder::find(const std::string& name) {
 
 void TypeFolder::search() {
     std::vector<fs::path> found;
+    // A subfolder that cannot be read costs what it defines, and nothing else.
     constexpr auto options = fs::directory_options::skip_permission_denied;
-    for (const auto& entry : fs::recursive_directory_iterator(folder_, options))
-        if (is_definition_file(entry.path().extension()) && entry.is_regular_file())
-            found.push_back(entry.path());
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(folder_, options, error), end; entry != end;
+         entry.increment(error))
+        if (is_definition_file(entry->path().extension()) && entry->is_regular_file(error))
+            found.push_back(entry->path());
     // Where a package holds one type as .msg and as .idl, the first in this order serves.
     std::sort(found.begin(), found.end(), [](const fs::path& a, const fs::path& b) {
         return std::pair(a.extension() == ".idl", a) < std::pair(b.extension() == ".idl", b);

@@ -88,17 +88,7 @@ bool stands_for_idl(const Section& section, const std::set<std::string>& idl_nam
            idl_names.contains(ros_name(section.name));
 }
 
-}  // namespace
-
-DefinitionTable read_schema(const std::string& source, std::string_view type_name, std::string_view encoding,
-                            std::string_view text) {
-    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
-    DefinitionTable table(source);
-    if (encoding == "omgidl") {
-        read_idl_text(text, 1, table);
-        return table;
-    }
+void read_sections(std::string_view type_name, std::string_view text, DefinitionTable& table) {
     std::vector<Section> sections = sections_of(text);
     if (sections.front().keyword.empty()) sections.front().name = type_name;
     std::set<std::string> idl_names;
@@ -111,6 +101,19 @@ DefinitionTable read_schema(const std::string& source, std::string_view type_nam
         else
             read_message_text(section, table);
     }
+}
+
+}  // namespace
+
+DefinitionTable read_schema(const std::string& source, std::string_view type_name, std::string_view encoding,
+                            std::string_view text) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
+    DefinitionTable table(source);
+    if (encoding == "omgidl")
+        read_idl_text(text, 1, table);
+    else
+        read_sections(type_name, text, table);
     add_derived_types(table);
     return table;
 }

@@ -2,10 +2,13 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <sstream>
 #include <system_error>
 
 #include <gtest/gtest.h>
 
+#include "platform/logger/Logger.hpp"
 #include "tests/schema/describe.hpp"
 #include "tests/support/case_files.hpp"
 
@@ -18,9 +21,7 @@ namespace fs = std::filesystem;
 class CatalogFolders : public testing::Test {
 protected:
     CatalogFolders()
-        : folder_(fs::path(testing::TempDir()) /
-                  testing::UnitTest::GetInstance()->current_test_info()->name()) {
-        fs::remove_all(folder_);
+        : folder_(fs::path(testing::TempDir()) / ("schema_test" + std::to_string(std::random_device()()))) {
         fs::create_directories(folder_);
     }
     ~CatalogFolders() override { fs::remove_all(folder_); }
@@ -52,7 +53,10 @@ TEST_F(CatalogFolders, PackagesAreFoundByPlace) {
 TEST_F(CatalogFolders, ServicesAndActionsGiveTheirTypes) {
     write("p/srv/Set_It.srv", "int8 a\n---\nint8 b");
     write("p/action/Go.action", "int8 a\n---\nint8 b\n---\nint8 c");
+    write("p/srv/Old.idl",
+          "module p { module srv { struct Old_Request { char a; }; struct Old_Response { char b; }; }; };");
     catalog_.add_folder(folder_ / "p");
+    EXPECT_EQ(0U, read("p/srv/Old_Event").find("final p/srv/Old_Event { "));
     EXPECT_EQ("final p/srv/Set_It_Response { int8 b }", read("p/srv/Set_It_Response"));
     EXPECT_EQ(
         "final p/action/Go_FeedbackMessage { final unique_identifier_msgs/msg/UUID { uint8[16] uuid } "
@@ -105,6 +109,16 @@ TEST(TypeCatalog, EqualTextsGiveOneTypeAndDifferentOnesTwo) {
     EXPECT_EQ("final p/msg/T { int16 b }", describe(catalog.type_of("p/msg/T", "ros2msg", "int16 b")));
 }
 
+TEST(TypeCatalog, ATypeThatServesForAMissingOneIsNamed) {
+    using chronicle::Logger;
+    std::string heard;
+    Logger::instance().listen(Logger::Level::WARN,
+                              [&](Logger::Level, const std::string& message) { heard += message; });
+    schema::TypeCatalog().type_of("p/msg/T", "ros2msg", "q/V v\n===\nMSG: r/V\nint8 a");
+    Logger::instance().listen(Logger::Level::NONE, {});
+    EXPECT_EQ("'p/msg/T' needs 'q/msg/V', which has no definition; 'r/msg/V' is used", heard);
+}
+
 TEST(TypeCatalog, OtherEncodingsAreRefused) {
     schema::TypeCatalog catalog;
     EXPECT_EQ("InputError p.T:1: a definition in the encoding 'protobuf' cannot be read",
@@ -145,19 +159,22 @@ TEST(TypeCatalog, HostileTextsAreErrors) {
 }
 
 TEST(TypeCatalog, LongChainsOfDefinitionsAreErrorsOrQuick) {
-    std::string doubled = "const uint64 A0 = 1;", aliases = "typedef long B0;", messages = "M200 m\n";
+    std::ostringstream doubled, aliases, messages;
+    doubled << "const uint64 A0 = 1;";
+    aliases << "typedef long B0;";
+    messages << "M200 m\n";
     for (int i = 0; i < 200; ++i) {
-        const std::string last = std::to_string(i), next = std::to_string(i + 1);
-        if (i < 60) doubled += "const uint64 A" + next + " = A" + last + " + A" + last + " - A" + last + ";";
-        aliases += "typedef B" + last + " B" + next + ";";
-        messages += "===\nMSG: p/M" + next + "\nM" + last + " m\n";
+        if (i < 60) doubled << "const uint64 A" << i + 1 << " = A" << i << " + A" << i << " - A" << i << ";";
+        aliases << "typedef B" << i << " B" << i + 1 << ";";
+        messages << "===\nMSG: p/M" << i + 1 << "\nM" << i << " m\n";
     }
+    doubled << "struct T { long x[A60]; };";
+    aliases << "struct T { B200 x; };";
     schema::TypeCatalog catalog;
-    EXPECT_EQ("T { int32[1] x }", read_type(catalog, "T", "omgidl", doubled + "struct T { long x[A60]; };"));
+    EXPECT_EQ("T { int32[1] x }", read_type(catalog, "T", "omgidl", doubled.str()));
     const std::string too_deep = "more than 100 definitions are nested";
-    EXPECT_NE(std::string::npos,
-              read_type(catalog, "T", "omgidl", aliases + "struct T { B200 x; };").find(too_deep));
-    EXPECT_NE(std::string::npos, read_type(catalog, "p/msg/T", "ros2msg", messages).find(too_deep));
+    EXPECT_NE(std::string::npos, read_type(catalog, "T", "omgidl", aliases.str()).find(too_deep));
+    EXPECT_NE(std::string::npos, read_type(catalog, "p/msg/T", "ros2msg", messages.str()).find(too_deep));
 }
 
 /// tests/data/schema/<case>.in: type name, encoding, then the text; .out: the description.

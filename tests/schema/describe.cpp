@@ -35,7 +35,7 @@ struct DefaultText {
 
 /// `next_id` is the id that the member has when the text gives none.
 std::string id_text(std::uint32_t id, std::uint32_t& next_id) {
-    const std::string text = id == next_id ? "" : "@" + std::to_string(id) + " ";
+    std::string text = id == next_id ? "" : "@" + std::to_string(id) + " ";
     next_id = id + 1;
     return text;
 }
