@@ -67,6 +67,11 @@ void add_losses(Lines& lines, const TopicReport& topic) {
         if (!cut.unwanted) lines.push_back(start + cut_sentence(cut));
 }
 
+/// Damage that ended the recording names its place itself.
+std::string place_of(const input::Problem& problem) {
+    return problem.source.empty() ? "" : problem.source + ':' + std::to_string(problem.position) + ": ";
+}
+
 Lines losses_of(const RecordingReport& recording) {
     Lines lines;
     if (!recording.failure.empty()) lines.push_back("not converted: " + recording.failure);
@@ -76,7 +81,7 @@ Lines losses_of(const RecordingReport& recording) {
         lines.push_back("the recording is damaged in " + counted(recording.problem_count, "place") + ", " +
                         counted(recording.messages_lost, "message") + " known to be lost");
     for (const input::Problem& problem : recording.problems)
-        lines.push_back("  " + problem.source + ':' + std::to_string(problem.position) + ": " + problem.text);
+        lines.push_back("  " + place_of(problem) + problem.text);
     if (recording.problem_count > recording.problems.size())
         lines.push_back("  and " + std::to_string(recording.problem_count - recording.problems.size()) +
                         " more");

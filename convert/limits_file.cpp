@@ -8,9 +8,14 @@ namespace zun::convert {
 
 namespace {
 
+const YAML::Node& expect_map(const YAML::Node& node) {
+    if (!node.IsMap()) throw YAML::RepresentationException(node.Mark(), "expected a map");
+    return node;
+}
+
 Lengths lengths_of(const YAML::Node& fields) {
     Lengths lengths;
-    for (const auto& field : fields)
+    for (const auto& field : expect_map(fields))
         lengths[field.first.as<std::string>()] = field.second.as<std::uint32_t>();
     return lengths;
 }
@@ -35,7 +40,7 @@ void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
     try {
         const YAML::Node topics = YAML::LoadFile(path.string())["limits"];
         if (!topics) throw InputError(path.string(), 1, "expected the key 'limits'");
-        for (const auto& topic : topics)
+        for (const auto& topic : expect_map(topics))
             merge(limits[topic.first.as<std::string>()], lengths_of(topic.second));
     } catch (const YAML::Exception& problem) {
         const auto line = static_cast<std::uint64_t>(problem.mark.line + 1);

@@ -1,0 +1,312 @@
+#include "convert/Conversion.hpp"
+
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <sys/resource.h>
+#include <system_error>
+
+#include <gtest/gtest.h>
+
+#include "tests/convert/FakeRecording.hpp"
+#include "tests/support/case_files.hpp"
+
+namespace zun::convert {
+
+namespace fs = std::filesystem;
+using test::CaseName;
+using test::FakeRecording;
+
+namespace {
+
+const char* const reading = "int32 id\nstring text\nint32[] list\nuint8[] blob\n";
+
+/// A folder of its own for each test.
+fs::path fresh_folder() {
+    const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(test->test_suite_name()) + test->name();
+    std::replace(name.begin(), name.end(), '/', '_');
+    const fs::path folder = fs::path(testing::TempDir()) / ("convert_" + name);
+    fs::remove_all(folder);
+    return folder;
+}
+
+std::map<std::string, std::string> files_in(const fs::path& folder) {
+    std::map<std::string, std::string> files;
+    if (!fs::exists(folder)) return files;
+    for (const auto& entry : fs::directory_iterator(folder))
+        files[entry.path().filename().string()] = test::read_file(entry.path());
+    return files;
+}
+
+/// Three readings on /a, one second apart from 10 s on.
+FakeRecording three_readings() {
+    FakeRecording fake;
+    const auto a = fake.add_channel("/a", "p/msg/R", reading);
+    fake.add(a, 10'000'000'000, R"({"id": 1, "text": "x", "list": [5, 6], "blob": []})");
+    fake.add(a, 11'000'000'000, R"({"id": -2, "text": "", "list": [], "blob": []})");
+    fake.batches.emplace_back();
+    fake.add(a, 12'000'000'000, R"({"id": 3, "text": "a,b", "list": [7, 8, 9], "blob": []})");
+    return fake;
+}
+
+Report convert_all(FakeRecording& fake, Settings settings, const fs::path& folder, const Watch& watch = {}) {
+    Report report;
+    Conversion(std::move(settings), {FakeRecording::recording(fake, folder)}, watch).run(report);
+    return report;
+}
+
+std::string text_of(const Report& report) {
+    std::ostringstream text;
+    print_report(text, report, Detail::TABLE);
+    return text.str();
+}
+
+struct SettingsCase {
+    const char* name;
+    std::function<void(Settings&)> change;
+    const char* csv;  // lines of /a's file, with the length cells' spaces left out
+};
+void PrintTo(const SettingsCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+const SettingsCase settings_cases[] = {
+    {"Plain", [](Settings&) {},
+     "timestamp,id,text,list.length,list[0],list[1],list[2],blob.length\n"
+     "10000000000,1,x,2,5,6,nil,0\n"
+     "11000000000,-2,\"\",0,nil,nil,nil,0\n"
+     "12000000000,3,\"a,b\",3,7,8,9,0\n"},
+    {"TimesAndCells",
+     [](Settings& s) {
+         s.source_timestamp = true;
+         s.time_format = TimeFormat::SECONDS;
+         s.start = parse_time_bound("+1s");
+         s.end = parse_time_bound("-0s");
+     },
+     "reception timestamp, source timestamp,id,text,list.length,blob.length\n"
+     "11.000000000,11.000000007,-2,\"\",0,0\n"},
+    {"EverySecond", [](Settings& s) { s.every = 2; },
+     "timestamp,id,text,list.length,list[0],list[1],list[2],blob.length\n"
+     "10000000000,1,x,2,5,6,nil,0\n"
+     "12000000000,3,\"a,b\",3,7,8,9,0\n"},
+    {"Cut", [](Settings& s) { s.rules = {parse_limit_rule("l*=1")}; },
+     "timestamp,id,text,list.length,list[0],blob.length\n"
+     "10000000000,1,x,1,5,0\n"
+     "11000000000,-2,\"\",0,nil,0\n"
+     "12000000000,3,\"a,b\",1,7,0\n"},
+    {"LimitsFile",
+     [](Settings& s) {
+         s.limits = {{"/a", {{"list", 0}, {"blob", 2}}}};
+     },
+     "timestamp,id,text,list.length,blob.length,blob[0],blob[1]\n"
+     "10000000000,1,x,0,0,-,-\n"
+     "11000000000,-2,\"\",0,0,-,-\n"
+     "12000000000,3,\"a,b\",0,0,-,-\n"},
+};
+
+class WithSettings : public testing::TestWithParam<SettingsCase> {};
+
+TEST_P(WithSettings, WritesTheFile) {
+    FakeRecording fake = three_readings();
+    Settings settings;
+    GetParam().change(settings);
+    const fs::path folder = fresh_folder();
+    convert_all(fake, settings, folder);
+    auto files = files_in(folder);
+    ASSERT_EQ(1U, files.size());
+    std::erase(files["a.csv"], ' ');
+    std::string wanted = GetParam().csv;
+    std::erase(wanted, ' ');
+    EXPECT_EQ(wanted, files["a.csv"]);
+}
+INSTANTIATE_TEST_SUITE_P(, WithSettings, testing::ValuesIn(settings_cases), CaseName());
+
+/// Sixty batches on four topics; every list has another length, some messages are no samples.
+FakeRecording many_batches() {
+    FakeRecording fake;
+    for (const char* topic : {"/a", "/b", "/c", "/d"})
+        fake.add_channel(topic, "p/msg/R", reading);
+    for (std::uint32_t i = 0; i < 600; ++i) {
+        if (i % 10 == 0) fake.batches.emplace_back();
+        const std::string list(i % 7, '1');
+        std::string values;
+        for (const char digit : list)
+            values += (values.empty() ? "" : ",") + std::string(1, digit);
+        fake.add(i % 3, i,
+                 ("{\"id\": " + std::to_string(i) + R"(, "text": ")" + std::string(i * 13 % 5000, 'x') +
+                  "\", \"list\": [" + values + "], \"blob\": []}")
+                     .c_str());
+        if (i % 50 == 0) fake.add_bytes(1, i, {});
+    }
+    return fake;
+}
+
+TEST(Conversion, IsTheSameForAnyNumberOfJobs) {
+    FakeRecording fake = many_batches();
+    Settings settings;
+    settings.every = 3;
+    settings.rules = {parse_limit_rule("/b:list=4")};
+    const fs::path folder = fresh_folder();
+    const std::string report = text_of(convert_all(fake, settings, folder));
+    const auto files = files_in(folder);
+    EXPECT_EQ(4U, files.size()) << "a topic without messages has a file too";
+    EXPECT_NE(std::string::npos, report.find("'list' is cut to 4 of up to 6 elements")) << report;
+    settings.overwrite = true;
+    for (const unsigned jobs : {2U, 5U}) {
+        settings.jobs = jobs;
+        EXPECT_EQ(report, text_of(convert_all(fake, settings, folder)));
+        EXPECT_TRUE(files == files_in(folder)) << jobs << " jobs";
+    }
+}
+
+TEST(Conversion, LoadsAgainOnlyWhatItCouldNotKeep) {
+    FakeRecording fake = many_batches();
+    convert_all(fake, {}, fresh_folder());
+    EXPECT_EQ(61U + 61U - 48U, fake.loads) << "batches of 1 MiB, 48 MiB of which are kept";
+}
+
+TEST(Conversion, GivesSeveralRecordingsTheSameColumns) {
+    FakeRecording few = three_readings();
+    FakeRecording many = three_readings();
+    many.add(0, 13'000'000'000, R"({"id": 4, "text": "", "list": [1, 2, 3, 4, 5], "blob": [1]})");
+    const fs::path folder = fresh_folder();
+    Report report;
+    Conversion(
+        {}, {FakeRecording::recording(few, folder / "few"), FakeRecording::recording(many, folder / "many")},
+        {})
+        .run(report);
+    const auto header = [&](const char* name) {
+        const std::string text = files_in(folder / name)["a.csv"];
+        return text.substr(0, text.find('\n'));
+    };
+    EXPECT_EQ(header("many"), header("few"));
+    EXPECT_NE(std::string::npos, header("few").find("list[4],blob.length,blob[0]"));
+    EXPECT_FALSE(report.lost_anything());
+}
+
+TEST(Conversion, NamesAllThatIsLost) {
+    FakeRecording fake = three_readings();
+    fake.add_channel("/b", "p/msg/R", "{}", "json");
+    fake.add_channel("/c", "p/msg/R", "int32[ broken\n");
+    fake.add_channel("/d", "p/msg/Gone", "q/Missing m\n");
+    fake.add_channel("/a", "p/msg/Other", "int32[] list\n");
+    fake.add_channel("/e", "p/msg/Wide", "int32[70000] grid\n");
+    const auto f = fake.add_channel("/f", "p/msg/Long", "uint8[] blob\nint32[] list\n");
+    fake.add_channel("/unwanted", "p/msg/R", "{}", "json");
+    fake.add_bytes(0, 13, {std::byte{0}, std::byte{1}});
+    std::string blob = "0";
+    for (int i = 1; i < 17000; ++i)
+        blob += ",0";
+    fake.add(f, 14, ("{\"blob\": [" + blob + "], \"list\": [1]}").c_str());
+    auto longer = fake.batches.back().back().data;
+    longer.resize(longer.size() + 8);
+    fake.add_bytes(f, 15, longer);
+    fake.problems = {{"fake.mcap", 5, "no summary"}};
+    fake.batch_problems = {{"fake.mcap", 70, "chunk is damaged", 12}};
+    fake.cut = "the file ends within a record";
+    Settings settings;
+    settings.topics = {{"/?", "/nope"}, {}};
+    settings.rules = {parse_limit_rule("list=2"), parse_limit_rule("/a:l*=5"), parse_limit_rule("x=1")};
+    const Report report = convert_all(fake, settings, fresh_folder());
+    EXPECT_TRUE(report.lost_anything());
+    std::string text = text_of(report);
+    text.replace(text.find(report.recordings[0].folder), report.recordings[0].folder.size(), "FOLDER");
+    EXPECT_EQ(test::read_file(test::data_folder() / "convert" / "lost.txt"), text);
+    std::ostringstream json;
+    print_report_json(json, report);
+    const auto parsed = nlohmann::json::parse(json.str());
+    EXPECT_TRUE(parsed["lost_anything"]);
+    EXPECT_EQ(17000, parsed["recordings"][0]["topics"][6]["cuts"][0]["longest"]);
+    EXPECT_EQ("chunk is damaged", parsed["recordings"][0]["problems"][1]["text"]);
+}
+
+TEST(Conversion, StopsAtTheFirstDamageWhereThatIsAnError) {
+    Settings strict;
+    strict.strict = true;
+    for (const bool in_sample : {true, false}) {
+        FakeRecording fake = three_readings();
+        if (in_sample)
+            fake.add_bytes(0, 13, {});
+        else
+            fake.batch_problems = {{"fake.mcap", 70, "chunk is damaged", 12}};
+        const fs::path folder = fresh_folder();
+        EXPECT_THROW(convert_all(fake, strict, folder), InputError);
+        EXPECT_TRUE(files_in(folder).empty());
+    }
+}
+
+TEST(Conversion, LeavesNothingHalfDone) {
+    FakeRecording fake = three_readings();
+    const fs::path folder = fresh_folder();
+    const std::atomic<bool> stop = true;
+    EXPECT_THROW(convert_all(fake, {}, folder, {{}, &stop}), Interrupted);
+    EXPECT_TRUE(files_in(folder).empty());
+    fs::create_directories(folder);
+    std::ofstream(folder / "a.csv") << "mine";
+    EXPECT_THROW(convert_all(fake, {}, folder), std::runtime_error);
+    EXPECT_EQ("mine", files_in(folder).at("a.csv"));
+    Settings settings;
+    settings.dry_run = true;
+    EXPECT_EQ(3U, convert_all(fake, settings, folder).recordings[0].topics[0].rows);
+    EXPECT_EQ("mine", files_in(folder).at("a.csv"));
+}
+
+/// Puts a limit of the process back.
+class LimitedResource {
+public:
+    LimitedResource(__rlimit_resource_t resource, rlim_t limit) : resource_(resource) {
+        ::getrlimit(resource, &before_);
+        const rlimit lower{limit, before_.rlim_max};
+        ::setrlimit(resource, &lower);
+    }
+    ~LimitedResource() { ::setrlimit(resource_, &before_); }
+    LimitedResource(const LimitedResource&) = delete;
+    LimitedResource& operator=(const LimitedResource&) = delete;
+
+private:
+    __rlimit_resource_t resource_;
+    rlimit before_{};
+};
+
+TEST(OutputFiles, WritesMoreThanTheSystemOpens) {
+    const fs::path folder = fresh_folder();
+    const LimitedResource few_files(RLIMIT_NOFILE, 32);
+    std::vector<std::string> names;
+    for (int i = 0; i < 100; ++i)
+        names.push_back(std::to_string(i));
+    OutputFiles output(folder, names, false);
+    const std::string block(300'000, 'x');
+    for (int round = 0; round < 2; ++round)
+        for (std::size_t i = 0; i < names.size(); ++i)
+            output.write(i, i % 2 == 0 ? names[i] : block);
+    output.finish();
+    const auto files = files_in(folder);
+    EXPECT_EQ(100U, files.size());
+    EXPECT_EQ("4242", files.at("42"));
+    EXPECT_TRUE(block + block == files.at("43"));
+}
+
+TEST(OutputFiles, SaysWhichFileTheDiskHasNoRoomFor) {
+    const fs::path folder = fresh_folder();
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    {
+        const LimitedResource small_files(RLIMIT_FSIZE, 1'000'000);
+        OutputFiles output(folder, {"a.csv"}, false);
+        try {
+            for (int i = 0; i < 9; ++i)
+                output.write(0, std::string(300'000, 'x'));
+            ADD_FAILURE();
+        } catch (const std::system_error& problem) {
+            EXPECT_NE(std::string::npos, std::string(problem.what()).find("a.csv"));
+        }
+    }
+    std::signal(SIGXFSZ, before);
+    EXPECT_TRUE(files_in(folder).empty());
+}
+
+}  // namespace
+
+}  // namespace zun::convert

@@ -1,0 +1,202 @@
+#include "convert/Limits.hpp"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "convert/limits_file.hpp"
+#include "format/PrintFormatCsv.hpp"
+#include "platform/error/InputError.hpp"
+#include "platform/xtypes/TypeBuilder.hpp"
+#include "tests/support/case_files.hpp"
+
+namespace zun::convert {
+
+using namespace core::xtypes;
+using test::CaseName;
+
+namespace {
+
+const DynamicTypeImpl number = primitive_type(TypeKind::INT_32_TYPE);
+
+/// Every field here has a neighbour whose pattern could take it: a[*].b, a[*].c[*].b, grid[*][*].b, s[*],
+/// s[*][*].
+DynamicTypeImpl tangled() {
+    const auto b = MemberSpec{"b", sequence_type(number)};
+    const auto leaf = struct_type({.name = "Leaf", .members = {b}});
+    const auto inner = struct_type({.name = "Inner", .members = {b, {"c", sequence_type(leaf)}}});
+    return struct_type(
+        {.name = "Tangled",
+         .members = {{"a", sequence_type(inner)},
+                     {"ab", sequence_type(primitive_type(TypeKind::OCTET_TYPE))},
+                     {"grid", array_type(leaf, {2, 2})},
+                     {"s", alias_type("Rows", sequence_type(sequence_type(number)))},
+                     {"choice", union_type({.name = "Choice",
+                                            .discriminator = number,
+                                            .members = {{"one", leaf, {1}}, {"two", number, {2}}}})},
+                     {"nothing", struct_type({.name = "Nothing", .members = {}})}}});
+}
+
+std::vector<std::string> header(const DynamicTypeImpl& type, const Limits& limits) {
+    tamber::utils::PrintFormatCsvProperty property;
+    limits.add_to(property);
+    std::ostringstream line;
+    std::vector<char> buffer;
+    const tamber::utils::PrintFormatCsv format(property, type, line, buffer);
+    std::istringstream cells(line.str().substr(0, line.str().size() - 1));
+    std::vector<std::string> titles;
+    for (std::string title; std::getline(cells, title, ',');)
+        titles.push_back(title);
+    titles.erase(titles.begin());
+    return titles;
+}
+
+/// The number of elements that `field`, a full name with numbers, has in the header; -1 without the field.
+int elements(const std::vector<std::string>& titles, const std::string& field) {
+    if (std::find(titles.begin(), titles.end(), field + ".length") == titles.end()) return -1;
+    int count = 0;
+    const auto begins = [&](const std::string& title) {
+        return title.rfind(field + '[' + std::to_string(count) + ']', 0) == 0;
+    };
+    while (std::any_of(titles.begin(), titles.end(), begins))
+        ++count;
+    return count;
+}
+
+TEST(Limits, EachFieldGetsItsOwnAndColumnsAreCounted) {
+    const Lengths lengths = {{"a", 2},           {"a[*].b", 3}, {"a[*].c", 2},
+                             {"a[*].c[*].b", 5}, {"ab", 4},     {"grid[*][*].b", 1},
+                             {"s", 2},           {"s[*]", 6},   {"choice.one.b", 0}};
+    Limits limits(tangled());
+    limits.set(lengths, Limits::Origin::MEASURED);
+    const auto titles = header(tangled(), limits);
+    EXPECT_EQ(titles.size(), limits.columns());
+    const std::pair<const char*, int> wanted[] = {
+        {"a", 2}, {"a[1].b", 3},       {"a[1].c", 2}, {"a[0].c[1].b", 5}, {"ab", 4},
+        {"s", 2}, {"grid[1][0].b", 1}, {"s[1]", 6},   {"choice.one.b", 0}};
+    for (const auto& [field, count] : wanted)
+        EXPECT_EQ(count, elements(titles, field)) << field;
+}
+
+struct RuleCase {
+    const char* name;
+    std::vector<const char*> rules;
+    std::map<std::string, int> elements;  // all others have 2
+    std::vector<const char*> unmatched;
+    std::vector<const char*> beaten;
+};
+void PrintTo(const RuleCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+const RuleCase rule_cases[] = {
+    {"FullName", {"a=1"}, {{"a", 1}}, {}, {}},
+    {"AnyIndex", {"a[*].c[*].b=3"}, {{"a[0].c[1].b", 3}}, {}, {}},
+    {"OneIndex", {"a[1].b=3"}, {{"a[0].b", 2}, {"a[1].b", 3}}, {}, {}},
+    {"OneIndexOfSeveral", {"a[*].c[1].b=0"}, {{"a[0].c[0].b", 2}, {"a[1].c[1].b", 0}}, {}, {}},
+    {"OneIndexOfAnArray", {"grid[1][0].b=3"}, {{"grid[1][0].b", 3}, {"grid[0][1].b", 2}}, {}, {}},
+    {"IndexAmongWildcards", {"*[1].b=3"}, {{"a[1].b", 3}, {"a[0].c[1].b", 3}, {"grid[0][1].b", 3}}, {}, {}},
+    {"StarIsFirst", {"a=4", "*=1"}, {{"a", 1}, {"s", 1}}, {}, {"a=4"}},
+    {"LaterOfEqualsWins", {"a=4", "a=1"}, {{"a", 1}}, {}, {"a=4"}},
+    {"BracketExpression", {"[as]=1"}, {{"a", 1}, {"s", 1}}, {}, {}},
+    {"OtherTopic", {"/other:a=1", "/t*:s=3"}, {{"s", 3}}, {"/other:a=1"}, {}},
+    {"NoSuchField", {"b=1", "number=3"}, {}, {"b=1", "number=3"}, {}},
+};
+
+class Rules : public testing::TestWithParam<RuleCase> {};
+
+TEST_P(Rules, SetLimits) {
+    const RuleCase& c = GetParam();
+    std::vector<LimitRule> rules;
+    for (const char* text : c.rules)
+        rules.push_back(parse_limit_rule(text));
+    Limits limits(tangled());
+    Lengths all;
+    for (const Limits::Field& field : limits.fields())
+        all[field.full_name] = 2;
+    limits.set(all, Limits::Origin::MEASURED);
+    limits.apply(rules, "/topic");
+    const auto titles = header(tangled(), limits);
+    EXPECT_EQ(titles.size(), limits.columns());
+    for (const auto& [field, count] : c.elements)
+        EXPECT_EQ(count, elements(titles, field)) << field;
+    for (const LimitRule& rule : rules) {
+        const auto listed = [&](const auto& list) {
+            return std::count(list.begin(), list.end(), rule.given) == 1;
+        };
+        EXPECT_EQ(listed(c.unmatched), !rule.matched) << rule.given;
+        EXPECT_EQ(listed(c.beaten), rule.matched && !rule.won) << rule.given << " lost to " << rule.lost_to;
+    }
+}
+INSTANTIATE_TEST_SUITE_P(, Rules, testing::ValuesIn(rule_cases), CaseName());
+
+TEST(LimitRule, IsRefused) {
+    for (const char* text : {"", "a", "a=", "a=x", "a=-1", "a=4294967296", "=1", "/t:=1", "a=1 "})
+        EXPECT_THROW(parse_limit_rule(text), std::invalid_argument) << text;
+}
+
+TEST(Limits, HoldsTheLongestUntilTheTopicFits) {
+    Limits limits(struct_type({.name = "Wide",
+                               .members = {{"cloud", sequence_type(number)},
+                                           {"image", sequence_type(number)},
+                                           {"few", sequence_type(number)}}}));
+    limits.set({{"cloud", 5000}, {"image", 9000}, {"few", 900}}, Limits::Origin::MEASURED);
+    limits.hold(7000);
+    EXPECT_EQ(5000U, limits.fields()[0].limit);
+    EXPECT_EQ(1000U, limits.fields()[1].limit);
+    EXPECT_EQ(Limits::Origin::HELD, limits.fields()[1].origin);
+    limits.hold(100);
+    EXPECT_EQ(1000U, limits.fields()[0].limit);
+    EXPECT_EQ(900U, limits.fields()[2].limit) << "short fields stay whole";
+    EXPECT_EQ(2903U, limits.columns());
+}
+
+TEST(Limits, CountsWhatNoTreeCouldHold) {
+    const auto cell = array_type(number, {1000, 1000, 1000});
+    const auto deep =
+        array_type(struct_type({.name = "S", .members = {{"cells", sequence_type(cell)}}}), {4000000});
+    Limits limits(struct_type({.name = "Huge", .members = {{"n", number}, {"deep", deep}}}));
+    EXPECT_EQ(4'000'000'000'004'000'001U, limits.columns());
+    const Limits::Blame blame = limits.blame();
+    EXPECT_EQ("deep[*].cells[*]", blame.full_name);
+    EXPECT_EQ(1'000'000'000U, blame.elements);
+    EXPECT_FALSE(blame.limited);
+}
+
+TEST(LimitsFile, ComesBackWithTheLongestOfSeveral) {
+    const std::filesystem::path path = testing::TempDir() + "limits.yaml";
+    LimitsByTopic read;
+    for (const LimitsByTopic& written : {LimitsByTopic{{"/a: b", {{"x[*].y", 3}, {"z", 0}}}},
+                                         LimitsByTopic{{"/a: b", {{"x[*].y", 2}}}, {"#", {{"q", 9}}}}}) {
+        std::ofstream file(path);
+        write_limits(file, written);
+        file.close();
+        read_limits(path, read);
+    }
+    EXPECT_EQ((LimitsByTopic{{"/a: b", {{"x[*].y", 3}, {"z", 0}}}, {"#", {{"q", 9}}}}), read);
+}
+
+TEST(LimitsFile, IsRefusedWithItsLine) {
+    const std::filesystem::path path = testing::TempDir() + "bad_limits.yaml";
+    const std::pair<const char*, const char*> cases[] = {{"other: 1\n", ":1: "},
+                                                         {"limits:\n  /a:\n    x: -3\n", ":3: "},
+                                                         {"limits: {\n", ":2: "},
+                                                         {"limits:\n  /a: 3\n", ":2: "}};
+    for (const auto& [text, place] : cases) {
+        std::ofstream(path) << text;
+        LimitsByTopic limits;
+        try {
+            read_limits(path, limits);
+            ADD_FAILURE() << text;
+        } catch (const InputError& problem) {
+            EXPECT_NE(std::string::npos, std::string(problem.what()).find(place)) << problem.what();
+        }
+    }
+}
+
+}  // namespace
+
+}  // namespace zun::convert

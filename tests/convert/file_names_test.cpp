@@ -1,0 +1,51 @@
+#include "convert/file_names.hpp"
+
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace zun::convert {
+
+namespace {
+
+TEST(FileName, IsReadableAndStaysInItsFolder) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"/camera/front/image_raw", "camera.front.image_raw"},
+        {"Square", "Square"},
+        {"rt/chatter", "rt.chatter"},
+        {"/größe/世界", "größe.世界"},
+        {"", "%"},
+        {"/", "%"},
+        {"..", "%2E."},
+        {"/../../etc/passwd", "%2E.....etc.passwd"},
+        {"//a", "%2Fa"},
+        {"/.hidden", "%2Ehidden"},
+        {"/a\\b:c*?\"<>|~%", "a%5Cb%3Ac%2A%3F%22%3C%3E%7C%7E%25"},
+        {std::string("/a\0b\n\x7f", 6), "a%00b%0A%7F"},
+        {"/\xff\xc3(\xe2\x82\xc0\xaf\xed\xa0\x80\xc2\x85", "%FF%C3(%E2%82%C0%AF%ED%A0%80%C2%85"},
+    };
+    for (const auto& [topic, name] : cases)
+        EXPECT_EQ(name, file_name(topic));
+}
+
+TEST(FileNames, AreAllDifferentAndFit) {
+    const std::string long_name(300, 'x');
+    const std::string long_wide_name = "/" + std::string(182, 'y') + "世界世界世界世界";
+    const std::vector<FileSubject> subjects = {{"/a/b"},          {"/a.b"},           {"a/b"},
+                                               {"/A/b"},          {"/a_b"},           {"/a"},
+                                               {"/a", "std/Int"}, {"/a", "std/Char"}, {"/a~std.Int"},
+                                               {"/a", "std/Int"}, {long_name},        {long_name + "1"},
+                                               {long_name + "2"}, {long_wide_name}};
+    const std::vector<std::string> names = file_names(subjects);
+    EXPECT_EQ((std::vector<std::string>{"a.b", "a.b~2", "a.b~3", "A.b~4", "a_b", "a", "a~std.Int",
+                                        "a~std.Char", "a%7Estd.Int", "a~std.Int~2"}),
+              std::vector<std::string>(names.begin(), names.begin() + 10));
+    EXPECT_EQ(names.size(), std::set<std::string>(names.begin(), names.end()).size());
+    for (const std::string& name : names)
+        EXPECT_LE(name.size(), 203U);
+    EXPECT_EQ(std::string(182, 'y') + '~', names.back().substr(0, 183)) << "cut between characters";
+}
+
+}  // namespace
+
+}  // namespace zun::convert
