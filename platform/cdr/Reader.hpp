@@ -41,6 +41,9 @@ public:
     void set_origin(std::uint64_t origin) { origin_ = origin; }
 
     bool fits(std::uint64_t size) const { return position_ <= end_ && size <= end_ - position_; }
+
+    /// As fits() and its contrary for one byte, with announced padding taken for no part of the body.
+    bool body_fits(std::uint64_t size) const { return fits(size) && position_ + size <= body_end_; }
     bool at_end() const { return position_ >= std::min(end_, body_end_); }
 
     /// Bytes of the payload from here on.

@@ -179,7 +179,7 @@ private:
 
     void run(const Plan& plan, const Step& step) {
         reader_.align(step.alignment);
-        if (plan.open_ended && !reader_.fits(step.size)) return cut_run(plan, step);
+        if (plan.open_ended && !reader_.body_fits(step.size)) return cut_run(plan, step);
         handler_.template scalars<Swapped>(&plan.members[step.first], step,
                                            reader_.take(step.size, "values"));
     }
