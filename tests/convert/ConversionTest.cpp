@@ -100,6 +100,7 @@ const SettingsCase settings_cases[] = {
     {"LimitsFile",
      [](Settings& s) {
          s.limits = {{"/a", {{"list", 0}, {"blob", 2}}}};
+         s.empty_text = "-";
      },
      "timestamp,id,text,list.length,blob.length,blob[0],blob[1]\n"
      "10000000000,1,x,0,0,-,-\n"
