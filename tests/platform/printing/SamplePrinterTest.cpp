@@ -139,6 +139,16 @@ const SampleCase encodings[] = {
     {"MutableWithShortHeadersThenLong",
      structure({{"m", structure({with_id("a", octet, 1)}, mutable_form)}, {"b", int64}}),
      "00010000 0100 0100 07 000000 023f0000 0800000000000000", "{m: {a: 7}, b: 8}"},
+    {"MutableEndingInAnUnknownMemberThenLong",
+     structure({{"m", structure({with_id("a", octet, 1)}, mutable_form)}, {"b", int64}}),
+     "00010000 0100 0100 07 000000 0900 0400 00000000 023f0000 0800000000000000", "{m: {a: 7}, b: 8}"},
+    {"NestedFinalThatCouldBeCut",
+     structure({{"v", struct_type({"N", {{"a", int32}, {"b", int32}, {"c", int32}}})}}, appendable),
+     "00090000 0c000000 08000000 01000000 02000000", "{v: {a: 8, b: 1, c: 2}}"},
+    {"NestedFinalThatCouldBeLonger",
+     structure({{"v", struct_type({"N", {{"a", int32}}})}, optional("o", int16), optional("p", int16)},
+               appendable),
+     "00090000 0c000000 08000000 01 00 0500 01 00 0600", "{v: {a: 8}, o: 5, p: 6}"},
     {"MutableWithExtendedHeadersThenLong",
      structure({{"m", structure({with_id("a", octet, 1)}, mutable_form)}, {"b", int64}}),
      "00010000 017f0800 01000000 04000000 07000000 027f0000 00000000 0800000000000000", "{m: {a: 7}, b: 8}"},
@@ -282,7 +292,7 @@ TEST(SamplePrinter, KeepsToTheReadingThatHasFitted) {
 TEST(SamplePrinter, TakesDamageForWhatItIsOnceAReadingIsProven) {
     SamplePrinter printer(structure({{"a", sequence_type(color)}, {"y", octet}}), "topic");
     print_json(printer, bytes_of("00070003 0c000000 02000000 00000000 02000000 09"));
-    EXPECT_THROW(print_json(printer, bytes_of("00070003 0c000000 02000000 00000000")), InputError);
+    EXPECT_THROW(print_json(printer, bytes_of("00070003 02000000 00000000 01000000 09 01")), InputError);
 }
 
 TEST(SamplePrinter, CountsTextBeyondTheCapacity) {
