@@ -78,26 +78,34 @@ void print_recording(std::ostream& out, const std::string& name, const input::Me
     print_table(out, rows);
 }
 
-int show_info(const Request& request) {
-    int code = ALL_DONE;
-    bool any = false;
-    for (const convert::Recording& recording : find_recordings(request.recordings, std::nullopt)) {
-        try {
-            const auto stream = recording.open();
-            std::ostringstream text;
-            print_recording(text, recording.name, *stream);
-            write_data(text.str());
-            any = true;
-            for (const input::Problem& problem : stream->problems()) {
-                std::cerr << problem.source << ':' << problem.position << ": " << problem.text << '\n';
-                code = SOMETHING_LOST;
-            }
-        } catch (const InputError& problem) {
-            std::cerr << problem.what() << '\n';
-            code = SOMETHING_LOST;
-        }
+/// Null, with the reason on stderr, when it cannot be opened.
+std::unique_ptr<input::MessageStream> try_open(const convert::Recording& recording) {
+    try {
+        return recording.open();
+    } catch (const InputError& problem) {
+        std::cerr << problem.what() << '\n';
+    } catch (const std::system_error& problem) {
+        std::cerr << problem.what() << '\n';
     }
-    return any ? code : FAILED;
+    return nullptr;
+}
+
+int show_info(const Request& request) {
+    bool any = false;
+    bool all = true;
+    for (const convert::Recording& recording : find_recordings(request.recordings, std::nullopt)) {
+        const auto stream = try_open(recording);
+        all = all && stream && stream->problems().empty();
+        if (!stream) continue;
+        any = true;
+        std::ostringstream text;
+        print_recording(text, recording.name, *stream);
+        write_data(text.str());
+        for (const input::Problem& problem : stream->problems())
+            std::cerr << problem.source << ':' << problem.position << ": " << problem.text << '\n';
+    }
+    if (!any) return FAILED;
+    return all ? ALL_DONE : SOMETHING_LOST;
 }
 
 }  // namespace

@@ -45,13 +45,17 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
                                    " columns; --blobs skip leaves them out");
 }
 
-/// What would keep all elements of a cut field.
+/// What would keep all elements of a cut field. A rule of the user's may come before any that could be added.
 std::string keeping_option(const TopicReport& report, const Limits& limits, const CutField& cut,
                            std::uint64_t most) {
+    const Limits::Field& field = limits.field(cut.field);
+    if (!field.element_rules.empty())
+        return "leaving out --limit " + quoted(field.element_rules.front().given);
+    if (!field.given.empty()) return "leaving out --limit " + quoted(field.given);
     Limits whole = limits;
     whole.set({{cut.field, cut.longest}}, Limits::Origin::GIVEN);
     std::string option =
-        "--limit '" + report.topic + ':' + cut.field + '=' + std::to_string(cut.longest) + '\'';
+        "--limit " + quoted(report.topic + ':' + cut.field + '=' + std::to_string(cut.longest));
     const std::uint64_t columns = whole.columns();
     return columns > most ? option + " --max-columns " + std::to_string(columns) : option;
 }
@@ -193,17 +197,19 @@ LimitsByTopic Conversion::measure(Report& report) {
         if (!run) continue;
         TopicLengths lengths;
         run->measure(lengths);
-        for (const Topic& topic : run->topics())
+        for (const Topic& topic : run->topics()) {
             merge(by_name[topic.name], lengths[topic.identity]);
+            report.recordings[i].topics.push_back(
+                {.topic = topic.name, .type_name = topic.type_name, .refusal = topic.refusal});
+        }
         report.recordings[i].finished = true;
     }
+    add_notes(report);
     return by_name;
 }
 
 std::pair<Topic, Limits> Conversion::plan(const std::string& name) {
-    RecordingReport report;
-    const auto run = open(0, report);
-    if (!run) throw std::runtime_error(recordings_[0].name + ": " + report.failure);
+    const auto run = std::make_unique<RecordingRun>(recordings_[0], catalog_, settings_, watch_);
     if (measures()) run->measure(lengths_);
     for (Topic& topic : run->topics()) {
         if (topic.name != name) continue;

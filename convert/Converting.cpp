@@ -47,14 +47,10 @@ TopicWork::TopicWork(const Topic& topic, const Settings& settings, const Limits&
     if (!may_be_cut(limits, lengths)) return;
     auto meter = take_meter();
     for (const auto& measured : meter->fields()) {
-        const auto& fields = limits.fields();
-        const auto field = std::find_if(fields.begin(), fields.end(), [&](const Limits::Field& candidate) {
-            return candidate.full_name == measured.full_name;
-        });
-        if (field == fields.end()) throw std::logic_error("no limit for '" + measured.full_name + "'");
-        fields_.push_back({.field = field->full_name,
-                           .columns = fewest_kept(*field),
-                           .unwanted = field->origin == Limits::Origin::SKIPPED});
+        const Limits::Field& field = limits.field(measured.full_name);
+        fields_.push_back({.field = field.full_name,
+                           .columns = fewest_kept(field),
+                           .unwanted = field.origin == Limits::Origin::SKIPPED});
     }
     meters_.give(std::move(meter));
 }

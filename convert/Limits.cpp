@@ -181,8 +181,9 @@ void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
                 winner = rule;
                 field.limit = rule->limit;
                 field.origin = Origin::GIVEN;
+                field.given = rule->given;
             } else {
-                field.element_rules.push_back({pattern, rule->limit});
+                field.element_rules.push_back({pattern, rule->limit, rule->given});
             }
         }
     }
@@ -205,10 +206,10 @@ std::uint64_t Limits::elements_at(const Place& place) const {
     if (place.type.kind() == TypeKind::ARRAY_TYPE)
         return core::xtypes::ArrayTypeImpl(place.type).total_element_count();
     if (!is_unbounded(place.type)) return SequenceTypeImpl(place.type).bounds();
-    const Field& field = fields_[indices_.at(place.full_name)];
-    for (const ElementRule& rule : field.element_rules)
+    const Field& sequence = field(place.full_name);
+    for (const ElementRule& rule : sequence.element_rules)
         if (!place.alike && matches(rule.pattern, place.own_name)) return rule.limit;
-    return field.limit;
+    return sequence.limit;
 }
 
 /// Leaf columns at or below `place`; `visit` sees every unbounded sequence on the way with its own name.

@@ -63,12 +63,14 @@ public:
     struct ElementRule {
         std::string pattern;  ///< "markers\\[3\\].points"
         std::uint32_t limit;
+        std::string given;  ///< as the user wrote it
     };
     struct Field {
         std::string full_name;  ///< "markers[*].points"
         bool blob = false;      ///< a sequence of octets or uint8
         std::uint32_t limit = PLAIN_LIMIT;
         Origin origin = Origin::PLAIN;
+        std::string given = {};                       ///< the rule that gave the limit, as the user wrote it
         std::vector<ElementRule> element_rules = {};  ///< the first that matches wins over `limit`
     };
 
@@ -78,6 +80,9 @@ public:
     explicit Limits(const core::xtypes::DynamicTypeImpl& type);
 
     const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
+
+    /// The field called `full_name`, which is there.
+    const Field& field(const std::string& full_name) const { return fields_[indices_.at(full_name)]; }
 
     /// Sets the fields that are in `lengths`.
     void set(const Lengths& lengths, Origin origin);

@@ -34,9 +34,10 @@ std::string size_text(std::uint64_t bytes) {
 }
 
 void print_table(std::ostream& out, const RecordingReport& recording) {
-    std::size_t width = 5;
+    std::size_t width = 0;
     for (const TopicReport& topic : recording.topics)
-        if (!topic.file.empty()) width = std::max(width, topic.topic.size());
+        if (!topic.file.empty()) width = std::max({width, topic.topic.size(), std::size_t{5}});
+    if (width == 0) return;
     const auto name = [&](const std::string& text) -> std::ostream& {
         return out << "  " << std::left << std::setw(static_cast<int>(width)) << text << std::right;
     };

@@ -1,5 +1,9 @@
 #include "convert/limits_file.hpp"
 
+#include <cerrno>
+#include <fstream>
+#include <system_error>
+
 #include <yaml-cpp/yaml.h>
 
 #include "platform/error/InputError.hpp"
@@ -37,8 +41,11 @@ void write_limits(std::ostream& out, const LimitsByTopic& limits) {
 }
 
 void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
+    std::ifstream file(path);
+    if (!file.is_open())
+        throw std::system_error(errno, std::generic_category(), "cannot read '" + path.string() + "'");
     try {
-        const YAML::Node topics = YAML::LoadFile(path.string())["limits"];
+        const YAML::Node topics = YAML::Load(file)["limits"];
         if (!topics) throw InputError(path.string(), 1, "expected the key 'limits'");
         for (const auto& topic : expect_map(topics))
             merge(limits[topic.first.as<std::string>()], lengths_of(topic.second));

@@ -22,7 +22,7 @@ using LimitsByTopic = std::map<std::string, Lengths>;
 void write_limits(std::ostream& out, const LimitsByTopic& limits);
 
 /// Adds the limits of a file; where it has a field that is there already, the longer limit stays.
-/// Throws InputError with the line when it is no such file.
+/// Throws InputError with the line when it is no such file, std::system_error when it cannot be read.
 void read_limits(const std::filesystem::path& path, LimitsByTopic& limits);
 
 }  // namespace zun::convert
