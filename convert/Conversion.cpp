@@ -77,8 +77,7 @@ std::string rule_note(const LimitRule& rule) {
 
 void Conversion::add_types(const input::MessageStream& recording) {
     for (const input::Channel& channel : recording.channels())
-        if (!channel.schema_text.empty())
-            catalog_.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
+        catalog_.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
 }
 
 std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report) {

@@ -86,7 +86,8 @@ void TypeFolder::search() {
 const DefinitionTable& TypeFolder::table_of(const fs::path& file, const std::string& type_name) {
     const auto known = tables_.find(file);
     if (known != tables_.end()) return known->second;
-    const std::string encoding = file.extension() == ".idl" ? "omgidl" : "ros2msg";
+    const bool is_idl = file.extension() == ".idl";
+    const std::string encoding = !is_idl ? "ros2msg" : name_by_place(file).empty() ? "omgidl" : "ros2idl";
     DefinitionTable table = read_schema(file.string(), display_name(type_name), encoding, read_file(file));
     return tables_.emplace(file, std::move(table)).first->second;
 }

@@ -97,7 +97,7 @@ void read_sections(std::string_view type_name, std::string_view text, Definition
     for (const Section& section : sections) {
         if (stands_for_idl(section, idl_names)) continue;
         if (is_idl(section.body))
-            read_idl_text(section.body, section.first_line, table);
+            read_idl_text(section.body, section.first_line, core::xtypes::TypeKind::UINT_8_TYPE, table);
         else
             read_message_text(section, table);
     }
@@ -111,7 +111,7 @@ DefinitionTable read_schema(const std::string& source, std::string_view type_nam
     if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
     DefinitionTable table(source);
     if (encoding == "omgidl")
-        read_idl_text(text, 1, table);
+        read_idl_text(text, 1, core::xtypes::TypeKind::CHAR_8_TYPE, table);
     else
         read_sections(type_name, text, table);
     add_derived_types(table);

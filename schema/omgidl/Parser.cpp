@@ -18,13 +18,12 @@ constexpr unsigned deepest_nesting = 100;
 
 const std::map<std::string_view, TypeKind> one_word_primitives = {
     {"boolean", TypeKind::BOOLEAN_TYPE}, {"octet", TypeKind::OCTET_TYPE},
-    {"char", TypeKind::CHAR_8_TYPE},     {"wchar", TypeKind::CHAR_16_TYPE},
-    {"short", TypeKind::INT_16_TYPE},    {"float", TypeKind::FLOAT_32_TYPE},
-    {"double", TypeKind::FLOAT_64_TYPE}, {"int8", TypeKind::INT_8_TYPE},
-    {"uint8", TypeKind::UINT_8_TYPE},    {"int16", TypeKind::INT_16_TYPE},
-    {"uint16", TypeKind::UINT_16_TYPE},  {"int32", TypeKind::INT_32_TYPE},
-    {"uint32", TypeKind::UINT_32_TYPE},  {"int64", TypeKind::INT_64_TYPE},
-    {"uint64", TypeKind::UINT_64_TYPE}};
+    {"wchar", TypeKind::CHAR_16_TYPE},   {"short", TypeKind::INT_16_TYPE},
+    {"float", TypeKind::FLOAT_32_TYPE},  {"double", TypeKind::FLOAT_64_TYPE},
+    {"int8", TypeKind::INT_8_TYPE},      {"uint8", TypeKind::UINT_8_TYPE},
+    {"int16", TypeKind::INT_16_TYPE},    {"uint16", TypeKind::UINT_16_TYPE},
+    {"int32", TypeKind::INT_32_TYPE},    {"uint32", TypeKind::UINT_32_TYPE},
+    {"int64", TypeKind::INT_64_TYPE},    {"uint64", TypeKind::UINT_64_TYPE}};
 
 /// Those that change a type; of all others only the end is looked for.
 constexpr std::string_view meaningful_annotations[] = {
@@ -91,8 +90,8 @@ private:
     Parser& parser_;
 };
 
-Parser::Parser(std::string_view text, std::uint64_t first_line, DefinitionTable& table)
-    : lexer_(text, first_line), token_(lexer_.next()), table_(table) {}
+Parser::Parser(std::string_view text, std::uint64_t first_line, TypeKind char_kind, DefinitionTable& table)
+    : lexer_(text, first_line), token_(lexer_.next()), char_kind_(char_kind), table_(table) {}
 
 void Parser::read() {
     while (token_.kind != Token::Kind::END) {
@@ -406,6 +405,7 @@ TypeExpression Parser::named_type(Position position) {
 
 std::optional<TypeKind> Parser::primitive() {
     if (accept_keyword("long")) return long_kind(false);
+    if (accept_keyword("char")) return char_kind_;
     if (accept_keyword("unsigned")) {
         if (accept_keyword("short")) return TypeKind::UINT_16_TYPE;
         if (accept_keyword("long")) return long_kind(true);

@@ -18,7 +18,8 @@ namespace zun::schema {
 class Parser {
 public:
     /// `text` and `table` must outlive the parser.
-    Parser(std::string_view text, std::uint64_t first_line, DefinitionTable& table);
+    Parser(std::string_view text, std::uint64_t first_line, core::xtypes::TypeKind char_kind,
+           DefinitionTable& table);
 
     /// Adds what the text defines to the table; a malformed definition becomes a broken one.
     void read();
@@ -94,6 +95,7 @@ private:
 
     Lexer lexer_;
     Token token_;  // the next one to take
+    core::xtypes::TypeKind char_kind_;
     DefinitionTable& table_;
     std::string scope_ = {};    // of the innermost module or structure
     std::string defined_ = {};  // name of the definition being read, once it is known

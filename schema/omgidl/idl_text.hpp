@@ -13,7 +13,9 @@ namespace zun::schema {
 /// Adds what `text` defines to `table`. A malformed definition becomes a broken one, and costs no other.
 ///
 /// `first_line`  of `text`, in the text that errors speak of
-void read_idl_text(std::string_view text, std::uint64_t first_line, DefinitionTable& table);
+/// `char_kind`   what "char" stands for: a character, but a number in the IDL of ROS
+void read_idl_text(std::string_view text, std::uint64_t first_line, core::xtypes::TypeKind char_kind,
+                   DefinitionTable& table);
 
 }  // namespace zun::schema
 

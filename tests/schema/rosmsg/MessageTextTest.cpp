@@ -115,7 +115,7 @@ const SchemaCase service_cases[] = {
      "===\nIDL: p/srv/X\nmodule p { module srv { struct X_Request { octet a; }; struct X_Response { char b; "
      "}; }; };" INFO,
      "final p/srv/X_Event { " INFO_TYPE ", final p/srv/X_Request { octet a }[<=1] request, "
-     "final p/srv/X_Response { char b }[<=1] response }"},
+     "final p/srv/X_Response { uint8 b }[<=1] response }"},
     {"EmptyRequest", "p/srv/X_Request", "===\nSRV: p/X\n---\nint8 b",
      "final p/srv/X_Request { final  { placeholder octet } structure_needs_at_least_one_member }"},
     {"ActionGoalEvent", "p/action/X_SendGoal_Event",
