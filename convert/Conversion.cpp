@@ -87,12 +87,8 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     try {
         auto run = std::make_unique<RecordingRun>(recording, catalog_, settings_, watch_);
         find_patterns_used(run->stream());
-        if (run->topics().empty()) {
-            report.failure =
-                run->stream().channels().empty() ? "it has no topics" : "it has no topic that is wanted";
-            return nullptr;
-        }
-        return run;
+        if (!run->topics().empty() || run->stream().channels().empty()) return run;
+        report.failure = "it has no topic that is wanted";
     } catch (const InputError& problem) {
         report.failure = problem.what();
     } catch (const std::system_error& problem) {

@@ -75,6 +75,7 @@ void OutputFiles::write(std::size_t topic, std::string_view text) {
 }
 
 void OutputFiles::finish() {
+    std::filesystem::create_directories(folder_);  // also where nothing was written
     for (File& file : files_) {
         flush(file);
         close(file);
