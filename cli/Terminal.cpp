@@ -17,8 +17,8 @@ void request_end(int) {
     requested = true;
 }
 
-constexpr std::chrono::milliseconds BETWEEN_LINES{200};
-constexpr double SECONDS_BEFORE_GUESS = 1;  // rates of shorter runs say little
+constexpr std::chrono::milliseconds between_lines{200};
+constexpr double seconds_before_guess = 1;  // rates of shorter runs say little
 
 }  // namespace
 
@@ -53,7 +53,7 @@ void ProgressLine::show(const std::string& activity, std::uint64_t messages, std
         activity_ = activity;
         began_ = now;
     }
-    if (!shows_ || now - last_shown_ < BETWEEN_LINES) return;
+    if (!shows_ || now - last_shown_ < between_lines) return;
     last_shown_ = now;
     shown_ = true;
     const double seconds = std::chrono::duration<double>(now - began_).count();
@@ -66,7 +66,7 @@ std::string progress_text(const std::string& activity, std::uint64_t messages, s
     std::string text = activity;
     if (known) text += ' ' + std::to_string(messages * 100 / total) + " %";
     text += ", " + std::to_string(messages) + " messages";
-    if (seconds < SECONDS_BEFORE_GUESS || messages == 0) return text;
+    if (seconds < seconds_before_guess || messages == 0) return text;
     const double rate = static_cast<double>(messages) / seconds;
     text += ", " + std::to_string(static_cast<std::uint64_t>(rate)) + "/s";
     if (known)

@@ -8,15 +8,15 @@ namespace zun::cli {
 
 namespace {
 
-constexpr std::size_t NAME_WIDTH = 32;
-constexpr std::size_t TEXT_WIDTH = 68;
+constexpr std::size_t name_width = 32;
+constexpr std::size_t text_width = 68;
 
 std::string wrapped(const std::string& text) {
     std::istringstream words(text);
     std::string result;
     std::size_t width = 0;
     for (std::string word; words >> word; width += word.size()) {
-        const bool fits = width + 1 + word.size() <= TEXT_WIDTH;
+        const bool fits = width + 1 + word.size() <= text_width;
         if (!result.empty()) result += fits ? ' ' : '\n';
         width = fits ? width + 1 : 0;
         result += word;
@@ -27,7 +27,7 @@ std::string wrapped(const std::string& text) {
 /// Options with the names of their values alone on the left, wrapped text and the default on the right.
 class HelpFormatter : public CLI::Formatter {
 public:
-    HelpFormatter() { column_width(NAME_WIDTH); }
+    HelpFormatter() { column_width(name_width); }
 
     std::string make_option_opts(const CLI::Option* option) const override {
         return option->get_positional() || option->get_type_size() == 0 ? "" : ' ' + option->get_type_name();

@@ -17,11 +17,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t FIRST_BYTES = 16;
+constexpr std::size_t first_byte_count = 16;
 
 std::vector<std::byte> first_bytes(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
-    std::array<char, FIRST_BYTES> bytes{};
+    std::array<char, first_byte_count> bytes{};
     file.read(bytes.data(), bytes.size());
     if (file.bad() || !file.is_open())
         throw std::system_error(errno, std::generic_category(), "cannot read '" + path.string() + "'");
@@ -108,6 +108,7 @@ std::vector<convert::Recording> find_recordings(const std::vector<std::string>& 
     const std::vector<Found> all = find_all(paths);
     const bool single = all.size() == 1 && all.front().path == fs::path(paths.front());
     std::vector<convert::FileSubject> subjects;
+    subjects.reserve(all.size());
     for (const Found& found : all)
         subjects.push_back({found.name});
     const std::vector<std::string> names = convert::file_names(subjects);

@@ -11,10 +11,11 @@ namespace zun::convert {
 namespace {
 
 /// A blob of fewer columns is no nuisance.
-constexpr std::uint32_t WIDE_BLOB = 100;
+constexpr std::uint32_t wide_blob = 100;
 
 std::vector<std::string> file_list(const std::vector<Topic>& topics) {
     std::vector<std::string> files;
+    files.reserve(topics.size());
     for (const Topic& topic : topics)
         files.push_back(topic.file);
     return files;
@@ -39,7 +40,7 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
         report.hints.push_back("the topic has a second type, " + topic.type_name + ", whose file is " +
                                topic.file);
     for (const Limits::Field& field : limits.fields())
-        if (field.blob && field.limit >= WIDE_BLOB && field.limit > columns / 2)
+        if (field.blob && field.limit >= wide_blob && field.limit > columns / 2)
             report.hints.push_back(quoted(field.full_name) + " holds bytes and takes " +
                                    std::to_string(field.limit) + " of " + std::to_string(columns) +
                                    " columns; --blobs skip leaves them out");

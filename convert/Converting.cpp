@@ -8,9 +8,9 @@ namespace zun::convert {
 
 namespace {
 
-constexpr std::size_t REASONS_KEPT = 3;
-constexpr std::size_t PROBLEMS_KEPT = 20;
-constexpr std::size_t MOST_PADDING = 3;
+constexpr std::size_t reasons_kept = 3;
+constexpr std::size_t problems_kept = 20;
+constexpr std::size_t most_padding = 3;
 
 /// The fewest elements that a field keeps anywhere.
 std::uint32_t fewest_kept(const Limits::Field& field) {
@@ -83,7 +83,7 @@ public:
         try {
             const std::size_t left_over = converter_->append_row(text_, message);
             ++rows_;
-            if (left_over > MOST_PADDING) ++left_over_;
+            if (left_over > most_padding) ++left_over_;
         } catch (const InputError& problem) {
             if (work_.settings_.strict) throw;
             refuse(message, problem);
@@ -103,7 +103,7 @@ public:
         report.rows += rows_;
         report.unreadable += unreadable_;
         report.left_over += left_over_;
-        for (std::size_t i = 0; i < reasons_.size() && report.reasons.size() < REASONS_KEPT; ++i)
+        for (std::size_t i = 0; i < reasons_.size() && report.reasons.size() < reasons_kept; ++i)
             report.reasons.push_back(reasons_[i]);
         add_cuts(report.cuts, cuts_);
     }
@@ -111,7 +111,7 @@ public:
 private:
     void refuse(const input::Message& message, const InputError& problem) {
         ++unreadable_;
-        if (reasons_.size() >= REASONS_KEPT) return;
+        if (reasons_.size() >= reasons_kept) return;
         std::string reason = "at ";
         append_time(reason, message.log_time, work_.settings_.time_format);
         reasons_.push_back(reason + ": " + problem.what());
@@ -201,7 +201,7 @@ void add_problem(RecordingReport& report, const input::Problem& problem, bool st
     if (strict) throw InputError(problem.source, problem.position, problem.text);
     ++report.problem_count;
     report.messages_lost += problem.messages_lost;
-    if (report.problems.size() < PROBLEMS_KEPT) report.problems.push_back(problem);
+    if (report.problems.size() < problems_kept) report.problems.push_back(problem);
 }
 
 }  // namespace zun::convert

@@ -62,7 +62,7 @@ std::string ranked_pattern(const std::string& full_name, std::size_t rank) {
 }
 
 /// Rules that name elements do not reach into larger collections.
-constexpr std::uint64_t MOST_ELEMENTS_APART = 1'000'000;
+constexpr std::uint64_t most_elements_apart = 1'000'000;
 
 std::uint64_t product(std::uint64_t a, std::uint64_t b) {
     return a != 0 && b > UINT64_MAX / a ? UINT64_MAX : a * b;
@@ -130,7 +130,7 @@ private:
         const core::xtypes::ArrayTypeImpl array(type);
         std::string indices;
         for (std::uint32_t i = array.dimension_count(); i-- > 0; index /= array.dimension(i))
-            indices = '[' + std::to_string(index % array.dimension(i)) + ']' + indices;
+            indices.insert(0, '[' + std::to_string(index % array.dimension(i)) + ']');
         return indices;
     }
 };
@@ -167,26 +167,30 @@ void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
     std::stable_sort(order.begin(), order.end(),
                      [](const LimitRule* a, const LimitRule* b) { return a->expression < b->expression; });
     for (Field& field : fields_) {
-        const LimitRule* winner = nullptr;
+        const LimitRule* winner = nullptr;  // of all elements of the field
         for (LimitRule* const rule : order) {
             if (!matches(any_index(rule->expression), field.full_name)) continue;
             rule->matched = true;
-            if (winner != nullptr) {
+            if (winner != nullptr)
                 rule->lost_to = winner->given;
-                continue;
-            }
-            rule->won = true;
-            const std::string pattern = escaped_indices(rule->expression);
-            if (matches(pattern, field.full_name)) {
+            else if (give(field, *rule))
                 winner = rule;
-                field.limit = rule->limit;
-                field.origin = Origin::GIVEN;
-                field.given = rule->given;
-            } else {
-                field.element_rules.push_back({pattern, rule->limit, rule->given});
-            }
         }
     }
+}
+
+/// Sets the limit of all elements of a field, true then, or of those that the rule names.
+bool Limits::give(Field& field, LimitRule& rule) {
+    rule.won = true;
+    const std::string pattern = escaped_indices(rule.expression);
+    if (!matches(pattern, field.full_name)) {
+        field.element_rules.push_back({pattern, rule.limit, rule.given});
+        return false;
+    }
+    field.limit = rule.limit;
+    field.origin = Origin::GIVEN;
+    field.given = rule.given;
+    return true;
 }
 
 void Limits::hold(std::uint64_t most) {
@@ -195,8 +199,8 @@ void Limits::hold(std::uint64_t most) {
         const auto longest =
             std::max_element(fields_.begin(), fields_.end(),
                              [&](const Field& a, const Field& b) { return length(a) < length(b); });
-        if (longest == fields_.end() || length(*longest) <= PLAIN_LIMIT) return;
-        longest->limit = PLAIN_LIMIT;
+        if (longest == fields_.end() || length(*longest) <= plain_limit) return;
+        longest->limit = plain_limit;
         longest->origin = Origin::HELD;
     }
 }
@@ -230,7 +234,7 @@ std::uint64_t Limits::collection_columns_at(const Place& place, const SequenceVi
     if (is_unbounded(place.type)) visit(place.own_name, static_cast<std::uint32_t>(elements));
     const std::uint64_t length_columns = place.type.kind() == TypeKind::SEQUENCE_TYPE ? 1 : 0;
     const Place any = place.element(0, true);
-    bool alike = place.alike || elements > MOST_ELEMENTS_APART;
+    bool alike = place.alike || elements > most_elements_apart;
     if (!alike) {
         alike = true;
         for_each_unbounded(any.type, "", [&](const std::string&, const DynamicTypeImpl&) { alike = false; });

@@ -25,7 +25,7 @@
 namespace zun::convert {
 
 /// The format's own limit of a field that no expression matches.
-inline constexpr std::uint32_t PLAIN_LIMIT = 1000;
+inline constexpr std::uint32_t plain_limit = 1000;
 
 /// The longest length of each field, by its full name with "[*]" for indices.
 using Lengths = std::map<std::string, std::uint32_t>;
@@ -68,7 +68,7 @@ public:
     struct Field {
         std::string full_name;  ///< "markers[*].points"
         bool blob = false;      ///< a sequence of octets or uint8
-        std::uint32_t limit = PLAIN_LIMIT;
+        std::uint32_t limit = plain_limit;
         Origin origin = Origin::PLAIN;
         std::string given = {};                       ///< the rule that gave the limit, as the user wrote it
         std::vector<ElementRule> element_rules = {};  ///< the first that matches wins over `limit`
@@ -111,6 +111,7 @@ private:
     struct Place;
     using SequenceVisitor = std::function<void(const std::string& own_name, std::uint32_t limit)>;
 
+    static bool give(Field& field, LimitRule& rule);
     Place root() const;
     std::uint64_t elements_at(const Place& place) const;
     std::uint64_t columns_at(const Place& place, const SequenceVisitor& visit) const;

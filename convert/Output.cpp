@@ -14,8 +14,8 @@ namespace zun::convert {
 
 namespace {
 
-constexpr std::size_t FILE_PENDING_BYTES = 256 * 1024;
-constexpr std::size_t ALL_PENDING_BYTES = 16 * 1024 * 1024;
+constexpr std::size_t file_pending_bytes = std::size_t{256} << 10;
+constexpr std::size_t all_pending_bytes = std::size_t{16} << 20;
 
 [[noreturn]] void fail(const char* action, const std::string& name) {
     throw std::system_error(errno, std::generic_category(), std::string(action) + " '" + name + "'");
@@ -62,14 +62,14 @@ OutputFiles::~OutputFiles() {
 
 void OutputFiles::write(std::size_t topic, std::string_view text) {
     File& file = files_[topic];
-    if (file.pending.size() + text.size() >= FILE_PENDING_BYTES) {
+    if (file.pending.size() + text.size() >= file_pending_bytes) {
         flush(file);
         open(file);
         return write_all(file.descriptor, text, file.path.string());
     }
     file.pending += text;
     pending_bytes_ += text.size();
-    if (pending_bytes_ < ALL_PENDING_BYTES) return;
+    if (pending_bytes_ < all_pending_bytes) return;
     for (File& other : files_)
         flush(other);
 }

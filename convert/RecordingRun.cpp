@@ -12,7 +12,7 @@ namespace zun::convert {
 namespace {
 
 /// Decompressed batches that wait from the first pass for the second.
-constexpr std::size_t KEPT_BATCHES_BYTES = 48 * 1024 * 1024;
+constexpr std::size_t kept_batches_bytes = std::size_t{48} << 20;
 
 bool has_unbounded(const Topic& topic) {
     bool found = false;
@@ -28,7 +28,7 @@ RecordingRun::RecordingRun(const Recording& recording, schema::TypeCatalog& cata
       watch_(watch),
       stream_(recording.open()),
       topics_(topics_of(*stream_, catalog, settings.topics)),
-      batches_(*stream_, selection(), KEPT_BATCHES_BYTES) {}
+      batches_(*stream_, selection(), kept_batches_bytes) {}
 
 input::Selection RecordingRun::selection() const {
     input::Selection selection;

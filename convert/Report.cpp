@@ -9,9 +9,9 @@ namespace zun::convert {
 
 namespace {
 
-constexpr std::uint64_t SPREADSHEET_COLUMNS = 16'384;
-constexpr std::uint64_t SPREADSHEET_ROWS = 1'048'576;
-constexpr std::uint64_t SQLITE_COLUMNS = 2'000;
+constexpr std::uint64_t spreadsheet_columns = 16'384;
+constexpr std::uint64_t spreadsheet_rows = 1'048'576;
+constexpr std::uint64_t sqlite_columns = 2'000;
 
 using Lines = std::vector<std::string>;
 
@@ -93,9 +93,9 @@ void add_reader_hints(Lines& lines, const TopicReport& topic) {
     if (topic.file.empty()) return;
     const std::string start = topic.topic + ": ";
     const std::string size = counted(topic.columns, "column") + " and " + counted(topic.rows, "row");
-    if (topic.columns >= SPREADSHEET_COLUMNS || topic.rows >= SPREADSHEET_ROWS)
+    if (topic.columns >= spreadsheet_columns || topic.rows >= spreadsheet_rows)
         lines.push_back(start + size + " are more than a spreadsheet opens (16384 columns, 1048576 rows)");
-    if (topic.columns >= SQLITE_COLUMNS)
+    if (topic.columns >= sqlite_columns)
         lines.push_back(start + counted(topic.columns, "column") +
                         " are more than an SQLite table has (2000)");
 }

@@ -6,7 +6,7 @@ namespace zun::convert {
 
 namespace {
 
-constexpr std::size_t FIRST_CAPACITY = 4096;
+constexpr std::size_t first_capacity = 4096;
 
 /// The format compares positions with the capacity, and the engine writes into the size: both are the same
 /// here.
@@ -23,7 +23,7 @@ TopicConverter::TopicConverter(const Topic& topic, const tamber::utils::PrintFor
       time_format_(time_format),
       format_(property, *topic.type, header_, buffer_),
       printer_(*topic.type, topic.name, topic.writer) {
-    set_capacity(buffer_, FIRST_CAPACITY);
+    set_capacity(buffer_, first_capacity);
 }
 
 std::size_t TopicConverter::append_row(std::string& rows, const input::Message& message) {

@@ -7,7 +7,8 @@ namespace zun::convert {
 
 namespace {
 
-constexpr std::size_t LONGEST = 200;  // room for "~2", ".csv" and the mark of an unfinished file in 255
+constexpr std::size_t longest_name_bytes =
+    200;  // room for "~2", ".csv" and the mark of an unfinished file in 255
 
 bool is_letter_or_digit(unsigned char byte) {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
@@ -44,7 +45,7 @@ std::string shortened(const std::string& text) {
     std::uint64_t hash = 14695981039346656037U;  // FNV-1a
     for (const char c : text)
         hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
-    std::size_t size = LONGEST - 17;
+    std::size_t size = longest_name_bytes - 17;
     while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80)
         --size;
     std::string result = text.substr(0, size) + '~';
@@ -86,7 +87,7 @@ std::vector<std::string> file_names(const std::vector<FileSubject>& subjects) {
     for (const FileSubject& subject : subjects) {
         std::string whole = file_name(subject.name);
         if (!subject.qualifier.empty()) whole += '~' + file_name(subject.qualifier);
-        const std::string first = whole.size() > LONGEST ? shortened(whole) : whole;
+        const std::string first = whole.size() > longest_name_bytes ? shortened(whole) : whole;
         std::string result = first;
         for (int n = 2; !taken.insert(lower_case(result)).second; ++n)
             result = first + '~' + std::to_string(n);

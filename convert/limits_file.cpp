@@ -50,7 +50,7 @@ void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
         for (const auto& topic : expect_map(topics))
             merge(limits[topic.first.as<std::string>()], lengths_of(topic.second));
     } catch (const YAML::Exception& problem) {
-        const auto line = static_cast<std::uint64_t>(problem.mark.line + 1);
+        const auto line = static_cast<std::uint64_t>(problem.mark.line) + 1;
         throw InputError(path.string(), line, problem.msg);
     }
 }

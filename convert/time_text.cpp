@@ -13,8 +13,8 @@ using input::Time;
 
 namespace {
 
-constexpr std::uint32_t NANOSECONDS_PER_SECOND = 1'000'000'000;
-constexpr int FRACTION_DIGITS = 9;
+constexpr std::uint32_t nanoseconds_per_second = 1'000'000'000;
+constexpr int fraction_digits = 9;
 
 void append_number(std::string& text, std::uint64_t number, std::size_t digits = 1) {
     std::array<char, 20> buffer{};
@@ -28,17 +28,17 @@ void append_number(std::string& text, std::uint64_t number, std::size_t digits =
 Time magnitude(Time time) {
     if (time.seconds >= 0) return time;
     if (time.nanoseconds == 0) return {-time.seconds, 0};
-    return {-(time.seconds + 1), NANOSECONDS_PER_SECOND - time.nanoseconds};
+    return {-(time.seconds + 1), nanoseconds_per_second - time.nanoseconds};
 }
 
 void append_count(std::string& text, Time time, bool point) {
     if (time.seconds < 0) text += '-';
     const Time distance = magnitude(time);
     const auto seconds = static_cast<std::uint64_t>(distance.seconds);
-    if (!point) return append_number(text, seconds * NANOSECONDS_PER_SECOND + distance.nanoseconds);
+    if (!point) return append_number(text, seconds * nanoseconds_per_second + distance.nanoseconds);
     append_number(text, seconds);
     text += '.';
-    append_number(text, distance.nanoseconds, FRACTION_DIGITS);
+    append_number(text, distance.nanoseconds, fraction_digits);
 }
 
 void append_rfc3339(std::string& text, Time time) {
@@ -59,7 +59,7 @@ void append_rfc3339(std::string& text, Time time) {
     text += ':';
     append_number(text, static_cast<std::uint64_t>(clock.seconds().count()), 2);
     text += '.';
-    append_number(text, time.nanoseconds, FRACTION_DIGITS);
+    append_number(text, time.nanoseconds, fraction_digits);
     text += 'Z';
 }
 
@@ -91,10 +91,10 @@ public:
     std::optional<std::uint32_t> fraction() {
         if (!take('.')) return 0;
         const std::size_t before = rest_.size();
-        const auto digits = number(1, FRACTION_DIGITS);
+        const auto digits = number(1, fraction_digits);
         if (!digits) return std::nullopt;
         std::uint64_t value = *digits;
-        for (std::size_t i = before - rest_.size(); i < FRACTION_DIGITS; ++i)
+        for (std::size_t i = before - rest_.size(); i < fraction_digits; ++i)
             value *= 10;
         return static_cast<std::uint32_t>(value);
     }
@@ -105,38 +105,38 @@ private:
 
 Time negated(Time time) {
     if (time.nanoseconds == 0) return {-time.seconds, 0};
-    return {-time.seconds - 1, NANOSECONDS_PER_SECOND - time.nanoseconds};
+    return {-time.seconds - 1, nanoseconds_per_second - time.nanoseconds};
 }
 
 Time sum(Time a, Time b) {
     const std::uint32_t nanoseconds = a.nanoseconds + b.nanoseconds;  // below 2^31
-    return {a.seconds + b.seconds + (nanoseconds >= NANOSECONDS_PER_SECOND ? 1 : 0),
-            nanoseconds % NANOSECONDS_PER_SECOND};
+    return {a.seconds + b.seconds + (nanoseconds >= nanoseconds_per_second ? 1 : 0),
+            nanoseconds % nanoseconds_per_second};
 }
 
 struct Unit {
     std::string_view name;
     std::uint64_t nanoseconds;
 };
-constexpr Unit UNITS[] = {{"ns", 1},
-                          {"us", 1'000},
-                          {"ms", 1'000'000},
-                          {"s", 1'000'000'000},
-                          {"m", 60'000'000'000},
-                          {"h", 3'600'000'000'000}};
+constexpr Unit time_units[] = {{"ns", 1},
+                               {"us", 1'000},
+                               {"ms", 1'000'000},
+                               {"s", 1'000'000'000},
+                               {"m", 60'000'000'000},
+                               {"h", 3'600'000'000'000}};
 
 /// Parts below a nanosecond are dropped.
 std::uint64_t fraction_of(Unit unit, std::uint64_t billionths) {
-    if (unit.nanoseconds < NANOSECONDS_PER_SECOND)
-        return billionths * unit.nanoseconds / NANOSECONDS_PER_SECOND;
-    return billionths * (unit.nanoseconds / NANOSECONDS_PER_SECOND);
+    if (unit.nanoseconds < nanoseconds_per_second)
+        return billionths * unit.nanoseconds / nanoseconds_per_second;
+    return billionths * (unit.nanoseconds / nanoseconds_per_second);
 }
 
 std::optional<Time> parse_distance(Scanner scan) {
     const auto whole = scan.number(1, 18);
     const auto billionths = scan.fraction();
     if (!whole || !billionths) return std::nullopt;
-    for (const Unit unit : UNITS) {
+    for (const Unit unit : time_units) {
         if (scan.rest() != unit.name) continue;
         if (*whole > UINT64_MAX / 2 / unit.nanoseconds) return std::nullopt;
         return Time::from_nanoseconds(*whole * unit.nanoseconds + fraction_of(unit, *billionths));
