@@ -145,7 +145,7 @@ void add_limits(CLI::App& command, Request& request) {
     add_choice(
         command, "--blobs",
         {{"columns", [&] { settings.skip_blobs = false; }}, {"skip", [&] { settings.skip_blobs = true; }}},
-        "unbounded sequences of bytes: a column for each byte, or none")
+        "members that are unbounded sequences of bytes: a column for each byte, or none at all")
         ->group(group);
 }
 

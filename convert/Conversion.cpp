@@ -39,6 +39,9 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
     if (topic.other_type)
         report.hints.push_back("the topic has a second type, " + topic.type_name + ", whose file is " +
                                topic.file);
+    if (topic.left_out)
+        for (const std::string& name : names_of(*topic.type, *topic.left_out))
+            report.hints.push_back(quoted(name) + " is left out; --blobs columns keeps it");
     for (const Limits::Field& field : limits.fields())
         if (field.blob && field.limit >= wide_blob && field.limit > columns / 2)
             report.hints.push_back(quoted(field.full_name) + " holds bytes and takes " +
@@ -49,7 +52,7 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
 /// What would keep all elements of a cut field. A rule of the user's may come before any that could be added.
 std::string keeping_option(const TopicReport& report, const Limits& limits, const CutField& cut,
                            std::uint64_t most) {
-    const Limits::Field& field = limits.field(cut.field);
+    const Limits::Field& field = *limits.find(cut.field);
     if (!field.element_rules.empty())
         return "leaving out --limit " + quoted(field.element_rules.front().given);
     if (!field.given.empty()) return "leaving out --limit " + quoted(field.given);
@@ -65,7 +68,7 @@ std::string keeping_option(const TopicReport& report, const Limits& limits, cons
 void settle_cuts(TopicReport& report, const Limits& limits, std::uint64_t most) {
     std::erase_if(report.cuts, [](const CutField& cut) { return cut.rows == 0; });
     for (CutField& cut : report.cuts)
-        cut.option = cut.unwanted ? "--blobs columns" : keeping_option(report, limits, cut, most);
+        cut.option = keeping_option(report, limits, cut, most);
 }
 
 std::string rule_note(const LimitRule& rule) {
@@ -112,14 +115,13 @@ void Conversion::prepare(Report& report) {
 }
 
 Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
-    Limits limits(*topic.type);
+    Limits limits(*topic.column_type);
     const auto measured = lengths_.find(topic.identity);
     if (measured != lengths_.end()) limits.set(measured->second, Limits::Origin::MEASURED);
     if (settings_.limits) {
         const auto given = settings_.limits->find(topic.name);
         if (given != settings_.limits->end()) limits.set(given->second, Limits::Origin::GIVEN);
     }
-    if (settings_.skip_blobs) limits.skip_blobs();
     limits.apply(settings_.rules, topic.name);
     limits.hold(settings_.most_columns);
     const std::uint64_t columns = limits.columns();

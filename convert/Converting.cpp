@@ -47,10 +47,9 @@ TopicWork::TopicWork(const Topic& topic, const Settings& settings, const Limits&
     if (!may_be_cut(limits, lengths)) return;
     auto meter = take_meter();
     for (const auto& measured : meter->fields()) {
-        const Limits::Field& field = limits.field(measured.full_name);
-        fields_.push_back({.field = field.full_name,
-                           .columns = fewest_kept(field),
-                           .unwanted = field.origin == Limits::Origin::SKIPPED});
+        const Limits::Field* const field = limits.find(measured.full_name);  // null for one left out
+        fields_.push_back(
+            {.field = measured.full_name, .columns = field == nullptr ? UINT32_MAX : fewest_kept(*field)});
     }
     meters_.give(std::move(meter));
 }
@@ -81,7 +80,7 @@ public:
 
     void add(const input::Message& message) {
         try {
-            const std::size_t left_over = converter_->append_row(text_, message);
+            const std::size_t left_over = converter_->append_row(message);
             ++rows_;
             if (left_over > most_padding) ++left_over_;
         } catch (const InputError& problem) {

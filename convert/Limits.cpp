@@ -152,12 +152,9 @@ void Limits::set(const Lengths& lengths, Origin origin) {
     }
 }
 
-void Limits::skip_blobs() {
-    for (Field& field : fields_) {
-        if (!field.blob) continue;
-        field.limit = 0;
-        field.origin = Origin::SKIPPED;
-    }
+const Limits::Field* Limits::find(const std::string& full_name) const {
+    const auto index = indices_.find(full_name);
+    return index == indices_.end() ? nullptr : &fields_[index->second];
 }
 
 void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
@@ -210,7 +207,7 @@ std::uint64_t Limits::elements_at(const Place& place) const {
     if (place.type.kind() == TypeKind::ARRAY_TYPE)
         return core::xtypes::ArrayTypeImpl(place.type).total_element_count();
     if (!is_unbounded(place.type)) return SequenceTypeImpl(place.type).bounds();
-    const Field& sequence = field(place.full_name);
+    const Field& sequence = *find(place.full_name);
     for (const ElementRule& rule : sequence.element_rules)
         if (!place.alike && matches(rule.pattern, place.own_name)) return rule.limit;
     return sequence.limit;

@@ -57,7 +57,6 @@ public:
         MEASURED,  ///< the longest length of the data
         HELD,      ///< less than that, so that the topic fits
         GIVEN,     ///< by a rule or a limits file
-        SKIPPED,   ///< a blob that nobody wants
     };
     /// A rule that names elements by their number.
     struct ElementRule {
@@ -81,13 +80,11 @@ public:
 
     const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
 
-    /// The field called `full_name`, which is there.
-    const Field& field(const std::string& full_name) const { return fields_[indices_.at(full_name)]; }
+    /// The field called `full_name`; null when there is none.
+    const Field* find(const std::string& full_name) const;
 
     /// Sets the fields that are in `lengths`.
     void set(const Lengths& lengths, Origin origin);
-    /// Leaves no element column to blobs.
-    void skip_blobs();
     /// Sets the fields that the rules of `topic` match, and marks in the rules what they did.
     void apply(std::vector<LimitRule>& rules, const std::string& topic);
     /// Holds measured fields to the plain limit, longest first, until there are at most `most` columns.

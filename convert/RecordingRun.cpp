@@ -16,7 +16,8 @@ constexpr std::size_t kept_batches_bytes = std::size_t{48} << 20;
 
 bool has_unbounded(const Topic& topic) {
     bool found = false;
-    if (topic.type) for_each_unbounded(*topic.type, "", [&](const auto&, const auto&) { found = true; });
+    if (topic.type)
+        for_each_unbounded(*topic.column_type, "", [&](const auto&, const auto&) { found = true; });
     return found;
 }
 
@@ -28,7 +29,11 @@ RecordingRun::RecordingRun(const Recording& recording, schema::TypeCatalog& cata
       watch_(watch),
       stream_(recording.open()),
       topics_(topics_of(*stream_, catalog, settings.topics)),
-      batches_(*stream_, selection(), kept_batches_bytes) {}
+      batches_(*stream_, selection(), kept_batches_bytes) {
+    if (!settings.skip_blobs) return;
+    for (Topic& topic : topics_)
+        if (topic.type) leave_out_blobs(topic);
+}
 
 input::Selection RecordingRun::selection() const {
     input::Selection selection;

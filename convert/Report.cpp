@@ -65,7 +65,7 @@ void add_losses(Lines& lines, const TopicReport& topic) {
     for (const std::string& reason : topic.reasons)
         lines.push_back("  " + reason);
     for (const CutField& cut : topic.cuts)
-        if (!cut.unwanted) lines.push_back(start + cut_sentence(cut));
+        lines.push_back(start + cut_sentence(cut));
 }
 
 /// Damage that ended the recording names its place itself.
@@ -106,9 +106,6 @@ Lines hints_of(const RecordingReport& recording, bool for_readers) {
         const std::string start = topic.topic + ": ";
         for (const std::string& hint : topic.hints)
             lines.push_back(start + hint);
-        for (const CutField& cut : topic.cuts)
-            if (cut.unwanted)
-                lines.push_back(start + '\'' + cut.field + "' is left out; " + cut.option + " keeps it");
         if (topic.left_over > 0)
             lines.push_back(
                 start + counted(topic.left_over, "message") + (topic.left_over == 1 ? " goes" : " go") +
@@ -147,8 +144,7 @@ bool Report::lost_anything() const {
 bool Report::cut_anything() const {
     for (const RecordingReport& recording : recordings)
         for (const TopicReport& topic : recording.topics)
-            for (const CutField& cut : topic.cuts)
-                if (!cut.unwanted) return true;
+            if (!topic.cuts.empty()) return true;
     return false;
 }
 

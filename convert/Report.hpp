@@ -18,7 +18,6 @@ struct CutField {
     std::uint32_t columns = 0;  ///< elements that have columns
     std::uint32_t longest = 0;  ///< elements of the longest sequence seen
     std::uint64_t rows = 0;     ///< rows with more elements than columns
-    bool unwanted = false;      ///< left out on purpose
     std::string option = {};    ///< what would keep all of it
 };
 

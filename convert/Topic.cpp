@@ -49,6 +49,7 @@ void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalo
         const auto type = catalog.type_of(channel.type_name, channel.schema_encoding, channel.schema_text);
         const printing::SamplePrinter decodable(type, topic.name, topic.writer);  // throws when it is not
         topic.type = type;
+        topic.column_type = type;
     } catch (const schema::UnknownType& problem) {
         topic.refusal = problem.what();
         topic.refusal +=
@@ -87,6 +88,11 @@ std::string exact_pattern(const std::string& topic) {
         pattern +=
             std::string("*?[\\").find(c) == std::string::npos ? std::string(1, c) : std::string{'\\', c};
     return pattern;
+}
+
+void leave_out_blobs(Topic& topic) {
+    topic.left_out = blobs_of(*topic.type);
+    if (topic.left_out) topic.column_type = remaining_type(*topic.type, *topic.left_out);
 }
 
 std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,

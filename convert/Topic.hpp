@@ -7,10 +7,12 @@
 #define ZUN_CONVERT_TOPIC_HPP
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "convert/LeftOut.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
 #include "platform/xtypes/DynamicType.hpp"
@@ -37,10 +39,15 @@ struct Topic {
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
     std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
-    std::string refusal = {};                                ///< why it is refused
-    std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
+    std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
+    std::optional<core::xtypes::DynamicTypeImpl> column_type = {};  ///< the type without those
+    std::string refusal = {};                                       ///< why it is refused
+    std::string file = {};                                          ///< "a.b.csv"; empty for a refused topic
     bool other_type = false;  ///< an earlier entry has this topic with another type
 };
+
+/// Leaves out the unbounded sequences of bytes of a topic that has a type.
+void leave_out_blobs(Topic& topic);
 
 /// The topics of `stream` that `filter` accepts, in the order of their first channels.
 std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,

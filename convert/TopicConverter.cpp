@@ -7,6 +7,7 @@ namespace zun::convert {
 namespace {
 
 constexpr std::size_t first_capacity = 4096;
+constexpr std::size_t most_kept_bytes = 2 * 1024 * 1024;  // between batches
 
 /// The format compares positions with the capacity, and the engine writes into the size: both are the same
 /// here.
@@ -21,34 +22,45 @@ TopicConverter::TopicConverter(const Topic& topic, const tamber::utils::PrintFor
                                TimeFormat time_format)
     : topic_(topic.name),
       time_format_(time_format),
-      format_(property, *topic.type, header_, buffer_),
+      format_(property, *topic.column_type, header_, buffer_),
       printer_(*topic.type, topic.name, topic.writer) {
     set_capacity(buffer_, first_capacity);
+    if (topic.left_out) filter_.emplace(*topic.left_out, *format_.native());
 }
 
-std::size_t TopicConverter::append_row(std::string& rows, const input::Message& message) {
-    const std::size_t left_over = print(message);
-    append_time(rows, message.log_time, time_format_);
-    if (format_.property().include_source_timestamp()) {
-        rows += ',';
-        append_time(rows, message.publish_time, time_format_);
-    }
-    rows.append(context_.text, context_.length);
-    rows += '\n';
-    return left_over;
-}
-
-/// Prints into the buffer, again after enlarging it when the row did not fit.
-std::size_t TopicConverter::print(const input::Message& message) {
+std::size_t TopicConverter::append_row(const input::Message& message) {
+    append_times(message);
     for (;;) {
-        context_ = {.text = buffer_.data(), .capacity = static_cast<std::uint32_t>(buffer_.size())};
-        const std::size_t left_over = printer_.print(*format_.native(), context_, message.data);
-        const std::size_t wanted = context_.length + std::size_t{context_.length} / 2;
-        if (context_.failed != 0 || wanted > UINT32_MAX)
+        // The context counts from the start of the buffer, as the format does.
+        ZUNXMLSaveContext context{
+            .text = buffer_.data(), .length = size_, .capacity = static_cast<std::uint32_t>(buffer_.size())};
+        ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
+        const std::size_t left_over = printer_.print(*format_.native(), context, message.data);
+        ZUNXMLSaveContext_appendString(&context, "\n");
+        const std::size_t wanted = context.length + std::size_t{context.length} / 2;
+        if (context.failed != 0 || wanted > UINT32_MAX)
             throw InputError(topic_, 0, "the row of this sample is longer than a row can be");
-        if (context_.length <= context_.capacity) return left_over;
+        if (context.length <= context.capacity) {
+            size_ = context.length;
+            return left_over;
+        }
         set_capacity(buffer_, wanted);
     }
+}
+
+void TopicConverter::append_times(const input::Message& message) {
+    times_.clear();
+    append_time(times_, message.log_time, time_format_);
+    if (!format_.property().include_source_timestamp()) return;
+    times_ += ',';
+    append_time(times_, message.publish_time, time_format_);
+}
+
+void TopicConverter::clear() {
+    size_ = 0;
+    if (buffer_.size() <= most_kept_bytes) return;
+    buffer_ = {};
+    set_capacity(buffer_, first_capacity);
 }
 
 }  // namespace zun::convert

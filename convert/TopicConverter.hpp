@@ -1,14 +1,18 @@
 // TopicConverter: the rows of one topic.
 //
-// In: a message. Out: its row: time, one cell a column, line end. For one thread at a time.
+// In: messages. Out: their rows, one behind the other: time, one cell a column, line end. The rows are made where
+// they stay until they are written. For one thread at a time.
 
 #ifndef ZUN_CONVERT_TOPIC_CONVERTER_HPP
 #define ZUN_CONVERT_TOPIC_CONVERTER_HPP
 
+#include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "convert/LeftOut.hpp"
 #include "convert/Topic.hpp"
 #include "convert/time_text.hpp"
 #include "format/PrintFormatCsv.hpp"
@@ -19,28 +23,34 @@ namespace zun::convert {
 
 class TopicConverter {
 public:
-    /// `property`  must outlive the converter
+    /// Both must outlive the converter.
     TopicConverter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
                    TimeFormat time_format);
 
     std::string header() const { return header_.str(); }  ///< with line end
 
-    /// Appends the row of `message` to `rows`, or leaves them as they are.
+    /// Appends the row of `message` to the rows, or leaves them as they are.
     ///
     /// Returns  the number of bytes after the sample; up to 3 are padding
     /// Throws   InputError when the message is no sample of the topic's type
-    std::size_t append_row(std::string& rows, const input::Message& message);
+    std::size_t append_row(const input::Message& message);
+
+    /// The rows since the last clear(), good until the next call.
+    std::string_view rows() const { return {buffer_.data(), size_}; }
+    void clear();
 
 private:
-    std::size_t print(const input::Message& message);
+    void append_times(const input::Message& message);
 
     std::string topic_;
     TimeFormat time_format_;
     std::ostringstream header_;
-    std::vector<char> buffer_;
+    std::string times_;         // of one row
+    std::vector<char> buffer_;  // the rows, and room for more
+    std::uint32_t size_ = 0;    // of the rows
     tamber::utils::PrintFormatCsv format_;
+    std::optional<LeftOutFilter> filter_;  // between the two
     printing::SamplePrinter printer_;
-    ZUNXMLSaveContext context_;
 };
 
 }  // namespace zun::convert

@@ -77,7 +77,7 @@ void print_columns(std::ostream& out, const Topic& topic, const Limits& limits) 
     limits.add_to(property);
     std::ostringstream header;
     std::vector<char> buffer;
-    const tamber::utils::PrintFormatCsv format(property, *topic.type, header, buffer);
+    const tamber::utils::PrintFormatCsv format(property, *topic.column_type, header, buffer);
     print_leaves(out, format.root_column());
 }
 

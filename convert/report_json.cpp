@@ -87,7 +87,6 @@ void write_cut(JsonWriter& json, const CutField& cut) {
         json.key("columns").value(std::uint64_t{cut.columns});
         json.key("longest").value(std::uint64_t{cut.longest});
         json.key("rows").value(cut.rows);
-        json.key("wanted").value(!cut.unwanted);
         json.key("option").value(cut.option);
     });
 }

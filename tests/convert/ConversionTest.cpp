@@ -108,6 +108,48 @@ const SettingsCase settings_cases[] = {
      "12000000000,3,\"a,b\",0,0,-,-\n"},
 };
 
+/// Blobs wherever a member can be: optional parts, elements, unions, behind aliases, beside others.
+const char* const full_of_blobs =
+    "typedef sequence<octet> Bytes;\n"
+    "struct Part { Bytes blob; long n; sequence<Bytes> kept; };\n"
+    "union Choice switch (long) { case 1: Bytes blob; case 2: long n; };\n"
+    "struct Only { sequence<uint8> blob; };\n"
+    "struct Full { Bytes first; sequence<Part> parts; Part grid[2]; Choice choice; Only only; long last; "
+    "};\n";
+
+TEST(Conversion, LeavesBlobsOut) {
+    FakeRecording fake;
+    const auto a = fake.add_channel("/a", "Full", full_of_blobs);
+    fake.channels[a].schema_encoding = "omgidl";
+    const char* const part = R"({"blob": [1, 2], "n": 5, "kept": [[7], []]})";
+    const std::string rest =
+        std::string(R"(, "grid": [)") + part + ',' + part + R"(], "only": {"blob": [9]}, "last": 3})";
+    fake.add(
+        a, 1,
+        (std::string(R"({"first": [1], "choice": {"_d": 1, "blob": [4]}, "parts": [)") + part + ']' + rest)
+            .c_str());
+    fake.add(a, 2, (R"({"first": [], "choice": {"_d": 2, "n": 6}, "parts": [])" + rest).c_str());
+    Settings settings;
+    settings.skip_blobs = true;
+    const fs::path folder = fresh_folder();
+    const Report report = convert_all(fake, settings, folder);
+    std::string csv = files_in(folder)["a.csv"];
+    std::erase(csv, ' ');
+    EXPECT_EQ(
+        "timestamp,parts.length,parts[0].n,parts[0].kept.length,parts[0].kept[0].length,parts[0].kept[0][0],"
+        "parts[0].kept[1].length,parts[0].kept[1][0],grid[0].n,grid[0].kept.length,grid[0].kept[0].length,"
+        "grid[0].kept[0][0],grid[0].kept[1].length,grid[0].kept[1][0],grid[1].n,grid[1].kept.length,"
+        "grid[1].kept[0].length,grid[1].kept[0][0],grid[1].kept[1].length,grid[1].kept[1][0],choice._d,"
+        "choice.n,only,last\n"
+        "1,1,5,2,1,7,0,nil,5,2,1,7,0,nil,5,2,1,7,0,nil,1,nil,nil,3\n"
+        "2,0,nil,nil,nil,nil,nil,nil,5,2,1,7,0,nil,5,2,1,7,0,nil,2,6,nil,3\n",
+        csv);
+    EXPECT_EQ(5U, report.recordings[0].topics[0].hints.size());
+    EXPECT_EQ("'parts[*].blob' is left out; --blobs columns keeps it",
+              report.recordings[0].topics[0].hints[1]);
+    EXPECT_FALSE(report.lost_anything());
+}
+
 class WithSettings : public testing::TestWithParam<SettingsCase> {};
 
 TEST_P(WithSettings, WritesTheFile) {
