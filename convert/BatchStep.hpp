@@ -50,13 +50,14 @@ protected:
     Pass& pass() { return pass_; }
     const std::shared_ptr<input::Batch>& batch() const { return source_.batch; }
 
-    /// Calls `use` with the index of the topic and the message, for each message that is wanted.
+    /// Calls `use` with the index of the topic and the message, for each message that is wanted, until it
+    /// returns false. The next call goes on behind that message.
     template <typename Use>
-    void for_each_picked(const Use& use) const {
+    void for_each_picked(const Use& use) {
         const auto messages = source_.batch->messages();
-        for (std::size_t i = 0; i < messages.size(); ++i) {
-            const auto topic = pass_.topic_of(messages[i].channel);
-            if (topic && (picked_.empty() || picked_[i])) use(*topic, messages[i]);
+        for (bool go_on = true; go_on && next_ < messages.size(); ++next_) {
+            const auto topic = pass_.topic_of(messages[next_].channel);
+            if (topic && (picked_.empty() || picked_[next_])) go_on = use(*topic, messages[next_]);
         }
     }
 
@@ -64,6 +65,7 @@ private:
     Pass& pass_;
     SourceBatch source_;
     std::vector<bool> picked_;  // by message; empty for all
+    std::size_t next_ = 0;      // message that for_each_picked() goes on with
 };
 
 }  // namespace zun::convert

@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t reasons_kept = 3;
 constexpr std::size_t problems_kept = 20;
 constexpr std::size_t most_padding = 3;
+constexpr std::size_t most_waiting_bytes = 8 * 1024 * 1024;  // rows of one batch
 
 /// The fewest elements that a field keeps anywhere.
 std::uint32_t fewest_kept(const Limits::Field& field) {
@@ -92,11 +93,12 @@ public:
     }
 
     void release() {
+        converter_->clear();
         work_.converters_.give(std::move(converter_));
         if (meter_) work_.meters_.give(std::move(meter_));
     }
 
-    const std::string& text() const { return text_; }
+    std::string_view text() const { return converter_->rows(); }
 
     void add_to(TopicReport& report) const {
         report.rows += rows_;
@@ -129,7 +131,6 @@ private:
     TopicWork& work_;
     std::unique_ptr<TopicConverter> converter_;
     std::unique_ptr<cdr::LengthMeter> meter_;
-    std::string text_;
     std::uint64_t rows_ = 0;
     std::uint64_t unreadable_ = 0;
     std::uint64_t left_over_ = 0;
@@ -142,22 +143,13 @@ public:
     ConvertStep(Converting& all, Pass& pass, SourceBatch source)
         : BatchStep(pass, std::move(source)), all_(all), place_(all.work_.size()) {}
 
-    void work() override {
-        for_each_picked([&](std::size_t topic, const input::Message& message) {
-            if (place_[topic] == 0) {
-                rows_.emplace_back(topic, *all_.work_[topic]);
-                place_[topic] = rows_.size();
-            }
-            rows_[place_[topic] - 1].second.add(message);
-        });
-        for (auto& [topic, rows] : rows_)
-            rows.release();
-    }
+    void work() override { make_rows(); }
 
     void finish() override {
-        for (const auto& [topic, rows] : rows_) {
-            rows.add_to(all_.report_.topics[topic]);
-            all_.write(topic, rows.text());
+        // Rows beyond those that may wait are made now, when they can be written at once.
+        while (!rows_.empty()) {
+            write_rows();
+            make_rows();
         }
         for (const input::Problem& problem : batch()->problems())
             add_problem(all_.report_, problem, all_.settings_.strict);
@@ -165,6 +157,36 @@ public:
     }
 
 private:
+    /// Makes the next rows, until they fill what may wait.
+    void make_rows() {
+        std::size_t waiting_bytes = 0;
+        for_each_picked([&](std::size_t topic, const input::Message& message) {
+            TopicWork::Rows& rows = rows_of(topic);
+            const std::size_t before = rows.text().size();
+            rows.add(message);
+            waiting_bytes += rows.text().size() - before;
+            return waiting_bytes < most_waiting_bytes;
+        });
+    }
+
+    TopicWork::Rows& rows_of(std::size_t topic) {
+        if (place_[topic] == 0) {
+            rows_.emplace_back(topic, *all_.work_[topic]);
+            place_[topic] = rows_.size();
+        }
+        return rows_[place_[topic] - 1].second;
+    }
+
+    void write_rows() {
+        for (auto& [topic, rows] : rows_) {
+            rows.add_to(all_.report_.topics[topic]);
+            all_.write(topic, rows.text());
+            rows.release();
+            place_[topic] = 0;
+        }
+        rows_.clear();
+    }
+
     Converting& all_;
     std::vector<std::size_t> place_;  // by topic: 1 + place in rows_, 0 for none
     std::deque<std::pair<std::size_t, TopicWork::Rows>> rows_;
@@ -191,7 +213,7 @@ std::unique_ptr<Step> Converting::step(Pass& pass, SourceBatch batch) {
     return std::make_unique<ConvertStep>(*this, pass, std::move(batch));
 }
 
-void Converting::write(std::size_t topic, const std::string& text) {
+void Converting::write(std::size_t topic, std::string_view text) {
     output_.write(topic, text);
     report_.topics[topic].bytes += text.size();
 }

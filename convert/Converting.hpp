@@ -60,7 +60,7 @@ public:
 private:
     class ConvertStep;
 
-    void write(std::size_t topic, const std::string& text);
+    void write(std::size_t topic, std::string_view text);
 
     const Settings& settings_;
     Output& output_;

@@ -18,6 +18,7 @@ public:
             } catch (const InputError&) {
                 // The converting pass meets the message again and reports it.
             }
+            return true;
         });
         for (std::size_t i = 0; i < meters.size(); ++i)
             if (meters[i]) all_.meters_[i].give(std::move(meters[i]));

@@ -1,7 +1,7 @@
 // TopicConverter: the rows of one topic.
 //
-// In: messages. Out: their rows, one behind the other: time, one cell a column, line end. The rows are made where
-// they stay until they are written. For one thread at a time.
+// In: messages. Out: their rows, one behind the other: time, one cell a column, line end. The rows are made
+// where they stay until they are written. For one thread at a time.
 
 #ifndef ZUN_CONVERT_TOPIC_CONVERTER_HPP
 #define ZUN_CONVERT_TOPIC_CONVERTER_HPP

@@ -7,7 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 namespace zun::input::mcap {
 
@@ -63,8 +63,7 @@ std::uint32_t File::crc(std::uint64_t begin, std::uint64_t end) const {
 }
 
 std::uint32_t crc32_of(Bytes bytes, std::uint32_t crc) {
-    return static_cast<std::uint32_t>(
-        ::crc32_z(crc, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+    return ::libdeflate_crc32(crc, bytes.data(), bytes.size());
 }
 
 Bytes FileWindow::at(std::uint64_t offset, std::size_t size) {

@@ -38,7 +38,7 @@ ARROWS = {
 # Header that is neither ours nor the standard library's -> the folders that may include it, besides tests.
 DOORS = {
     r"zstd\.h": "input/mcap input/rosbag2",
-    r"lz4frame\.h|zlib\.h": "input/mcap",
+    r"lz4frame\.h|libdeflate\.h": "input/mcap",
     r"sqlite3\.h": "input/rosbag2",
     r"yaml-cpp/.*": "input/rosbag2 convert",
     r"CLI/.*": "cli",
