@@ -1,33 +1,17 @@
 // NumberTextBench: the text of numbers, beside bare std::to_chars on the same values.
 
 #include <bit>
-#include <charconv>
 #include <cmath>
-#include <functional>
 #include <random>
+#include <type_traits>
 #include <vector>
 
-#include <benchmark/benchmark.h>
-
+#include "benchmarks/printing.hpp"
 #include "platform/printing/NumberText.hpp"
 
 namespace {
 
 constexpr std::size_t VALUES = 20'000;
-
-struct Standard {
-    template <typename Number>
-    static char* write(char* out, Number value) {
-        return std::to_chars(out, out + zun::printing::NUMBER_TEXT_SIZE, value).ptr;
-    }
-};
-
-struct Ours {
-    template <typename Number>
-    static char* write(char* out, Number value) {
-        return zun::printing::write_number(out, value);
-    }
-};
 
 using Random = std::mt19937_64;
 
@@ -64,31 +48,39 @@ Integer below_100(Random& random) {
     return static_cast<Integer>(random() % 100);
 }
 
-template <typename Writer, auto make_value>
-void BM_Text(benchmark::State& state) {
+template <auto make_value>
+auto values() {
     Random random;
-    using Number = std::invoke_result_t<decltype(make_value), Random&>;
-    std::vector<Number> values(VALUES);
-    for (Number& value : values)
+    std::vector<std::invoke_result_t<decltype(make_value), Random&>> made(VALUES);
+    for (auto& value : made)
         value = make_value(random);
-    std::vector<char> row(VALUES * (zun::printing::NUMBER_TEXT_SIZE + 1));
+    return made;
+}
+
+template <auto make_value>
+void BM_Text(benchmark::State& state) {
+    const auto made = values<make_value>();
+    std::vector<char> row(VALUES * (zun::printing::number_text_size + 1));
     for (auto _ : state) {
         char* out = row.data();
-        for (const Number value : values) {
-            out = Writer::write(out, value);
+        for (const auto value : made) {
             *out++ = ',';
+            out = zun::printing::write_number(out, value);
         }
         benchmark::DoNotOptimize(out);
         benchmark::ClobberMemory();
     }
-    state.counters["value"] =
-        benchmark::Counter(static_cast<double>(VALUES) * static_cast<double>(state.iterations()),
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    zun::benchmarks::count(state, VALUES);
 }
 
-#define BENCHMARK_BOTH(make_value)            \
-    BENCHMARK(BM_Text<Standard, make_value>); \
-    BENCHMARK(BM_Text<Ours, make_value>)
+template <auto make_value>
+void BM_TextBare(benchmark::State& state) {
+    zun::benchmarks::print_bare(state, values<make_value>());
+}
+
+#define BENCHMARK_BOTH(make_value)  \
+    BENCHMARK(BM_Text<make_value>); \
+    BENCHMARK(BM_TextBare<make_value>)
 
 BENCHMARK_BOTH(any_bits<double>);
 BENCHMARK_BOTH(measured<double>);

@@ -163,7 +163,7 @@ void BM_EmptyCells(benchmark::State& state) {
 }
 BENCHMARK(BM_EmptyCells);
 
-void BM_EmptyCellsBareMemcpy(benchmark::State& state) {
+void BM_EmptyCellsBare(benchmark::State& state) {
     const std::string row(std::size_t{10'000} * 4, 'n');
     std::vector<char> buffer(ROW_SIZE);
     for (auto _ : state) {
@@ -172,7 +172,7 @@ void BM_EmptyCellsBareMemcpy(benchmark::State& state) {
     }
     count(state, 10'000);
 }
-BENCHMARK(BM_EmptyCellsBareMemcpy);
+BENCHMARK(BM_EmptyCellsBare);
 
 /// 1 MB of octets, of which 1,000 get columns and the others are dropped.
 void BM_DroppedOctets(benchmark::State& state) {

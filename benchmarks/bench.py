@@ -105,17 +105,18 @@ class Target:
         return self.measured <= self.required
 
     def line(self):
-        limits = ["" if limit is None else "<= " + self.unit.format(limit) for limit in (self.required, self.wanted)]
-        wanted = "" if self.wanted is None else "yes" if self.measured <= self.wanted else "no"
-        return [self.what, *limits, self.unit.format(self.measured), "yes" if self.holds() else "NO", wanted]
+        limits = [f"<= {self.unit.format(limit)}" if limit else "" for limit in (self.required, self.wanted)]
+        holds = "NO" if not self.holds() else "as wanted" if self.wanted and self.measured <= self.wanted else "yes"
+        return [self.what, *limits, self.unit.format(self.measured), holds]
 
 
 def target_table(targets):
-    return table(["target", "required", "wanted", "measured", "holds", "wanted holds"], [t.line() for t in targets])
+    return table(["target", "required", "wanted", "measured", "holds"], [target.line() for target in targets])
 
 
 def ns(seconds):
-    return f"{seconds * 1e9:.1f}"
+    """Three digits that count."""
+    return f"{seconds * 1e9:,.{0 if seconds >= 1e-7 else 1 if seconds >= 1e-8 else 2}f}"
 
 
 # ---------------------------------------------------------------- what is measured
@@ -182,46 +183,51 @@ class Bench:
             },
             self.runs,
         )
-        ours = cost["dds2csv, 1 job"]
-        two = cost["dds2csv, 2 jobs"]
+        ours, two = cost["dds2csv, 1 job"], cost["dds2csv, 2 jobs"]
+        plain, own = (cost[f"yardstick, {text}"].cpu for text in ("plain to_chars", "own number text"))
         targets = [
-            Target(f"yardstick, plain to_chars, {compression}", ours.cpu / cost["yardstick, plain to_chars"].cpu, 0.85, 0.70),
-            Target(f"yardstick, own number text, {compression}", ours.cpu / cost["yardstick, own number text"].cpu, 1.5, 1.2),
+            Target(f"yardstick, plain to_chars, {compression}", ours.cpu / plain, 0.85, 0.70),
+            Target(f"yardstick, own number text, {compression}", ours.cpu / own, 1.5, 1.2),
             Target(f"two jobs against one, wall time, {compression}", two.wall / ours.wall, 0.58, 0.53),
             Target(f"peak memory, two jobs, {compression}", two.peak / MIB, 256, 128, "{:.0f} MiB"),
         ]
         cells = self.cells(recording)
-        figures = [[compression, name, f"{c.cpu:.3f}", f"{c.wall:.3f}", ns(c.cpu / cells), f"{c.peak / MIB:.0f}"] for name, c in cost.items()]
+        figures = [
+            [compression, name, f"{c.cpu:.3f}", f"{c.wall:.3f}", ns(c.cpu / cells), f"{c.peak / MIB:.0f}"]
+            for name, c in cost.items()
+        ]
         share = 1 - cost["dds2csv, 1 job, limits given"].cpu / ours.cpu
         figures.append([compression, "share of the fitting pass", f"{share:.0%}", "", "", ""])
         return targets, figures
 
-    def growth_of_info_and_memory(self):
-        """Neither may grow with the recording: the long one against one of a quarter of its length."""
-        quarter, whole = self.recording(self.seconds // 4, "none"), self.recording(self.seconds, "none")
+    def growth_of_memory(self):
+        """Targets of a recording of twice the length: more of it costs no more memory, nor does info read it."""
+        usual, double = self.recording(self.seconds, "none"), self.recording(2 * self.seconds, "none")
         cost = take_turns(
             {
-                "quarter": [self.tool, "info", quarter],
-                "whole": [self.tool, "info", whole],
-                "convert quarter": self.convert(quarter, jobs=2),
-                "convert whole": self.convert(whole, jobs=2),
+                "usual": self.convert(usual, jobs=2),
+                "double": self.convert(double, jobs=2),
+                "info": [self.tool, "info", double],
             },
             self.runs,
         )
+        read = cost["info"].read / double.stat().st_size
         return [
-            Target("dds2csv info, bytes read of the recording's", cost["whole"].read / whole.stat().st_size, 0.02, None, "{:.2%}"),
-            Target("dds2csv info, CPU time, against a quarter of the recording", cost["whole"].cpu / cost["quarter"].cpu, 1.5),
-            Target("peak memory, against a quarter of the recording", cost["convert whole"].peak / cost["convert quarter"].peak, 1.2),
+            Target("peak memory, twice the recording", cost["double"].peak / cost["usual"].peak, 1.1),
+            Target("dds2csv info, read of the recording", read, 0.02, None, "{:.2%}"),
         ]
 
     def parts(self, cells, rows):
         """Targets of single types, of the results of row_bench."""
-        construction, hundredth = rows["Construction/100000"], rows["Construction/1000"]
+        construction = rows["Construction/100000"]
+        linear = cells["Construction/400000"] / cells["Construction/100000"]
+        empty = cells["EmptyCells"] / cells["EmptyCellsBare"]
+        dropped = cells["DroppedOctets"] * 1e9
         return [
             Target("100,000 columns, construction and header", construction, 0.5, None, "{:.3f} s"),
-            Target("the same, a column of 100,000 against one of 400,000", cells["Construction/400000"] / cells["Construction/100000"], 1.3),
-            Target("10,000 empty cells against memcpy", cells["EmptyCells"] / cells["EmptyCellsBareMemcpy"], 5),
-            Target("1 MB of octets cut to 1,000 columns, a dropped one", cells["DroppedOctets"] * 1e9, 5, None, "{:.2f} ns"),
+            Target("400,000 columns, a column, against 100,000", linear, 1.3),
+            Target("10,000 empty cells against memcpy", empty, 5),
+            Target("1 MB of octets cut to 1,000 columns, a dropped one", dropped, 5, None, "{:.2f} ns"),
         ]
 
     def growth(self):
@@ -236,37 +242,47 @@ class Bench:
                 write_recording(path, topics, messages, columns)
             commands[topics, messages, columns] = self.convert(path)
         lines = []
-        for (topics, messages, columns), cost in take_turns(commands, self.runs).items():
-            cells = messages * columns
-            lines.append([f"{topics:,}", f"{messages:,}", f"{columns:,}", f"{cost.cpu:.3f}", ns(cost.cpu / cells), ns(cost.cpu / messages), f"{cost.peak / MIB:.0f}"])
+        for shape, cost in take_turns(commands, self.runs).items():
+            _, messages, columns = shape
+            prices = ns(cost.cpu / (messages * columns)), ns(cost.cpu / messages)
+            lines.append([*map("{:,}".format, shape), f"{cost.cpu:.3f}", *prices, f"{cost.peak / MIB:.0f}"])
         return lines
 
     def instructions(self, top=20):
-        """Instructions of a cell by function, the `top` ones: lines of a table."""
+        """Instructions of a cell, of the yardstick too, and by function for the `top` ones: lines of a table."""
         recording = self.recording(10, "zstd")
-        with tempfile.TemporaryDirectory(dir="/dev/shm") as out:
-            counts = pathlib.Path(out) / "callgrind"
-            convert = [str(word).format(out=out) for word in self.convert(recording)]
-            run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={counts}", *convert])
-            text = subprocess.run(["callgrind_annotate", "--threshold=100", str(counts)], capture_output=True, check=True, text=True).stdout
-        cells = self.cells(recording)
-        found = re.findall(r"^ *([\d,]+) \( *[\d.]+%\)  [^:\n]*:(.+?)(?: \[[^\]]*\])?$", text, re.M)
-        counts = {}
-        for count, name in found:
-            name = readable(name)
-            counts[name] = counts.get(name, 0) + int(count.replace(",", ""))
-        total = int(re.search(r"^ *([\d,]+) .*PROGRAM TOTALS", text, re.M).group(1).replace(",", ""))
-        lines = [[f"`{name}`", f"{count / cells:.1f}", f"{count / total:.1%}"] for name, count in sorted(counts.items(), key=lambda item: -item[1])[:top]]
-        return [["all", f"{total / cells:.1f}", "100%"], *lines]
+        cells, yardstick = self.cells(recording), [self.yardstick(), recording, "{out}", "flat"]
+        total, functions = callgrind(self.convert(recording))
+        counts = {"dds2csv, 1 job": total}
+        for name, text in ("yardstick, plain to_chars", "tc"), ("yardstick, own number text", "own"):
+            counts[name] = callgrind([*yardstick, text])[0]
+        costly = sorted(functions.items(), key=lambda item: -item[1])[:top]
+        counts |= {f"`{name}`": count for name, count in costly}
+        return [[name, f"{count / cells:.1f}", f"{count / total:.1%}"] for name, count in counts.items()]
+
+
+def callgrind(command):
+    """Instructions that `command` executes, all of them and by function."""
+    with tempfile.TemporaryDirectory(dir="/dev/shm") as out:
+        counts = f"{out}/callgrind"
+        command = [str(word).format(out=out) for word in command]
+        run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={counts}", *command])
+        annotate = ["callgrind_annotate", "--threshold=100", counts]
+        text = subprocess.run(annotate, capture_output=True, check=True, text=True).stdout
+    functions = {}
+    for count, name, library in re.findall(r"^ *([\d,]+) \([ \d.]+%\)  [^:\n]*:(.+?)(?: \[(.*)\])?$", text, re.M):
+        name = pathlib.Path(library).name.split(".so")[0] if name.startswith("0x") else readable(name)
+        functions[name] = functions.get(name, 0) + int(count.replace(",", ""))
+    total = re.search(r"^ *([\d,]+) .*PROGRAM TOTALS", text, re.M).group(1)
+    return int(total.replace(",", "")), functions
 
 
 def readable(function):
-    """A demangled function's name without return type, parameters and outer namespaces."""
-    name = re.sub(r"'\d+$", "", function).replace("(anonymous namespace)::", "")
-    while (shorter := re.sub(r"<[^<>]*>", "", name)) != name:
-        name = shorter
-    name = name.split("(")[0].split(" ")[-1]
-    return name.removeprefix("zun::")
+    """A demangled function without what its name tells anyway, nor a long list of parameters."""
+    text = r"std::(?:__cxx11::)?basic_(string\w*)<char, std::char_traits<char>(?:, std::allocator<char>)? >"
+    function = re.sub(r"'\d+$|\(anonymous namespace\)::|\bzun::|\btamber::utils::|^void ", "", function)
+    function = re.sub(text, r"std::\1", function)
+    return re.sub(r"\([^()]{25,}\)", "(...)", function)
 
 
 # ---------------------------------------------------------------- documents
@@ -275,7 +291,8 @@ def readable(function):
 def machine():
     cpu = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text()).group(1)
     compiler = subprocess.run(["g++", "-dumpfullversion"], capture_output=True, check=True, text=True).stdout.strip()
-    return f"{cpu}, {os.cpu_count()} cores; GCC {compiler}, release build; load {os.getloadavg()[0]:.1f} at the start of the run.\n"
+    load = os.getloadavg()[0]
+    return f"{cpu}, {os.cpu_count()} cores; GCC {compiler}, release build; load {load:.1f} before the run.\n"
 
 
 def fill(document, sections):
@@ -289,12 +306,14 @@ def fill(document, sections):
     document.write_text(text)
 
 
-def bare_table(cells, rows, names):
+def bare_table(cells, rows):
+    """Each benchmark beside its bare loop: "Value<x>" beside "ValueBare<x>", "Floats/10" beside "FloatsBare/10"."""
     lines = []
-    for name in names:
-        bare = next((cells[b] for b in (name.replace("Value<", "ValueBare<"), name.replace("/", "Bare/"), name + "Bare") if b != name and b in cells), None)
-        label = re.sub(r"Value<(.*)>", r"\1", name)
-        lines.append([label, f"{1 / rows[name]:,.0f}", ns(cells[name]), "" if bare is None else ns(bare), "" if bare is None else f"{cells[name] / bare:.2f}"])
+    for name in (name for name in cells if "Bare" not in name):
+        bare = cells.get(re.sub(r"^\w+", lambda match: match[0] + "Bare", name))
+        label = re.sub(r"^(?:Value|Text)<(.*)>$", r"\1", name)
+        beside = ("", "") if bare is None else (ns(bare), f"{cells[name] / bare:.2f}")
+        lines.append([label, f"{1 / rows[name]:,.0f}", ns(cells[name]), *beside])
     return table(["", "rows/s", "ns a cell", "bare loop", "ratio"], lines)
 
 
@@ -316,20 +335,22 @@ def main():
             more_targets, more_figures = bench.whole(compression)
             targets += more_targets
             figures += more_figures
-        targets += bench.growth_of_info_and_memory()
+        targets += bench.growth_of_memory()
     cells, rows = micro(bench.programs / "row_bench", bench.runs)
     targets += bench.parts(cells, rows)
     sections["targets"] = target_table(targets)
+    print(sections["machine"])
     print(sections["targets"])
     if options.more or options.write:
         if SPEED.exists():
             sections["figures"] = table(["", "command", "CPU s", "wall s", "ns a cell", "peak MiB"], figures)
-            sections["instructions"] = table(["function", "instructions a cell", "share"], bench.instructions())
-        sections["growth"] = table(["topics", "rows", "columns", "CPU s", "ns a cell", "ns a row", "peak MiB"], bench.growth())
-        sections["rows"] = bare_table(cells, rows, [n for n in cells if "Bare" not in n and "Construction" not in n])
-        value_cells, value_rows = micro(bench.programs / "value_bench", bench.runs)
-        sections["values"] = bare_table(value_cells, value_rows, [n for n in value_cells if "Bare" not in n])
-        for name in ("machine", "figures", "growth", "rows", "values", "instructions"):
+            sections["instructions"] = table(["", "instructions a cell", "share"], bench.instructions())
+        head = ["topics", "rows", "columns", "CPU s", "ns a cell", "ns a row", "peak MiB"]
+        sections["growth"] = table(head, bench.growth())
+        sections["rows"] = bare_table(cells, rows)
+        for name, program in ("values", "value_bench"), ("numbers", "number_text_bench"):
+            sections[name] = bare_table(*micro(bench.programs / program, bench.runs))
+        for name in ("figures", "growth", "rows", "values", "numbers", "instructions"):
             if name in sections:
                 print(sections[name])
     if options.write:

@@ -87,10 +87,6 @@ inline char* write_bare(char* out, std::string_view text) {
 inline char* write_bare(char* out, bool value) {
     return write_bare(out, std::string_view(value ? "true" : "false"));
 }
-inline char* write_bare(char* out, char value) {
-    *out = value;
-    return out + 1;
-}
 template <typename Number>
 requires std::integral<Number> || std::floating_point<Number>
 char* write_bare(char* out, Number value) {
