@@ -29,9 +29,13 @@ MIB = 1 << 20
 
 @dataclasses.dataclass
 class Cost:
-    """What one run took. Seconds and bytes; `read` is what it read by system calls, shared libraries included."""
+    """What one run took, in seconds and bytes.
+
+    `cpu` has `system` in it; `read` is all that was read by system calls, shared libraries included.
+    """
 
     cpu: float
+    system: float
     wall: float
     peak: int
     read: int
@@ -52,7 +56,7 @@ def run(command, stdout=subprocess.DEVNULL):
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         sys.exit(f"{' '.join(map(str, command))}: exit code {process.returncode}\n{talk.decode(errors='replace')}")
-    return Cost(usage.ru_utime + usage.ru_stime, wall, usage.ru_maxrss * 1024, read)
+    return Cost(usage.ru_utime + usage.ru_stime, usage.ru_stime, wall, usage.ru_maxrss * 1024, read)
 
 
 def take_turns(commands, runs):
@@ -193,11 +197,11 @@ class Bench:
         ]
         cells = self.cells(recording)
         figures = [
-            [compression, name, f"{c.cpu:.3f}", f"{c.wall:.3f}", ns(c.cpu / cells), f"{c.peak / MIB:.0f}"]
+            [compression, name, *map("{:.3f}".format, (c.cpu, c.system, c.wall)), ns(c.cpu / cells), c.peak // MIB]
             for name, c in cost.items()
         ]
         share = 1 - cost["dds2csv, 1 job, limits given"].cpu / ours.cpu
-        figures.append([compression, "share of the fitting pass", f"{share:.0%}", "", "", ""])
+        figures.append([compression, "share of the fitting pass", f"{share:.0%}", *[""] * 4])
         return targets, figures
 
     def growth_of_memory(self):
@@ -244,8 +248,8 @@ class Bench:
         lines = []
         for shape, cost in take_turns(commands, self.runs).items():
             _, messages, columns = shape
-            prices = ns(cost.cpu / (messages * columns)), ns(cost.cpu / messages)
-            lines.append([*map("{:,}".format, shape), f"{cost.cpu:.3f}", *prices, f"{cost.peak / MIB:.0f}"])
+            prices = ns(cost.cpu / (messages * columns)), ns(cost.cpu / messages), cost.peak // MIB
+            lines.append([*map("{:,}".format, shape), f"{cost.cpu:.3f}", *prices])
         return lines
 
     def instructions(self, top=20):
@@ -343,7 +347,7 @@ def main():
     print(sections["targets"])
     if options.more or options.write:
         if SPEED.exists():
-            sections["figures"] = table(["", "command", "CPU s", "wall s", "ns a cell", "peak MiB"], figures)
+            sections["figures"] = table(["", "command", "CPU s", "system s", "wall s", "ns a cell", "peak MiB"], figures)
             sections["instructions"] = table(["", "instructions a cell", "share"], bench.instructions())
         head = ["topics", "rows", "columns", "CPU s", "ns a cell", "ns a row", "peak MiB"]
         sections["growth"] = table(head, bench.growth())
