@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t VALUES = 20'000;
+constexpr std::size_t value_count = 20'000;
 
 using Random = std::mt19937_64;
 
@@ -51,7 +51,7 @@ Integer below_100(Random& random) {
 template <auto make_value>
 auto values() {
     Random random;
-    std::vector<std::invoke_result_t<decltype(make_value), Random&>> made(VALUES);
+    std::vector<std::invoke_result_t<decltype(make_value), Random&>> made(value_count);
     for (auto& value : made)
         value = make_value(random);
     return made;
@@ -60,7 +60,7 @@ auto values() {
 template <auto make_value>
 void BM_Text(benchmark::State& state) {
     const auto made = values<make_value>();
-    std::vector<char> row(VALUES * (zun::printing::number_text_size + 1));
+    std::vector<char> row(zun::benchmarks::row_size);
     for (auto _ : state) {
         char* out = row.data();
         for (const auto value : made) {
@@ -70,7 +70,7 @@ void BM_Text(benchmark::State& state) {
         benchmark::DoNotOptimize(out);
         benchmark::ClobberMemory();
     }
-    zun::benchmarks::count(state, VALUES);
+    zun::benchmarks::count(state, value_count);
 }
 
 template <auto make_value>

@@ -60,7 +60,7 @@ void BM_Scalars(benchmark::State& state) {
 BENCHMARK(BM_Scalars);
 
 void BM_ScalarsBare(benchmark::State& state) {
-    std::vector<char> buffer(ROW_SIZE);
+    std::vector<char> buffer(row_size);
     for (auto _ : state) {
         char* out = buffer.data();
         const auto cell = [&out](const auto value) {
@@ -144,13 +144,13 @@ BENCHMARK(BM_Unions);
 
 /// 100 optional numbers, every second one set.
 void BM_Optionals(benchmark::State& state) {
-    constexpr std::uint32_t SIZE = 4;
+    constexpr std::uint32_t value_size = 4;
     StructSpec type{.name = "T"};
     Payload payload;
     for (std::uint16_t i = 0; i < 100; ++i) {
         type.members.push_back(
             {.name = member_name(i), .type = of(TypeKind::INT_32_TYPE), .id = i, .optional = true});
-        payload.put(std::uint32_t{i % 2 == 0 ? i : SIZE << 16 | i});
+        payload.put(std::uint32_t{i % 2 == 0 ? i : value_size << 16 | i});
         if (i % 2 != 0) payload.put(std::int32_t{i});
     }
     print_rows(state, struct_type(type), payload, 100);
@@ -165,7 +165,7 @@ BENCHMARK(BM_EmptyCells);
 
 void BM_EmptyCellsBare(benchmark::State& state) {
     const std::string row(std::size_t{10'000} * 4, 'n');
-    std::vector<char> buffer(ROW_SIZE);
+    std::vector<char> buffer(row_size);
     for (auto _ : state) {
         benchmark::DoNotOptimize(write_bare(buffer.data(), row));
         benchmark::ClobberMemory();
@@ -176,9 +176,9 @@ BENCHMARK(BM_EmptyCellsBare);
 
 /// 1 MB of octets, of which 1,000 get columns and the others are dropped.
 void BM_DroppedOctets(benchmark::State& state) {
-    constexpr std::uint32_t SIZE = 1 << 20;
+    constexpr std::uint32_t size = 1 << 20;
     const DynamicTypeImpl type = one_member(sequence_type(of(TypeKind::OCTET_TYPE)));
-    print_rows(state, type, Payload().put(SIZE).put(std::vector<std::uint8_t>(SIZE, 42)), SIZE - 1000);
+    print_rows(state, type, Payload().put(size).put(std::vector<std::uint8_t>(size, 42)), size - 1000);
 }
 BENCHMARK(BM_DroppedOctets);
 

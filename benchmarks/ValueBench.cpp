@@ -9,7 +9,7 @@ namespace {
 using namespace zun::benchmarks;
 using namespace zun::core::xtypes;
 
-constexpr std::uint32_t VALUES = 1000;
+constexpr std::uint32_t value_count = 1000;
 
 template <typename Value>
 struct Values {
@@ -21,7 +21,7 @@ template <typename Make>
 auto values_of(const DynamicTypeImpl& type, Make make) {
     std::mt19937_64 random;
     Values<std::invoke_result_t<Make, std::mt19937_64&>> made{type, {}};
-    for (std::uint32_t i = 0; i < VALUES; ++i)
+    for (std::uint32_t i = 0; i < value_count; ++i)
         made.values.push_back(make(random));
     return made;
 }
@@ -105,8 +105,8 @@ template <auto make>
 void BM_Value(benchmark::State& state) {
     const auto [element, values] = make();
     const DynamicTypeImpl type =
-        struct_type({.name = "T", .members = {{"values", array_type(element, {VALUES})}}});
-    print_rows(state, type, Payload().put(values), VALUES);
+        struct_type({.name = "T", .members = {{"values", array_type(element, {value_count})}}});
+    print_rows(state, type, Payload().put(values), value_count);
 }
 
 template <auto make>

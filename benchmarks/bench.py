@@ -60,7 +60,7 @@ def run(command, stdout=subprocess.DEVNULL):
 
 
 def take_turns(commands, runs):
-    """The best cost of each of `commands`, name to argument list; "{out}" stands for a new empty folder in memory."""
+    """The best cost of each of `commands`, name to arguments; "{out}" stands for a new empty folder in memory."""
     best = {}
     for _ in range(runs):
         for name, command in commands.items():

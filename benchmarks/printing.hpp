@@ -52,7 +52,7 @@ private:
 };
 
 /// Room for every row here.
-constexpr std::size_t ROW_SIZE = 1 << 20;
+constexpr std::size_t row_size = 1 << 20;
 
 /// Counts rows per second, and the time of one of the `cells` of a row.
 inline void count(benchmark::State& state, std::size_t cells) {
@@ -68,11 +68,11 @@ inline void print_rows(benchmark::State& state, const core::xtypes::DynamicTypeI
     auto settings = tamber::utils::PrintFormatCsv::PROPERTY_DEFAULT();
     settings.add_unbounded_seq_limit("*", limit);
     std::ostringstream header;
-    std::vector<char> buffer(ROW_SIZE);
+    std::vector<char> buffer(row_size);
     tamber::utils::PrintFormatCsv converter(settings, type, header, buffer);
     printing::SamplePrinter printer(type, "benchmark");
     for (auto _ : state) {
-        ZUNXMLSaveContext context{.text = buffer.data(), .capacity = ROW_SIZE};
+        ZUNXMLSaveContext context{.text = buffer.data(), .capacity = row_size};
         printer.print(*converter.native(), context, payload.bytes());
         benchmark::DoNotOptimize(context.length);
         benchmark::ClobberMemory();
@@ -96,7 +96,7 @@ char* write_bare(char* out, Number value) {
 /// The values alone, each after a separator: what a row costs at least without cleverer number text.
 template <typename Value>
 void print_bare(benchmark::State& state, const std::vector<Value>& values) {
-    std::vector<char> buffer(ROW_SIZE);
+    std::vector<char> buffer(row_size);
     for (auto _ : state) {
         char* out = buffer.data();
         for (const auto& value : values) {
