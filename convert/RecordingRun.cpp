@@ -12,7 +12,7 @@ namespace zun::convert {
 namespace {
 
 /// Decompressed batches that wait from the first pass for the second.
-constexpr std::size_t kept_batches_bytes = std::size_t{48} << 20;
+constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
 
 bool has_unbounded(const Topic& topic) {
     bool found = false;

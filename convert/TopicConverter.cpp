@@ -35,7 +35,8 @@ std::size_t TopicConverter::append_row(const input::Message& message) {
         ZUNXMLSaveContext context{
             .text = buffer_.data(), .length = size_, .capacity = static_cast<std::uint32_t>(buffer_.size())};
         ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
-        const std::size_t left_over = printer_.print(*format_.native(), context, message.data);
+        const std::size_t left_over =
+            printer_.print(filter_ ? filter_->native() : *format_.native(), context, message.data);
         ZUNXMLSaveContext_appendString(&context, "\n");
         const std::size_t wanted = context.length + std::size_t{context.length} / 2;
         if (context.failed != 0 || wanted > UINT32_MAX)

@@ -49,7 +49,7 @@ bool is_collection(const DynamicTypeImpl& type) {
 
 bool is_unbounded(const DynamicTypeImpl& type) {
     const DynamicTypeImpl resolved = type.resolved();
-    return resolved.kind() == TypeKind::SEQUENCE_TYPE && SequenceTypeImpl(resolved).bounds() == UNBOUNDED;
+    return resolved.kind() == TypeKind::SEQUENCE_TYPE && SequenceTypeImpl(resolved).bounds() == no_bound;
 }
 
 }  // namespace zun::convert

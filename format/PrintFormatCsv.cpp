@@ -19,10 +19,9 @@ namespace {
 // Fifteen characters hold every 32-bit count, right-aligned.
 constexpr std::string_view placeholder = "###############";
 
-/// `name` as the engine passed it. Throws std::logic_error when it passed none.
-std::string_view checked(const char* name) {
+/// Throws std::logic_error when the engine passed no name.
+void check(const char* name) {
     if (name == nullptr) throw std::logic_error("the engine announced a member without a name");
-    return name;
 }
 
 /// Writes the first cell and copies it on, in ever longer runs.
@@ -180,7 +179,7 @@ void PrintFormatCsv::build_sequence_columns(ColumnInfo& column, const core::xtyp
 /// The bound of a bounded sequence, the limit from the settings for an unbounded one.
 std::uint32_t PrintFormatCsv::element_columns(const ColumnInfo& column,
                                               const core::xtypes::SequenceTypeImpl& type) const {
-    if (type.bounds() != core::xtypes::UNBOUNDED) return type.bounds();
+    if (type.bounds() != core::xtypes::no_bound) return type.bounds();
     const std::uint32_t limit = property_.seq_limit_for_field(column.full_name());
     if (Logger::instance().enabled(Logger::Level::LOCAL))
         Logger::instance().local("Setting unbounded sequence limit for field '" + column.name() + "' to " +
@@ -322,12 +321,14 @@ void PrintFormatCsv::patch_length(const SequenceContext& sequence, const ZUNXMLS
     std::memcpy(sequence.placeholder_position + spaces, digits.data(), digit_count);
 }
 
-/// Goes to the column of the member that the engine announces.
+/// Goes to the column of the member that the engine announces; as a rule the cursor is there already.
 void PrintFormatCsv::find_member(const char* name, ZUNXMLSaveContext* context) {
-    const std::string_view wanted = checked(name);
-    skip_cursor(wanted, context);
-    if (cursor() == level_column().children().end())
-        throw std::logic_error("no column for member '" + std::string(wanted) +
+    check(name);
+    const auto end = level_column().children().end();
+    if (cursor() != end && std::strcmp(cursor()->name().c_str(), name) == 0) return;
+    skip_cursor(name, context);
+    if (cursor() == end)
+        throw std::logic_error("no column for member '" + std::string(name) +
                                "' after those already printed");
 }
 
@@ -414,7 +415,8 @@ void NativePrintFormatCsv::print_array_ending(DDS_PrintFormat* format, ZUNXMLSav
         --converter.dropped_collections_;
         return;
     }
-    converter.leave_sequence_context(checked(name), context);
+    check(name);
+    converter.leave_sequence_context(name, context);
     converter.fill_level(context);
     converter.leave_column();
 }

@@ -44,7 +44,7 @@ private:
     DynamicTypeImpl any(int depth) {
         switch (choose(depth < 6 ? 12 : 6)) {
             case 0:
-                return string_type(choose(2) == 0 ? UNBOUNDED : 5);
+                return string_type(choose(2) == 0 ? no_bound : 5);
             case 1:
                 return wstring_type();
             case 2:
@@ -66,7 +66,7 @@ private:
             case 10:
                 return choice(depth);
             default:
-                return sequence_type(any(depth + 1), choose(3) == 0 ? 3 : UNBOUNDED);
+                return sequence_type(any(depth + 1), choose(3) == 0 ? 3 : no_bound);
         }
     }
 

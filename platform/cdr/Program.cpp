@@ -258,7 +258,7 @@ private:
         plan.element = &plan_of(type.content_type());
         plan.delimited = xcdr2() && (type.is_map() ? map_delimits(type) : delimits_sequence(type));
         plan.bound = type.bounds();
-        plan.unbounded = plan.bound == core::xtypes::UNBOUNDED;
+        plan.unbounded = plan.bound == core::xtypes::no_bound;
         plan.fields = static_cast<std::uint32_t>(
             capped(std::uint64_t{plan.element->fields} + (plan.unbounded ? 1 : 0)));
         plan.minimal_size = plan.delimited ? 8 : 4;

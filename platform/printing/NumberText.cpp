@@ -86,25 +86,25 @@ constexpr PowerOfTen leading_bits(const WideNumber& number, bool exact) {
     return {high_word(bits), low_word(bits)};
 }
 
-constexpr int LEAST_POWER = -292;
-constexpr int GREATEST_POWER = 324;
+constexpr int least_power = -292;
+constexpr int greatest_power = 324;
 
-constexpr auto POWERS_OF_TEN = [] {
-    std::array<PowerOfTen, GREATEST_POWER - LEAST_POWER + 1> powers{};
+constexpr auto powers_of_ten = [] {
+    std::array<PowerOfTen, greatest_power - least_power + 1> powers{};
     WideNumber number{};
     number.back() = 1;
-    for (int power = 0; power <= GREATEST_POWER; ++power, multiply(number, 10))
-        powers[static_cast<std::size_t>(power - LEAST_POWER)] = leading_bits(number, true);
+    for (int power = 0; power <= greatest_power; ++power, multiply(number, 10))
+        powers[static_cast<std::size_t>(power - least_power)] = leading_bits(number, true);
     number = {std::uint64_t{1} << 63};  // dividing it again and again cuts as one division would
-    for (int power = -1; power >= LEAST_POWER; --power) {
+    for (int power = -1; power >= least_power; --power) {
         divide(number, 10);
-        powers[static_cast<std::size_t>(power - LEAST_POWER)] = leading_bits(number, false);
+        powers[static_cast<std::size_t>(power - least_power)] = leading_bits(number, false);
     }
     return powers;
 }();
 
 constexpr PowerOfTen power_of_ten(int power) {
-    return POWERS_OF_TEN[static_cast<std::size_t>(power - LEAST_POWER)];
+    return powers_of_ten[static_cast<std::size_t>(power - least_power)];
 }
 
 constexpr int floor_log2_of_power_of_ten(int power) {
@@ -123,10 +123,10 @@ constexpr int floor_log10_of_width(int exponent2, int three_quarters) {
 template <typename Real>
 struct Format {
     using Bits = std::conditional_t<sizeof(Real) == 8, std::uint64_t, std::uint32_t>;
-    static constexpr int FRACTION_BITS = std::numeric_limits<Real>::digits - 1;
-    static constexpr Bits HIDDEN_BIT = Bits{1} << FRACTION_BITS;
-    static constexpr int EXPONENT_MASK = 2 * std::numeric_limits<Real>::max_exponent - 1;
-    static constexpr int EXPONENT_BIAS = std::numeric_limits<Real>::max_exponent - 1 + FRACTION_BITS;
+    static constexpr int fraction_bits = std::numeric_limits<Real>::digits - 1;
+    static constexpr Bits hidden_bit = Bits{1} << fraction_bits;
+    static constexpr int exponent_mask = 2 * std::numeric_limits<Real>::max_exponent - 1;
+    static constexpr int exponent_bias = std::numeric_limits<Real>::max_exponent - 1 + fraction_bits;
 };
 
 /// A finite positive number, significand * 2^exponent2.
@@ -225,7 +225,7 @@ public:
 
     /// Stores the digits with a point before digit `index`, 0 to 15: 17 bytes.
     void store_with_point(char* out, int index) const {
-        const char* const mask = BYTES_BEFORE.data() + 16 - index;
+        const char* const mask = bytes_before.data() + 16 - index;
         const __m128i before = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask));
         const __m128i moved = _mm_slli_si128(text(), 1);
         store(out + 1, text());  // its last byte is the one that `moved` lost
@@ -235,7 +235,7 @@ public:
 
 private:
     /// Sixteen bytes of ones and sixteen of zeros: from 16 - n on, a mask for n bytes.
-    static constexpr auto BYTES_BEFORE = [] {
+    static constexpr auto bytes_before = [] {
         std::array<char, 32> bytes{};
         std::fill_n(bytes.begin(), 16, '\xff');
         return bytes;
@@ -289,31 +289,31 @@ struct Digits {
 };
 
 inline Digits digits_of(Decimal<std::uint64_t> decimal) {
-    constexpr std::uint64_t TEN_TO_16 = digits::TEN_TO_16;
-    constexpr std::uint64_t TEN_TO_8 = digits::TEN_TO_8;
+    constexpr std::uint64_t ten_to_16 = digits::ten_to_16;
+    constexpr std::uint64_t ten_to_8 = digits::ten_to_8;
     auto [number, exponent10] = decimal;
-    const std::uint64_t sixteen = less_mask(number, TEN_TO_16);  // normal numbers have 16 or 17
+    const std::uint64_t sixteen = less_mask(number, ten_to_16);  // normal numbers have 16 or 17
     number += (number * 9) & sixteen;
     exponent10 += static_cast<int>(sixteen);
-    for (; number < TEN_TO_16; number *= 10)
+    for (; number < ten_to_16; number *= 10)
         --exponent10;
-    const std::uint64_t nine = number / TEN_TO_8;
-    const std::uint64_t first = nine / TEN_TO_8;
-    return {first, nine - first * TEN_TO_8, number - nine * TEN_TO_8, exponent10 + 17};
+    const std::uint64_t nine = number / ten_to_8;
+    const std::uint64_t first = nine / ten_to_8;
+    return {first, nine - first * ten_to_8, number - nine * ten_to_8, exponent10 + 17};
 }
 
 inline Digits digits_of(Decimal<std::uint32_t> decimal) {
-    constexpr auto TEN_TO_8 = static_cast<std::uint32_t>(digits::TEN_TO_8);
+    constexpr auto ten_to_8 = static_cast<std::uint32_t>(digits::ten_to_8);
     auto [number, exponent10] = decimal;
     for (int i = 0; i < 2; ++i) {  // normal numbers have 7 to 9
-        const std::uint32_t too_short = less_mask(number, TEN_TO_8);
+        const std::uint32_t too_short = less_mask(number, ten_to_8);
         number += (number * 9) & too_short;
         exponent10 += static_cast<int>(too_short);
     }
-    for (; number < TEN_TO_8; number *= 10)
+    for (; number < ten_to_8; number *= 10)
         --exponent10;
-    const std::uint32_t first = number / TEN_TO_8;
-    return {first, number - first * TEN_TO_8, 0, exponent10 + 9};
+    const std::uint32_t first = number / ten_to_8;
+    return {first, number - first * ten_to_8, 0, exponent10 + 9};
 }
 
 /// Whether fixed notation is not longer than scientific, zeros that stand for dropped digits included.
@@ -361,17 +361,17 @@ inline char* write_real(char* out, Real value) {
     using Number = Format<Real>;
     using Bits = typename Number::Bits;
     const auto bits = std::bit_cast<Bits>(value);
-    const Bits fraction = bits & (Number::HIDDEN_BIT - 1);
-    const int exponent = static_cast<int>(bits >> Number::FRACTION_BITS) & Number::EXPONENT_MASK;
+    const Bits fraction = bits & (Number::hidden_bit - 1);
+    const int exponent = static_cast<int>(bits >> Number::fraction_bits) & Number::exponent_mask;
     const bool negative = bits >> (8 * sizeof bits - 1) != 0;
 
-    if (exponent == Number::EXPONENT_MASK && fraction != 0) {
+    if (exponent == Number::exponent_mask && fraction != 0) {
         std::memcpy(out, "nan", 3);
         return out + 3;
     }
     *out = '-';
     out += negative;
-    if (exponent == Number::EXPONENT_MASK) {
+    if (exponent == Number::exponent_mask) {
         std::memcpy(out, "inf", 3);
         return out + 3;
     }
@@ -380,9 +380,9 @@ inline char* write_real(char* out, Real value) {
         return out + 1;
     }
 
-    const Bits significand = exponent == 0 ? fraction : fraction | Number::HIDDEN_BIT;
-    const int exponent2 = (exponent == 0 ? 1 : exponent) - Number::EXPONENT_BIAS;
-    if (exponent2 <= 0 && exponent2 >= -Number::FRACTION_BITS) {
+    const Bits significand = exponent == 0 ? fraction : fraction | Number::hidden_bit;
+    const int exponent2 = (exponent == 0 ? 1 : exponent) - Number::exponent_bias;
+    if (exponent2 <= 0 && exponent2 >= -Number::fraction_bits) {
         const Bits whole = significand >> -exponent2;
         // Up to four zeros at the end never make scientific notation shorter.
         if (whole << -exponent2 == significand && whole % 100'000 != 0)
@@ -394,7 +394,7 @@ inline char* write_real(char* out, Real value) {
     if (!is_fixed(number)) return write_scientific(out, number);
     // A whole number with more bits than the significand holds has all its digits in fixed notation, also
     // those that the shortest decimal would leave at zero.
-    if (exponent2 > 0) return std::to_chars(out, out + NUMBER_TEXT_SIZE - 1, negative ? -value : value).ptr;
+    if (exponent2 > 0) return std::to_chars(out, out + number_text_size - 1, negative ? -value : value).ptr;
     return write_fixed(out, number);
 }
 

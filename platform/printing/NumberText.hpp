@@ -18,9 +18,9 @@
 namespace zun::printing {
 
 /// Bytes that write_number() may touch from `out` on, the text's own included.
-inline constexpr std::size_t NUMBER_TEXT_SIZE = 32;
+inline constexpr std::size_t number_text_size = 32;
 
-/// Writes the text of `value`; returns its end. Bytes after the end, up to NUMBER_TEXT_SIZE, are scribbled
+/// Writes the text of `value`; returns its end. Bytes after the end, up to number_text_size, are scribbled
 /// on.
 char* write_number(char* out, float value);
 char* write_number(char* out, double value);
@@ -32,9 +32,9 @@ namespace digits {
 // A word of text holds its first character in the lowest byte, as memory does.
 static_assert(std::endian::native == std::endian::little, "words of digits are stored as they are");
 
-inline constexpr std::uint64_t ASCII_ZEROS = 0x3030303030303030;
-inline constexpr std::uint64_t TEN_TO_8 = 100'000'000;
-inline constexpr std::uint64_t TEN_TO_16 = TEN_TO_8 * TEN_TO_8;
+inline constexpr std::uint64_t ascii_zeros = 0x3030303030303030;
+inline constexpr std::uint64_t ten_to_8 = 100'000'000;
+inline constexpr std::uint64_t ten_to_16 = ten_to_8 * ten_to_8;
 
 /// The eight decimal digits of `value` < 10^8, one per byte, the first in the lowest byte, as 0 to 9.
 ///
@@ -51,7 +51,7 @@ constexpr std::uint64_t eight_digits(std::uint64_t value) {
 
 /// Writes `value` < 10^8 as eight digits.
 inline char* write_eight(char* out, std::uint64_t value) {
-    const std::uint64_t text = eight_digits(value) | ASCII_ZEROS;
+    const std::uint64_t text = eight_digits(value) | ascii_zeros;
     std::memcpy(out, &text, sizeof text);
     return out + sizeof text;
 }
@@ -61,7 +61,7 @@ inline char* write_up_to_eight(char* out, std::uint64_t value) {
     const std::uint64_t bytes = eight_digits(value);
     const std::uint64_t last_byte = std::uint64_t{1} << 56;  // zero itself keeps one digit
     const int leading = std::countr_zero(bytes | last_byte) / 8;
-    const std::uint64_t text = (bytes | ASCII_ZEROS) >> 8 * leading;
+    const std::uint64_t text = (bytes | ascii_zeros) >> 8 * leading;
     std::memcpy(out, &text, sizeof text);
     return out + 8 - leading;
 }
@@ -71,7 +71,7 @@ struct OctetText {
     std::uint8_t length;
 };
 
-inline constexpr auto OCTET_TEXTS = [] {
+inline constexpr auto octet_texts = [] {
     std::array<OctetText, 256> texts{};
     for (unsigned value = 0; value < texts.size(); ++value) {
         OctetText& entry = texts[value];
@@ -83,18 +83,18 @@ inline constexpr auto OCTET_TEXTS = [] {
 }();
 
 inline char* write_octet(char* out, std::uint8_t value) {
-    const OctetText& entry = OCTET_TEXTS[value];
+    const OctetText& entry = octet_texts[value];
     std::memcpy(out, &entry, sizeof entry);  // one store of four bytes
     return out + entry.length;
 }
 
 inline char* write_unsigned(char* out, std::uint64_t value) {
-    if (value < OCTET_TEXTS.size()) return write_octet(out, static_cast<std::uint8_t>(value));
-    if (value < TEN_TO_8) return write_up_to_eight(out, value);
-    if (value < TEN_TO_16) return write_eight(write_up_to_eight(out, value / TEN_TO_8), value % TEN_TO_8);
-    const std::uint64_t rest = value % TEN_TO_16;
-    out = write_up_to_eight(out, value / TEN_TO_16);
-    return write_eight(write_eight(out, rest / TEN_TO_8), rest % TEN_TO_8);
+    if (value < octet_texts.size()) return write_octet(out, static_cast<std::uint8_t>(value));
+    if (value < ten_to_8) return write_up_to_eight(out, value);
+    if (value < ten_to_16) return write_eight(write_up_to_eight(out, value / ten_to_8), value % ten_to_8);
+    const std::uint64_t rest = value % ten_to_16;
+    out = write_up_to_eight(out, value / ten_to_16);
+    return write_eight(write_eight(out, rest / ten_to_8), rest % ten_to_8);
 }
 
 }  // namespace digits
@@ -119,7 +119,7 @@ class DoubleTextCache {
 public:
     char* write(char* out, double value) {
         const auto bits = std::bit_cast<std::uint64_t>(value);
-        Entry& entry = entries_[bits * HASH_FACTOR >> 56];
+        Entry& entry = entries_[bits * hash_factor >> 56];
         if (entry.bits == bits) {
             std::memcpy(out, entry.text.data(), entry.text.size());
             return out + entry.length;
@@ -133,7 +133,7 @@ public:
     }
 
 private:
-    static constexpr std::uint64_t HASH_FACTOR = 0x9e37'79b9'7f4a'7c15;  // 2^64 / golden ratio
+    static constexpr std::uint64_t hash_factor = 0x9e37'79b9'7f4a'7c15;  // 2^64 / golden ratio
 
     struct Entry {
         std::uint64_t bits = 0;

@@ -178,11 +178,11 @@ private:
 
     template <typename Value>
     void number(Value value) {
-        if (char* const room = ZUNXMLSaveContext_room(context_, NUMBER_TEXT_SIZE)) {
+        if (char* const room = ZUNXMLSaveContext_room(context_, number_text_size)) {
             ZUNXMLSaveContext_advance(context_, static_cast<std::size_t>(write(room, value) - room));
             return;
         }
-        std::array<char, NUMBER_TEXT_SIZE> text;
+        std::array<char, number_text_size> text;
         append(text.data(), write(text.data(), value));
     }
 

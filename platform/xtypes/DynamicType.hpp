@@ -41,7 +41,7 @@ struct TypeNode;  // a type's content; TypeBuilder makes it, the handles read it
 using TypeNodePtr = std::shared_ptr<const TypeNode>;
 
 /// The bound of a sequence, string or wide string that has none.
-inline constexpr std::uint32_t UNBOUNDED = 2147483647;
+inline constexpr std::uint32_t no_bound = 2147483647;
 
 /// How a structure or union may change between writer and reader; UNSPECIFIED where the text does not say.
 enum class Extensibility : std::uint8_t { UNSPECIFIED, FINAL, APPENDABLE, MUTABLE };
@@ -205,7 +205,7 @@ public:
 class StringTypeImpl : public DynamicTypeImpl {
 public:
     explicit StringTypeImpl(const DynamicTypeImpl& type);
-    std::uint32_t bounds() const;  ///< in characters; UNBOUNDED where there is none
+    std::uint32_t bounds() const;  ///< in characters; no_bound where there is none
 };
 
 /// An array or sequence.
@@ -226,7 +226,7 @@ public:
 class UnidimensionalCollectionTypeImpl : public CollectionTypeImpl {
 public:
     explicit UnidimensionalCollectionTypeImpl(const DynamicTypeImpl& type);
-    std::uint32_t bounds() const;  ///< UNBOUNDED where there is none
+    std::uint32_t bounds() const;  ///< no_bound where there is none
 
     /// True for a map: its elements are structures of `key` and `value`.
     bool is_map() const;

@@ -42,7 +42,7 @@ std::uint32_t next_id(const StructTypeImpl& type) {
 }
 
 DynamicTypeImpl bounded(TypeKind kind, std::uint32_t bound) {
-    require(bound >= 1 && bound <= UNBOUNDED, "string", "a bound lies between 1 and 2147483647");
+    require(bound >= 1 && bound <= no_bound, "string", "a bound lies between 1 and 2147483647");
     return make({.kind = kind, .bound = bound});
 }
 
@@ -192,12 +192,12 @@ DynamicTypeImpl array_type(const DynamicTypeImpl& element, std::vector<std::uint
 }
 
 DynamicTypeImpl sequence_type(const DynamicTypeImpl& element, std::uint32_t bound) {
-    require(bound <= UNBOUNDED, "sequence", "a bound is at most 2147483647");
+    require(bound <= no_bound, "sequence", "a bound is at most 2147483647");
     return make({.kind = TypeKind::SEQUENCE_TYPE, .related = element, .bound = bound});
 }
 
 DynamicTypeImpl map_type(const DynamicTypeImpl& key, const DynamicTypeImpl& value, std::uint32_t bound) {
-    require(bound <= UNBOUNDED, "map", "a bound is at most 2147483647");
+    require(bound <= no_bound, "map", "a bound is at most 2147483647");
     const DynamicTypeImpl pair = struct_type(
         {.name = "", .members = {{"key", key}, {"value", value}}, .extensibility = Extensibility::FINAL});
     return make({.kind = TypeKind::SEQUENCE_TYPE, .related = pair, .bound = bound, .map = true});

@@ -17,9 +17,9 @@ namespace zun::core::xtypes {
 /// A boolean, octet, integer, floating-point or character type. One node per kind serves all.
 DynamicTypeImpl primitive_type(TypeKind kind);
 
-/// `bound` in characters, 1 or more, or UNBOUNDED.
-DynamicTypeImpl string_type(std::uint32_t bound = UNBOUNDED);
-DynamicTypeImpl wstring_type(std::uint32_t bound = UNBOUNDED);
+/// `bound` in characters, 1 or more, or no_bound.
+DynamicTypeImpl string_type(std::uint32_t bound = no_bound);
+DynamicTypeImpl wstring_type(std::uint32_t bound = no_bound);
 
 DynamicTypeImpl alias_type(std::string name, const DynamicTypeImpl& related);
 
@@ -82,11 +82,11 @@ DynamicTypeImpl union_type(UnionSpec spec);
 /// `dimensions` at least one, none 0, their product below 2^32.
 DynamicTypeImpl array_type(const DynamicTypeImpl& element, std::vector<std::uint32_t> dimensions);
 
-DynamicTypeImpl sequence_type(const DynamicTypeImpl& element, std::uint32_t bound = UNBOUNDED);
+DynamicTypeImpl sequence_type(const DynamicTypeImpl& element, std::uint32_t bound = no_bound);
 
 /// A sequence of structures of `key` and `value`.
 DynamicTypeImpl map_type(const DynamicTypeImpl& key, const DynamicTypeImpl& value,
-                         std::uint32_t bound = UNBOUNDED);
+                         std::uint32_t bound = no_bound);
 
 }  // namespace zun::core::xtypes
 

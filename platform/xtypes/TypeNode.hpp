@@ -13,7 +13,7 @@ struct TypeNode {
     std::string name = {};
     DDS_TypeCode related =
         {};  // alias: aliased type; union: discriminator; collection: element; structure: base
-    std::uint32_t bound = UNBOUNDED;  // string, sequence; enumeration and bitmask: bit bound; bit set: bits
+    std::uint32_t bound = no_bound;  // string, sequence; enumeration and bitmask: bit bound; bit set: bits
     Extensibility extensibility = Extensibility::UNSPECIFIED;
     bool map = false;
     bool placeholder_octet = false;

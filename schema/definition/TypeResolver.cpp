@@ -155,7 +155,7 @@ DynamicTypeImpl TypeResolver::made(const TypeExpression& expression, const Defin
     std::vector<std::uint32_t> sizes;
     for (const ConstantExpression& size : expression.sizes)
         sizes.push_back(static_cast<std::uint32_t>(integer(size, user, 1, largest_size)));
-    const std::uint32_t bound = sizes.empty() ? core::xtypes::UNBOUNDED : sizes.front();
+    const std::uint32_t bound = sizes.empty() ? core::xtypes::no_bound : sizes.front();
     const auto argument = [&](std::size_t i) { return type_of(expression.arguments[i], user); };
     switch (expression.form) {
         case Form::PRIMITIVE:

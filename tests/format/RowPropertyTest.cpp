@@ -119,7 +119,7 @@ private:
     }
 
     json sequence_value(const SequenceTypeImpl& type, std::vector<std::string>& cells) {
-        const bool bounded = type.bounds() != UNBOUNDED;
+        const bool bounded = type.bounds() != no_bound;
         const std::uint32_t columns = bounded ? type.bounds() : limit;
         const std::uint32_t length = pick(columns + (bounded ? 1 : 3));
         const std::string count = std::to_string(std::min(length, columns));

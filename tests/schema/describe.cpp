@@ -14,7 +14,7 @@ const char* const primitive_names[] = {"none",    "boolean",  "octet",  "int8", 
                                        "float64", "float128", "char",   "wchar"};
 
 std::string bounded(std::uint32_t bound) {
-    return bound == UNBOUNDED ? "" : "<" + std::to_string(bound) + ">";
+    return bound == no_bound ? "" : "<" + std::to_string(bound) + ">";
 }
 
 const char* prefix(Extensibility extensibility) {
@@ -100,7 +100,7 @@ std::string describe_array(const ArrayTypeImpl& type) {
 }
 
 std::string describe_sequence(const SequenceTypeImpl& type) {
-    const std::string bound = type.bounds() == UNBOUNDED ? "" : "<=" + std::to_string(type.bounds());
+    const std::string bound = type.bounds() == no_bound ? "" : "<=" + std::to_string(type.bounds());
     return (type.is_map() ? "map " : "") + describe(type.content_type()) + "[" + bound + "]";
 }
 

@@ -99,7 +99,7 @@ TEST(DoubleTextCache, WritesTheSameTextAgainAndAfterOthersTookItsPlace) {
     for (int i = 0; i < 20'000; ++i) {
         const double few = static_cast<double>(random() % 600) / 7 - 20;
         for (const double value : {few, few, -few, 0.0, -0.0, -2.2250738585072014e-308}) {
-            std::array<char, zun::printing::NUMBER_TEXT_SIZE> text;
+            std::array<char, zun::printing::number_text_size> text;
             ASSERT_EQ(reference_text(value), std::string(text.data(), cache.write(text.data(), value)));
         }
     }

@@ -24,10 +24,10 @@ std::string reference_text(Number value) {
 /// The text from write_number(); "overrun" when it wrote further than it may.
 template <typename Number>
 std::string number_text(Number value) {
-    std::array<char, printing::NUMBER_TEXT_SIZE + 8> text;
+    std::array<char, printing::number_text_size + 8> text;
     text.fill('~');
     std::string written(text.data(), printing::write_number(text.data(), value));
-    for (std::size_t i = printing::NUMBER_TEXT_SIZE; i < text.size(); ++i)
+    for (std::size_t i = printing::number_text_size; i < text.size(); ++i)
         if (text[i] != '~') return "overrun";
     return written;
 }
