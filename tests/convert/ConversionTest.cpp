@@ -205,10 +205,38 @@ TEST(Conversion, IsTheSameForAnyNumberOfJobs) {
     }
 }
 
-TEST(Conversion, LoadsAgainOnlyWhatItCouldNotKeep) {
+TEST(BatchSource, ReadsAgainOnlyWhatItCouldNotKeep) {
     FakeRecording fake = many_batches();
-    convert_all(fake, {}, fresh_folder());
-    EXPECT_EQ(61U + 61U - 48U, fake.loads) << "batches of 1 MiB, 48 MiB of which are kept";
+    for (const std::size_t kept : {std::size_t{0}, std::size_t{7}, fake.batches.size()}) {
+        const auto stream = FakeRecording::recording(fake, {}).open();
+        BatchSource source(*stream, {.channels = {true, true, true, true}}, kept << 20);  // batches of 1 MiB
+        std::vector<std::int64_t> passes[2];
+        std::size_t loaded_before = 0;
+        for (auto& stamps : passes) {
+            source.start();
+            for (SourceBatch next = source.next(); next.batch; next = source.next()) {
+                if (next.loaded)
+                    ++loaded_before;
+                else
+                    next.batch->load();
+                for (const input::Message& message : next.batch->messages())
+                    stamps.push_back(message.log_time.nanoseconds);
+                if (&stamps == &passes[0]) source.keep(next.batch);
+            }
+        }
+        EXPECT_EQ(612U, passes[0].size());
+        EXPECT_EQ(passes[0], passes[1]);
+        EXPECT_EQ(kept, loaded_before);
+    }
+}
+
+TEST(Conversion, MakesOneFileOfChannelsOfOneType) {
+    FakeRecording fake = three_readings();
+    const auto again = fake.add_channel("/a", "p/msg/R", reading);
+    fake.add(again, 13'000'000'000, R"({"id": 4, "text": "", "list": [], "blob": []})");
+    const Report report = convert_all(fake, {}, fresh_folder());
+    ASSERT_EQ(1U, report.recordings[0].topics.size());
+    EXPECT_EQ(4U, report.recordings[0].topics[0].rows);
 }
 
 TEST(Conversion, GivesSeveralRecordingsTheSameColumns) {

@@ -3,7 +3,6 @@
 #ifndef ZUN_TESTS_CONVERT_FAKE_RECORDING_HPP
 #define ZUN_TESTS_CONVERT_FAKE_RECORDING_HPP
 
-#include <atomic>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -33,7 +32,6 @@ public:
     std::vector<input::Problem> batch_problems = {};                    // of the first batch
     std::string cut = {};                                               // how reading ends, when not well
     std::map<std::uint32_t, core::xtypes::DynamicTypeImpl> types = {};  // of channels with messages
-    std::size_t loads = 0;                                              // batches loaded so far
 
     std::uint32_t add_channel(const std::string& topic, const std::string& type, const std::string& text,
                               const std::string& encoding = "cdr") {
@@ -65,7 +63,6 @@ private:
             : fake_(fake), index_(index), selection_(selection) {}
 
         void load() override {
-            ++std::atomic_ref(fake_.loads);
             for (const Stored& stored : fake_.batches[index_]) {
                 const auto time = input::Time::from_nanoseconds(stored.stamp_ns);
                 const bool wanted = selection_.channels[stored.channel] &&

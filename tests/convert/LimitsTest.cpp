@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <random>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -46,7 +48,7 @@ std::vector<std::string> header(const DynamicTypeImpl& type, const Limits& limit
     std::ostringstream line;
     std::vector<char> buffer;
     const tamber::utils::PrintFormatCsv format(property, type, line, buffer);
-    std::istringstream cells(line.str().substr(0, line.str().size() - 1));
+    std::istringstream cells(line.str().substr(0, line.str().size() - 1) + ",");
     std::vector<std::string> titles;
     for (std::string title; std::getline(cells, title, ',');)
         titles.push_back(title);
@@ -79,6 +81,43 @@ TEST(Limits, EachFieldGetsItsOwnAndColumnsAreCounted) {
         {"s", 2}, {"grid[1][0].b", 1}, {"s[1]", 6},   {"choice.one.b", 0}};
     for (const auto& [field, count] : wanted)
         EXPECT_EQ(count, elements(titles, field)) << field;
+}
+
+/// A structure of few names, so that fields resemble each other, with sequences in arrays in sequences.
+DynamicTypeImpl random_type(std::mt19937& random, int depth) {
+    const auto pick = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
+    std::vector<MemberSpec> members;
+    for (const char* name : {"a", "aa", "ab"}) {
+        if (pick(4) == 0) continue;
+        DynamicTypeImpl type = depth > 0 && pick(2) == 0 ? random_type(random, depth - 1) : number;
+        for (int wraps = pick(3); wraps > 0; --wraps)
+            type = pick(3) == 0   ? array_type(type, {1, 2})
+                   : pick(4) == 0 ? sequence_type(type, 2)
+                                  : sequence_type(type);
+        members.push_back({name, type});
+    }
+    return struct_type({.name = "Random", .members = members});
+}
+
+TEST(Limits, HoldForAnyType) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 60; ++round) {
+        const DynamicTypeImpl type = random_type(random, 3);
+        Limits limits(type);
+        Lengths lengths;
+        for (const Limits::Field& field : limits.fields())
+            lengths[field.full_name] = static_cast<std::uint32_t>(random() % 3);
+        limits.set(lengths, Limits::Origin::MEASURED);
+        const auto titles = header(type, limits);
+        EXPECT_EQ(titles.size(), limits.columns());
+        for (const std::string& title : titles) {
+            if (!title.ends_with(".length")) continue;
+            const std::string own_name = title.substr(0, title.size() - 7);
+            const auto field = lengths.find(std::regex_replace(own_name, std::regex("[0-9]+"), "*"));
+            if (field == lengths.end()) continue;  // bounded
+            EXPECT_EQ(static_cast<int>(field->second), elements(titles, own_name)) << title;
+        }
+    }
 }
 
 struct RuleCase {
