@@ -347,7 +347,8 @@ def main():
     print(sections["targets"])
     if options.more or options.write:
         if SPEED.exists():
-            sections["figures"] = table(["", "command", "CPU s", "system s", "wall s", "ns a cell", "peak MiB"], figures)
+            head = ["", "command", "CPU s", "system s", "wall s", "ns a cell", "peak MiB"]
+            sections["figures"] = table(head, figures)
             sections["instructions"] = table(["", "instructions a cell", "share"], bench.instructions())
         head = ["topics", "rows", "columns", "CPU s", "ns a cell", "ns a row", "peak MiB"]
         sections["growth"] = table(head, bench.growth())
