@@ -1,7 +1,9 @@
 #include "schema/definition/name_hash.hpp"
 
 #include <array>
+
 #include <md5.h>
+
 namespace zun::schema {
 
 std::uint32_t name_hash(const std::string& name) {
