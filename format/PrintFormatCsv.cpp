@@ -181,7 +181,7 @@ std::uint32_t PrintFormatCsv::element_columns(const ColumnInfo& column,
                                               const core::xtypes::SequenceTypeImpl& type) const {
     if (type.bounds() != core::xtypes::no_bound) return type.bounds();
     const std::uint32_t limit = property_.seq_limit_for_field(column.full_name());
-    if (Logger::instance().enabled(Logger::Level::LOCAL))
+    if (Logger::enabled(Logger::Level::LOCAL))
         Logger::instance().local("Setting unbounded sequence limit for field '" + column.name() + "' to " +
                                  std::to_string(limit));
     return limit;
@@ -191,26 +191,31 @@ std::uint32_t PrintFormatCsv::element_columns(const ColumnInfo& column,
 
 void PrintFormatCsv::start_data_conversion() {
     cursor_stack_.clear();
-    cursor_stack_.push_back(root_column_.first_child());
-    level_column_ = &root_column_;
+    push_frame(root_column_);
     sequence_contexts_.clear();
+    innermost_ = nullptr;
     dropped_collections_ = 0;
 }
 
 void PrintFormatCsv::advance_cursor() {
-    if (!cursor_stack_.empty() && cursor() != level_column().children().end()) ++cursor();
+    if (cursor_ != nullptr && cursor() != level_column_->children().end()) ++cursor();
 }
 
 void PrintFormatCsv::push_cursor() {
-    const ColumnInfo& column = *cursor();
-    cursor_stack_.push_back(column.first_child());
-    level_column_ = &column;
+    push_frame(*cursor());
+}
+
+/// Puts the cursor on the first column of `level`.
+void PrintFormatCsv::push_frame(const ColumnInfo& level) {
+    cursor_ = &cursor_stack_.emplace_back(level.first_child());
+    level_column_ = &level;
 }
 
 void PrintFormatCsv::pop_cursor() {
     if (cursor_stack_.empty()) return;
     cursor_stack_.pop_back();
-    if (!cursor_stack_.empty()) level_column_ = level_column_->parent();
+    cursor_ = cursor_stack_.empty() ? nullptr : &cursor_stack_.back();
+    level_column_ = has_parent() ? level_column_->parent() : &root_column_;
 }
 
 void PrintFormatCsv::skip_cursor_columns(const ColumnIterator& column, ZUNXMLSaveContext* context,
@@ -243,52 +248,51 @@ void PrintFormatCsv::skip_cursor_siblings(ZUNXMLSaveContext* context) {
 void PrintFormatCsv::enter_sequence_context(const ColumnInfo& column, ZUNXMLSaveContext* context) {
     SequenceContext& sequence =
         sequence_contexts_.emplace_back(SequenceContext{&column, nullptr, false, nullptr});
+    innermost_ = &sequence;
     if (context->text != nullptr) sequence.placeholder_position = end_of_text(*context) + 1;
     ZUNXMLSaveContext_appendString(context, ",");
     ZUNXMLSaveContext_appendString(context, placeholder.data());
 }
 
 bool PrintFormatCsv::sequence_limit_reached() const {
-    if (sequence_contexts_.empty() || !sequence_contexts_.back().limit_reached) return false;
-    if (Logger::instance().enabled(Logger::Level::LOCAL))
-        Logger::instance().local("  -- Sequence limit reached for column '" +
-                                 sequence_contexts_.back().column->full_name() + "'");
+    if (innermost_ == nullptr || !innermost_->limit_reached) return false;
+    if (Logger::enabled(Logger::Level::LOCAL)) log_limit_reached();
     return true;
+}
+
+void PrintFormatCsv::log_limit_reached() const {
+    Logger::instance().local("  -- Sequence limit reached for column '" + innermost_->column->full_name() +
+                             "'");
 }
 
 bool PrintFormatCsv::sequence_limit_reached(unsigned int index, ZUNXMLSaveContext* context) {
-    if (sequence_contexts_.empty()) return false;
-    SequenceContext& sequence = sequence_contexts_.back();
     // Otherwise the element is one of an array, or ends in a level of its own.
-    if (sequence.column != level_column_) return false;
-    if (index < sequence.column->sequence_bounds() && index <= INT32_MAX && !sequence.limit_reached)
-        return false;
-    return drop_element(sequence, index, context);
-}
-
-/// The test of an element at or beyond the limit, or with an index that marks the context failed.
-bool PrintFormatCsv::drop_element(SequenceContext& sequence, unsigned int index, ZUNXMLSaveContext* context) {
-    if (!sequence.limit_reached) {
+    if (innermost_ == nullptr || innermost_->column != level_column_) return false;
+    if (!innermost_->limit_reached) {
         if (index > INT32_MAX) context->failed = 1;
-        if (index < sequence.column->sequence_bounds()) return false;
-        sequence.limit_reached = true;
-        sequence.limit_position = end_of_text(*context);
+        if (index < level_column_->sequence_bounds()) return false;
+        innermost_->limit_reached = true;
+        innermost_->limit_position = end_of_text(*context);
     }
-    if (Logger::instance().enabled(Logger::Level::LOCAL))
-        Logger::instance().local("Field '" + sequence.column->name() + "': Sequence limit (" +
-                                 std::to_string(sequence.column->sequence_bounds()) +
-                                 ") reached (collection index: " + std::to_string(index) +
-                                 "), this and next item(s) will be ignored");
+    if (Logger::enabled(Logger::Level::LOCAL)) log_dropped_element(index);
     return true;
 }
 
+void PrintFormatCsv::log_dropped_element(unsigned int index) const {
+    Logger::instance().local("Field '" + innermost_->column->name() + "': Sequence limit (" +
+                             std::to_string(innermost_->column->sequence_bounds()) +
+                             ") reached (collection index: " + std::to_string(index) +
+                             "), this and next item(s) will be ignored");
+}
+
 void PrintFormatCsv::leave_sequence_context(std::string_view name, ZUNXMLSaveContext* context) {
-    if (sequence_contexts_.empty()) return;
-    const SequenceContext& sequence = sequence_contexts_.back();
+    if (innermost_ == nullptr) return;
+    const SequenceContext& sequence = *innermost_;
     if (sequence.column != &level_column() || sequence.column->name() != name) return;
     if (!cut_at_limit(sequence, context)) return;
     patch_length(sequence, context);
     sequence_contexts_.pop_back();
+    innermost_ = sequence_contexts_.empty() ? nullptr : &sequence_contexts_.back();
 }
 
 /// False when the shortened length does not fit the context, which is then marked failed.
@@ -308,7 +312,7 @@ bool PrintFormatCsv::cut_at_limit(const SequenceContext& sequence, ZUNXMLSaveCon
 void PrintFormatCsv::patch_length(const SequenceContext& sequence, const ZUNXMLSaveContext* context) const {
     if (sequence.placeholder_position == nullptr || context->length > buffer_.capacity()) return;
     const ColumnInfo& column = *sequence.column;
-    const ColumnIterator at = cursor_stack_.back();
+    const ColumnIterator at = *cursor_;
     const std::uint32_t passed =
         at == column.children().end() ? static_cast<std::uint32_t>(column.children().size()) : at->position();
     const std::uint32_t count = passed - 1;  // the length column is no element
@@ -476,8 +480,7 @@ void NativePrintFormatCsv::print_union_discriminator_beginning(DDS_PrintFormat*,
 void NativePrintFormatCsv::print_union_discriminator_ending(DDS_PrintFormat* format, ZUNXMLSaveContext*,
                                                             int) {
     PrintFormatCsv& converter = *PrintFormatCsv::from_native(format);
-    if (converter.sequence_contexts_.empty() || !converter.sequence_contexts_.back().limit_reached)
-        converter.advance_cursor();
+    if (converter.innermost_ == nullptr || !converter.innermost_->limit_reached) converter.advance_cursor();
 }
 
 void NativePrintFormatCsv::print_unset_optional_member_beginning(DDS_PrintFormat* format,

@@ -128,7 +128,7 @@ public:
     // The cursor: where in the column tree the next value belongs. One frame a level of nesting.
 
     /// The current column, or the end of its siblings. Only with a frame on the stack.
-    ColumnIterator& cursor() { return cursor_stack_.back(); }
+    ColumnIterator& cursor() { return *cursor_; }
     bool has_parent() const { return cursor_stack_.size() > 1; }
     /// The column whose children the cursor walks. Only where has_parent().
     ColumnIterator parent_cursor() const { return *std::next(cursor_stack_.rbegin()); }
@@ -166,7 +166,8 @@ private:
 
     /// The column whose children the cursor walks; the root without a frame on the stack.
     const ColumnInfo& level_column() const { return *level_column_; }
-    bool drop_element(SequenceContext& sequence, unsigned int index, ZUNXMLSaveContext* context);
+    [[gnu::cold]] void log_dropped_element(unsigned int index) const;
+    [[gnu::cold]] void log_limit_reached() const;
     void print_header(std::ostream& stream) const;
     void build_array_columns(ColumnInfo& column, const core::xtypes::ArrayTypeImpl& type);
     void build_sequence_columns(ColumnInfo& column, const core::xtypes::SequenceTypeImpl& type);
@@ -174,6 +175,7 @@ private:
     void add_element(ColumnInfo& column, const std::string& name, const core::xtypes::DynamicTypeImpl& type);
     void fill_level(ZUNXMLSaveContext* context);
     void leave_column();
+    void push_frame(const ColumnInfo& level);
     void enter_collection(ZUNXMLSaveContext* context);
     void find_member(const char* name, ZUNXMLSaveContext* context);
     bool cut_at_limit(const SequenceContext& sequence, ZUNXMLSaveContext* context) const;
@@ -189,8 +191,10 @@ private:
     std::list<ColumnIterator> cursor_stack_;
     std::list<SequenceContext> sequence_contexts_;
 
-    // Known so that no callback looks for it: the root, or what the frame below the top designates.
-    const ColumnInfo* level_column_ = &root_column_;
+    // Known so that no callback looks for them.
+    ColumnIterator* cursor_ = nullptr;                // of the top frame; null without a frame
+    const ColumnInfo* level_column_ = &root_column_;  // the root, or what the frame below the top designates
+    SequenceContext* innermost_ = nullptr;            // sequence context; null without one
 
     // Collections begun inside dropped elements and not ended: theirs are endings that close nothing.
     std::uint32_t dropped_collections_ = 0;

@@ -4,11 +4,6 @@
 
 namespace zun::chronicle {
 
-Logger& Logger::instance() {
-    static Logger logger;
-    return logger;
-}
-
 void Logger::listen(Level threshold, Sink sink) {
     const std::lock_guard lock(mutex_);
     sink_ = std::move(sink);

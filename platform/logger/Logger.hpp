@@ -18,13 +18,16 @@ public:
     enum class Level { LOCAL, WARN, NONE };  ///< in ascending order of weight
     using Sink = std::function<void(Level, const std::string&)>;
 
-    static Logger& instance();
+    static Logger& instance() {
+        static Logger logger;
+        return logger;
+    }
 
     void local(const std::string& message) { write(Level::LOCAL, message); }
     void warn(const std::string& message) { write(Level::WARN, message); }
 
     /// Whether a message of `level` reaches anyone.
-    bool enabled(Level level) const { return level >= threshold_.load(std::memory_order_relaxed); }
+    static bool enabled(Level level) { return level >= threshold_.load(std::memory_order_relaxed); }
 
     /// Sends messages of `threshold` and above to `sink`, called on one thread at a time; Level::NONE sends
     /// none.
@@ -34,8 +37,8 @@ private:
     Logger() = default;
     void write(Level level, const std::string& message);
 
-    std::atomic<Level> threshold_ = Level::NONE;
-    std::mutex mutex_;  // guards the sink
+    static inline std::atomic<Level> threshold_ = Level::NONE;  // asked on hot paths: no instance needed
+    std::mutex mutex_;                                          // guards the sink
     Sink sink_;
 };
 
