@@ -101,7 +101,7 @@ void print_bash(std::ostream& out, const CLI::App& app) {
            "    fi\n}\ncomplete -o default -F _dds2csv dds2csv\n";
 }
 
-/// The text of an option in a zsh specification, where brackets and colons have meanings.
+/// The text of an option as zsh completion takes it, where brackets and colons have meanings.
 std::string zsh_text(const std::string& text) {
     return replaced(replaced(replaced(replaced(text, "'", "’"), "[", "\\["), "]", "\\]"), ":", "\\:");
 }
