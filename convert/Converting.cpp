@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t reasons_kept = 3;
 constexpr std::size_t problems_kept = 20;
 constexpr std::size_t most_padding = 3;
-constexpr std::size_t most_waiting_bytes = 8 * 1024 * 1024;  // rows of one batch
+constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one batch
 
 /// The fewest elements that a field keeps anywhere.
 std::uint32_t fewest_kept(const Limits::Field& field) {

@@ -7,7 +7,7 @@ namespace zun::convert {
 namespace {
 
 constexpr std::size_t first_capacity = 4096;
-constexpr std::size_t most_kept_bytes = 2 * 1024 * 1024;  // between batches
+constexpr std::size_t most_kept_bytes = std::size_t{2} * 1024 * 1024;  // between batches
 
 /// The format compares positions with the capacity, and the engine writes into the size: both are the same
 /// here.
