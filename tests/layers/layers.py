@@ -43,7 +43,6 @@ DOORS = {
     r"yaml-cpp/.*": "input/rosbag2 convert",
     r"CLI/.*": "cli",
     r"(oneapi/)?tbb/.*": "convert",
-    r"spdlog/.*": "platform/logger",
     r"(nlohmann|gtest|gmock)/.*": "tests",
     r"benchmark/.*": "benchmarks",
     r"[a-z]*mmintrin\.h": "platform/printing",
