@@ -4,10 +4,10 @@
 
 namespace zun::chronicle {
 
-void Logger::listen(Level threshold, Sink sink) {
+void Logger::listen(Level least, Sink sink) {
     const std::lock_guard lock(mutex_);
     sink_ = std::move(sink);
-    threshold_.store(sink_ ? threshold : Level::NONE, std::memory_order_relaxed);
+    threshold.store(sink_ ? least : Level::NONE, std::memory_order_relaxed);
 }
 
 void Logger::write(Level level, const std::string& message) {

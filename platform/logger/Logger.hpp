@@ -27,18 +27,18 @@ public:
     void warn(const std::string& message) { write(Level::WARN, message); }
 
     /// Whether a message of `level` reaches anyone.
-    static bool enabled(Level level) { return level >= threshold_.load(std::memory_order_relaxed); }
+    static bool enabled(Level level) { return level >= threshold.load(std::memory_order_relaxed); }
 
-    /// Sends messages of `threshold` and above to `sink`, called on one thread at a time; Level::NONE sends
+    /// Sends messages of `least` and above to `sink`, called on one thread at a time; Level::NONE sends
     /// none.
-    void listen(Level threshold, Sink sink);
+    void listen(Level least, Sink sink);
 
 private:
     Logger() = default;
     void write(Level level, const std::string& message);
 
-    static inline std::atomic<Level> threshold_ = Level::NONE;  // asked on hot paths: no instance needed
-    std::mutex mutex_;                                          // guards the sink
+    static inline std::atomic<Level> threshold = Level::NONE;  // asked on hot paths: no instance needed
+    std::mutex mutex_;                                         // guards the sink
     Sink sink_;
 };
 
