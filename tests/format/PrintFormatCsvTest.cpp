@@ -68,7 +68,10 @@ DynamicTypeImpl structure(std::vector<MemberSpec> members) {
 struct HandDriven {
     HandDriven(const PrintFormatCsvProperty& property, const DynamicTypeImpl& type,
                std::size_t capacity = 4096)
-        : buffer(capacity), converter(property, type, header, buffer), record(*converter.native()) {
+        : settings(property),
+          buffer(capacity),
+          converter(settings, type, header, buffer),
+          record(*converter.native()) {
         context = {.text = buffer.data(), .capacity = static_cast<std::uint32_t>(buffer.size())};
     }
     void beginning() { record.print_top_level_beginning(&record, &context, nullptr, 0); }
@@ -92,6 +95,7 @@ struct HandDriven {
     }
     std::string text() const { return {buffer.data(), context.length}; }
 
+    PrintFormatCsvProperty settings;  // the converter reads it for as long as it lives
     std::ostringstream header;
     std::vector<char> buffer;
     PrintFormatCsv converter;
@@ -263,7 +267,7 @@ TEST(Row, MembersThatAreNotAnnouncedGetEmptyCells) {
                       structure({{"a", two}, {"list", sequence_type(int32)}, {"b", int32}, {"c", int32}}));
     driven.beginning();
     driven.member("b", "1");
-    property.empty_member_value_representation("");
+    driven.settings.empty_member_value_representation("");
     driven.ending();
     EXPECT_EQ(",nil,nil,nil,nil,nil,1", driven.text());
     driven.context.length = 0;
