@@ -42,19 +42,22 @@ bool is_recording_file(const fs::path& path) {
     return input::is_mcap(bytes) || input::rosbag2::is_sqlite(bytes) || input::rosbag2::is_zstd(bytes);
 }
 
-/// The recordings in a folder that is none itself, by name.
+/// The folder itself where it is a recording, else its files that are; and what its subfolders hold, by name.
+/// Subfolders of a recording count too: nothing lies in a folder unseen.
 std::vector<fs::path> recordings_in(const fs::path& folder) {
     std::vector<fs::path> entries;
     for (const auto& entry : fs::directory_iterator(folder))
         entries.push_back(entry.path());
     std::sort(entries.begin(), entries.end());
+    const bool is_bag = is_recording(folder);
     std::vector<fs::path> found;
+    if (is_bag) found.push_back(folder);
     for (const fs::path& entry : entries) {
-        if (is_recording(entry)) {
-            found.push_back(entry);
-        } else if (fs::is_directory(entry) && !fs::is_symlink(entry)) {
+        if (fs::is_directory(entry) && !fs::is_symlink(entry)) {
             const auto inside = recordings_in(entry);
             found.insert(found.end(), inside.begin(), inside.end());
+        } else if (!is_bag && is_recording(entry)) {
+            found.push_back(entry);
         }
     }
     return found;
@@ -77,7 +80,7 @@ std::vector<Found> find_all(const std::vector<std::string>& paths) {
     std::vector<Found> all;
     for (const std::string& text : paths) {
         const fs::path path = text;
-        if (!fs::is_directory(path) || is_recording(path)) {
+        if (!fs::is_directory(path)) {
             all.push_back({path, stem(path)});
             continue;
         }
