@@ -22,7 +22,7 @@ SourceBatch BatchSource::next() {
 }
 
 void BatchSource::keep(std::shared_ptr<input::Batch> batch) {
-    keeping_ = keeping_ && kept_bytes_ + batch->loaded_bytes() <= budget_bytes_;
+    keeping_ = keeping_ && batch->is_costly() && kept_bytes_ + batch->loaded_bytes() <= budget_bytes_;
     if (!keeping_) return;
     kept_bytes_ += batch->loaded_bytes();
     kept_.push_back(std::move(batch));

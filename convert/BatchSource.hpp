@@ -1,7 +1,7 @@
 // BatchSource: the batches of one selection of a stream, for one pass or two.
 //
-// The first pass may give loaded batches back, in their order; as long as they fit into the budget, the
-// second pass gets them again and reads only what follows.
+// The first pass may give loaded batches back, in their order; as long as they are costly and fit into the
+// budget, the second pass gets them again and reads only what follows.
 
 #ifndef ZUN_CONVERT_BATCH_SOURCE_HPP
 #define ZUN_CONVERT_BATCH_SOURCE_HPP

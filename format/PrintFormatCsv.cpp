@@ -26,17 +26,17 @@ void check(const char* name) {
 
 /// Writes the first cell and copies it on, in ever longer runs.
 void append_empty_cells(ZUNXMLSaveContext* context, std::uint32_t count, const std::string& empty_text) {
+    if (count == 0) return;
     const std::size_t text_size = std::strlen(empty_text.c_str());
     const std::size_t cell_size = 1 + text_size;
     const std::size_t size = cell_size * count;
-    char* const cells = count > 0 ? ZUNXMLSaveContext_room(context, size) : nullptr;
-    if (cells != nullptr) {
-        cells[0] = ',';
-        std::memcpy(cells + 1, empty_text.c_str(), text_size);
-        for (std::size_t done = cell_size; done < size; done += std::min(done, size - done))
-            std::memcpy(cells + done, cells, std::min(done, size - done));
-    }
-    ZUNXMLSaveContext_advance(context, size);
+    if (!ZUNXMLSaveContext_fits(context, size)) return ZUNXMLSaveContext_count(context, size);
+    char* const cells = context->text + context->length;
+    cells[0] = ',';
+    std::memcpy(cells + 1, empty_text.c_str(), text_size);
+    for (std::size_t done = cell_size; done < size; done += std::min(done, size - done))
+        std::memcpy(cells + done, cells, std::min(done, size - done));
+    context->length += static_cast<std::uint32_t>(size);
 }
 
 char* end_of_text(const ZUNXMLSaveContext& context) {
@@ -195,6 +195,7 @@ void PrintFormatCsv::start_data_conversion() {
     sequence_contexts_.clear();
     innermost_ = nullptr;
     dropped_collections_ = 0;
+    note_level();
 }
 
 void PrintFormatCsv::advance_cursor() {
@@ -209,6 +210,7 @@ void PrintFormatCsv::push_cursor() {
 void PrintFormatCsv::push_frame(const ColumnInfo& level) {
     cursor_ = &cursor_stack_.emplace_back(level.first_child());
     level_column_ = &level;
+    note_level();
 }
 
 void PrintFormatCsv::pop_cursor() {
@@ -216,6 +218,15 @@ void PrintFormatCsv::pop_cursor() {
     cursor_stack_.pop_back();
     cursor_ = cursor_stack_.empty() ? nullptr : &cursor_stack_.back();
     level_column_ = has_parent() ? level_column_->parent() : &root_column_;
+    note_level();
+}
+
+/// Decides for all elements of the level at once, as far as that can be done.
+void PrintFormatCsv::note_level() {
+    const bool is_sequence = innermost_ != nullptr && innermost_->column == level_column_;
+    dropping_ = is_sequence && innermost_->limit_reached;
+    const std::uint32_t bounds = std::min<std::uint32_t>(level_column_->sequence_bounds(), INT32_MAX);
+    surely_written_ = !is_sequence ? UINT32_MAX : dropping_ ? 0 : bounds;
 }
 
 void PrintFormatCsv::skip_cursor_columns(const ColumnIterator& column, ZUNXMLSaveContext* context,
@@ -249,6 +260,7 @@ void PrintFormatCsv::enter_sequence_context(const ColumnInfo& column, ZUNXMLSave
     SequenceContext& sequence =
         sequence_contexts_.emplace_back(SequenceContext{&column, nullptr, false, nullptr});
     innermost_ = &sequence;
+    note_level();
     if (context->text != nullptr) sequence.placeholder_position = end_of_text(*context) + 1;
     ZUNXMLSaveContext_appendString(context, ",");
     ZUNXMLSaveContext_appendString(context, placeholder.data());
@@ -266,15 +278,20 @@ void PrintFormatCsv::log_limit_reached() const {
 }
 
 bool PrintFormatCsv::sequence_limit_reached(unsigned int index, ZUNXMLSaveContext* context) {
+    if (index < surely_written_) return false;
+    if (!dropping_ && !reaches_limit(index, context)) return false;
+    if (Logger::enabled(Logger::Level::LOCAL)) log_dropped_element(index);
+    return true;
+}
+
+bool PrintFormatCsv::reaches_limit(unsigned int index, ZUNXMLSaveContext* context) {
     // Otherwise the element is one of an array, or ends in a level of its own.
     if (innermost_ == nullptr || innermost_->column != level_column_) return false;
-    if (!innermost_->limit_reached) {
-        if (index > INT32_MAX) context->failed = 1;
-        if (index < level_column_->sequence_bounds()) return false;
-        innermost_->limit_reached = true;
-        innermost_->limit_position = end_of_text(*context);
-    }
-    if (Logger::enabled(Logger::Level::LOCAL)) log_dropped_element(index);
+    if (index > INT32_MAX) context->failed = 1;
+    if (index < level_column_->sequence_bounds()) return false;
+    innermost_->limit_reached = true;
+    innermost_->limit_position = end_of_text(*context);
+    note_level();
     return true;
 }
 
@@ -293,6 +310,7 @@ void PrintFormatCsv::leave_sequence_context(std::string_view name, ZUNXMLSaveCon
     patch_length(sequence, context);
     sequence_contexts_.pop_back();
     innermost_ = sequence_contexts_.empty() ? nullptr : &sequence_contexts_.back();
+    note_level();
 }
 
 /// False when the shortened length does not fit the context, which is then marked failed.

@@ -176,8 +176,10 @@ private:
     void fill_level(ZUNXMLSaveContext* context);
     void leave_column();
     void push_frame(const ColumnInfo& level);
+    void note_level();
     void enter_collection(ZUNXMLSaveContext* context);
     void find_member(const char* name, ZUNXMLSaveContext* context);
+    [[gnu::cold]] bool reaches_limit(unsigned int index, ZUNXMLSaveContext* context);
     bool cut_at_limit(const SequenceContext& sequence, ZUNXMLSaveContext* context) const;
     void patch_length(const SequenceContext& sequence, const ZUNXMLSaveContext* context) const;
 
@@ -195,6 +197,8 @@ private:
     ColumnIterator* cursor_ = nullptr;                // of the top frame; null without a frame
     const ColumnInfo* level_column_ = &root_column_;  // the root, or what the frame below the top designates
     SequenceContext* innermost_ = nullptr;            // sequence context; null without one
+    std::uint32_t surely_written_ = UINT32_MAX;       // elements of the level that no limit can touch
+    bool dropping_ = false;                           // all further elements of the level
 
     // Collections begun inside dropped elements and not ended: theirs are endings that close nothing.
     std::uint32_t dropped_collections_ = 0;

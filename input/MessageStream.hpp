@@ -64,6 +64,8 @@ public:
     virtual std::span<const Problem> problems() const = 0;
     /// Bytes that the loaded batch holds, known before load().
     virtual std::size_t loaded_bytes() const = 0;
+    /// Whether having it again takes longer than the memory that keeping it needs, known before load().
+    virtual bool is_costly() const { return true; }
 };
 
 /// What next_batch() delivers of a stream.

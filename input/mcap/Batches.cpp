@@ -36,6 +36,11 @@ std::size_t SliceBatch::loaded_bytes() const {
     return bytes;
 }
 
+bool SliceBatch::is_costly() const {
+    return std::any_of(parts_.begin(), parts_.end(),
+                       [](const Part& part) { return part.piece->piece().is_compressed(); });
+}
+
 void PickedBatch::add(const LoadedPiece& piece) {
     for (const Message& message : piece.between(from_, until_)) {
         const Key key = std::clamp(Key{message.log_time, piece.piece().offset}, piece.piece().first_key(),

@@ -23,6 +23,7 @@ public:
     std::span<const Message> messages() const override { return messages_; }
     std::span<const Problem> problems() const override { return problems_; }
     std::size_t loaded_bytes() const override;
+    bool is_costly() const override;
 
 private:
     std::vector<Part> parts_;  // in file order

@@ -36,6 +36,7 @@ struct Piece {
     Key first_key() const { return {Time::from_nanoseconds(first), offset}; }
     Key last_key() const { return {Time::from_nanoseconds(last), offset}; }
     std::size_t loaded_bytes() const { return content_bytes + message_count * sizeof(Message); }
+    bool is_compressed() const { return content_bytes > bytes; }
 };
 
 /// A problem; its text ends with the messages lost, if any.

@@ -91,6 +91,7 @@ public:
     std::span<const Message> messages() const override { return messages_; }
     std::span<const Problem> problems() const override { return problems_; }
     std::size_t loaded_bytes() const override { return inner_->loaded_bytes(); }
+    bool is_costly() const override { return inner_->is_costly(); }
 
 private:
     std::shared_ptr<MessageStream> stream_;  // may be needed by inner_

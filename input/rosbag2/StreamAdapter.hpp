@@ -19,6 +19,7 @@ public:
     std::span<const Message> messages() const override { return inner_->messages(); }
     std::span<const Problem> problems() const override { return inner_->problems(); }
     std::size_t loaded_bytes() const override { return inner_->loaded_bytes(); }
+    bool is_costly() const override { return inner_->is_costly(); }
 
 protected:
     Batch& inner() { return *inner_; }

@@ -1,16 +1,20 @@
-// Shortest text of floats and doubles, after Raffaele Giulietti, "The Schubfach way to render doubles"
-// (2020).
+// Shortest text of floats and doubles.
 //
 // A finite value is significand * 2^exponent2. All reals nearer to it than to its neighbours read back to it:
-// the rounding interval. A power of ten is chosen such that this interval, in units of that power, is at
-// least one and less than ten wide: so it holds a whole number, and at most one multiple of ten. Three
-// products with a 128-bit power of ten bring the value and both ends of the interval to that unit; comparing
-// whole numbers does the rest.
+// the rounding interval. In units of 10^k, k being floor(log10(2^exponent2)), this interval is at least one and
+// less than ten wide: so it holds a whole number, and at most one multiple of ten, which is shorter then.
+//
+// One product with a power of ten gives the value in tens of that unit, a whole part and a fraction of 64
+// bits. The fraction says whether the multiple of ten below or above is within half an interval, and if
+// neither is, its nearest tenth is the last digit. The power is inexact and so is the fraction, by a bound
+// that is known: what is not clear by more than that, as ties and the very ends of the interval, is left to
+// the standard library. So are powers of two, whose interval is lopsided, and subnormal numbers.
 
 #include "platform/printing/NumberText.hpp"
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 
 #ifdef __SSE2__
@@ -49,7 +53,7 @@ struct PowerOfTen {
     std::uint64_t low;
 };
 
-/// A number of 1216 bits, most significant word first: holds 10^324, and 2^1215 / 10^292 to 245 bits.
+/// A number of 1216 bits, most significant word first: holds 10^324, and 2^1215 / 10^293 to 242 bits.
 using WideNumber = std::array<std::uint64_t, 19>;
 
 constexpr void multiply(WideNumber& number, std::uint64_t factor) {
@@ -86,7 +90,7 @@ constexpr PowerOfTen leading_bits(const WideNumber& number, bool exact) {
     return {high_word(bits), low_word(bits)};
 }
 
-constexpr int least_power = -292;
+constexpr int least_power = -293;
 constexpr int greatest_power = 324;
 
 constexpr auto powers_of_ten = [] {
@@ -111,10 +115,8 @@ constexpr int floor_log2_of_power_of_ten(int power) {
     return (power * 1'741'647) >> 19;
 }
 
-/// floor(log10(width)), `width` being 2^exponent2, or three quarters of that when `three_quarters` is all
-/// bits.
-constexpr int floor_log10_of_width(int exponent2, int three_quarters) {
-    return (exponent2 * 1'262'611 - (three_quarters & 524'031)) >> 22;
+constexpr int floor_log10_of_power_of_two(int power) {
+    return (power * 1'262'611) >> 22;
 }
 
 // ---------------------------------------------------------------------------- shortest decimal
@@ -129,66 +131,65 @@ struct Format {
     static constexpr int exponent_bias = std::numeric_limits<Real>::max_exponent - 1 + fraction_bits;
 };
 
-/// A finite positive number, significand * 2^exponent2.
+/// A number in some unit.
 template <typename Bits>
-struct Binary {
-    Bits significand;
-    int exponent2;
-    Bits nearer_below;  ///< all bits for a power of two, whose lower neighbour is half as far, else none
+struct Scaled {
+    Bits whole;
+    std::uint64_t fraction;  ///< in 2^-64, at most error_bound<Bits> off
+    std::uint64_t half;      ///< half the width of the rounding interval, likewise
 };
 
-/// significand * 10^exponent10
+template <typename Bits>
+inline constexpr std::uint64_t error_bound = 4;
+/// A float is multiplied by 64 bits of the power, the last of which may be one off.
+template <>
+inline constexpr std::uint64_t error_bound<std::uint32_t> = 1U << 25U;
+
+/// `significand` * `power` / 2^`shift`, `power` being a fraction of 128 bits; `shift` is 0 to 3.
+inline Scaled<std::uint64_t> scale(std::uint64_t significand, PowerOfTen power, int shift) {
+    const std::uint64_t high = power.high >> shift;
+    const std::uint64_t low = power.low >> shift | (power.high << 1) << (63 - shift);
+    const uint128 product = uint128{high} * significand + high_word(uint128{low} * significand);
+    return {high_word(product), low_word(product), high / 2};
+}
+
+inline Scaled<std::uint32_t> scale(std::uint32_t significand, PowerOfTen power, int shift) {
+    const std::uint64_t high = power.high >> shift;
+    const uint128 product = uint128{high} * significand;
+    return {static_cast<std::uint32_t>(high_word(product)), low_word(product), high / 2};
+}
+
+/// (tens * 10 + ones) * 10^exponent10
 template <typename Bits>
 struct Decimal {
-    Bits significand;
+    Bits tens;
+    std::uint32_t ones;
     int exponent10;
+    bool is_clear;
 };
 
-/// A product with a power of ten, in quarters of the decimal unit: the upper half is whole, the lower half is
-/// the fraction. A power is rounded up, which leaves 0 or 1 in the last place where the fraction is zero,
-/// and more than that where it is not.
-inline uint128 scale(PowerOfTen power, std::uint64_t factor) {
-    const uint128 low = uint128{power.low} * factor;
-    return uint128{power.high} * factor + high_word(low);
+/// Whether two fractions differ by less than `bound`, from either side of a whole number, too.
+constexpr bool is_near(std::uint64_t one, std::uint64_t other, std::uint64_t bound) {
+    return one - other + bound < 2 * bound;
 }
 
-inline std::uint64_t scale(PowerOfTen power, std::uint32_t factor) {
-    const std::uint64_t rounded_up = power.high + 1;  // 64 bits are enough for a float
-    return high_word(uint128{rounded_up} * (std::uint64_t{factor} << 32));
-}
-
-constexpr std::uint64_t whole_part(uint128 scaled) {
-    return high_word(scaled);
-}
-constexpr std::uint32_t whole_part(std::uint64_t scaled) {
-    return static_cast<std::uint32_t>(scaled >> 32);
-}
-
-/// The shortest decimal in the rounding interval, and of those the nearest to the number. It may end in
-/// zeros.
-///
-/// Everything is decided by selection instead of branches, which nothing could predict.
+/// The shortest decimal in the rounding interval of significand * 2^exponent2, and of those the nearest to the
+/// number, if that is clear. It may end in zeros.
 template <typename Bits>
-inline Decimal<Bits> shortest_decimal(const Binary<Bits>& number) {
-    const int exponent10 = floor_log10_of_width(number.exponent2, static_cast<int>(number.nearer_below));
-    const int shift = number.exponent2 + floor_log2_of_power_of_ten(-exponent10) + 1;
-    const PowerOfTen power = power_of_ten(-exponent10);
-    const Bits quarters = 4 * number.significand;
-    const auto lower = scale(power, (quarters - 2 - number.nearer_below) << shift);
-    const auto value = scale(power, quarters << shift);
-    const auto upper = scale(power, (quarters + 2) << shift);
+inline Decimal<Bits> shortest_decimal(Bits significand, int exponent2) {
+    const int exponent10 = floor_log10_of_power_of_two(exponent2);
+    const int power = -1 - exponent10;
+    const int shift = -1 - exponent2 - floor_log2_of_power_of_ten(power);
+    const auto [whole, fraction, half] = scale(significand, power_of_ten(power), shift);
+    const std::uint64_t up = fraction >> 63;  // is the nearest ten
+    const std::uint64_t distance = fraction ^ (0 - up);
+    const uint128 tenths = uint128{fraction} * 10 + (uint128{1} << 63);
 
-    // The whole numbers in the interval. Its ends read back to an even significand only.
-    const Bits odd = number.significand & 1;
-    const Bits least = whole_part(lower - 2 + 2 * odd) / 4 + 1;
-    const Bits greatest = whole_part(upper - 2 * odd) / 4;
-
-    const Bits tens = greatest / 10 * 10;
-    const Bits down = whole_part(value) / 4;
-    const Bits nearest = (whole_part(value - 2 + 2 * (down & 1)) + 2) / 4;  // a tie goes to the even number
-    // The interval of a power of two is shorter below, where the nearest number may miss it.
-    const Bits ones = std::max(nearest, least);
-    return {tens ^ ((tens ^ ones) & less_mask(tens, least)), exponent10};
+    constexpr std::uint64_t bound = error_bound<Bits>;
+    const bool is_clear = !is_near(distance, half, bound) && !is_near(low_word(tenths), 0, 16 * bound);
+    const std::uint64_t shorter = less_mask(distance, half);
+    return {whole + static_cast<Bits>(shorter & up),
+            static_cast<std::uint32_t>(high_word(tenths) & ~shorter), exponent10, is_clear};
 }
 
 // ---------------------------------------------------------------------------- layout
@@ -274,56 +275,74 @@ private:
 };
 #endif
 
-/// The number 0.dddd * 10^point: a first digit that is not zero and sixteen more.
+/// Eight digits, the first in the lowest byte.
+class EightDigits {
+public:
+    explicit EightDigits(std::uint64_t digits) : digits_(digits) {}
+
+    /// The number of digits up to the last one that is not zero.
+    int significant() const { return (64 - std::countl_zero(digits_) + 7) / 8; }
+
+    void store(char* out) const { store(out, text()); }
+
+    /// Stores the digits with a point before digit `index`, 0 to 7: 9 bytes.
+    void store_with_point(char* out, int index) const {
+        store(out, text());
+        out[index] = '.';
+        store(out + index + 1, text() >> 8 * index);
+    }
+
+private:
+    static void store(char* out, std::uint64_t text) { std::memcpy(out, &text, sizeof text); }
+    std::uint64_t text() const { return digits_ | digits::ascii_zeros; }
+
+    std::uint64_t digits_;
+};
+
+/// The number 0.dddd * 10^point: a first digit that is not zero and some more.
+template <typename Following>
 struct Digits {
-    Digits(std::uint64_t first_digit, std::uint64_t upper, std::uint64_t lower, int decimal_point)
+    Digits(std::uint64_t first_digit, Following following_digits, int decimal_point)
         : first(static_cast<char>('0' + first_digit)),
-          following(upper, lower),
+          following(following_digits),
           count(1 + following.significant()),
           point(decimal_point) {}
 
     char first;
-    SixteenDigits following;
+    Following following;
     int count;  // all digits but the zeros at the end
     int point;
 };
 
-inline Digits digits_of(Decimal<std::uint64_t> decimal) {
-    constexpr std::uint64_t ten_to_16 = digits::ten_to_16;
+inline Digits<SixteenDigits> digits_of(const Decimal<std::uint64_t>& decimal) {
     constexpr std::uint64_t ten_to_8 = digits::ten_to_8;
-    auto [number, exponent10] = decimal;
-    const std::uint64_t sixteen = less_mask(number, ten_to_16);  // normal numbers have 16 or 17
+    std::uint64_t number = decimal.tens * 10 + decimal.ones;
+    const std::uint64_t sixteen = less_mask(number, digits::ten_to_16);  // else seventeen
     number += (number * 9) & sixteen;
-    exponent10 += static_cast<int>(sixteen);
-    for (; number < ten_to_16; number *= 10)
-        --exponent10;
     const std::uint64_t nine = number / ten_to_8;
     const std::uint64_t first = nine / ten_to_8;
-    return {first, nine - first * ten_to_8, number - nine * ten_to_8, exponent10 + 17};
+    return {first, SixteenDigits(nine - first * ten_to_8, number - nine * ten_to_8),
+            decimal.exponent10 + 17 + static_cast<int>(sixteen)};
 }
 
-inline Digits digits_of(Decimal<std::uint32_t> decimal) {
-    constexpr auto ten_to_8 = static_cast<std::uint32_t>(digits::ten_to_8);
-    auto [number, exponent10] = decimal;
-    for (int i = 0; i < 2; ++i) {  // normal numbers have 7 to 9
-        const std::uint32_t too_short = less_mask(number, ten_to_8);
-        number += (number * 9) & too_short;
-        exponent10 += static_cast<int>(too_short);
-    }
-    for (; number < ten_to_8; number *= 10)
-        --exponent10;
-    const std::uint32_t first = number / ten_to_8;
-    return {first, number - first * ten_to_8, 0, exponent10 + 9};
+inline Digits<EightDigits> digits_of(const Decimal<std::uint32_t>& decimal) {
+    const std::uint64_t tens = digits::eight_digits(decimal.tens);
+    const int leading = std::countr_zero(tens) / 8;  // none to two of eight
+    const std::uint64_t number = tens >> 8 * leading;
+    const std::uint64_t ones = std::uint64_t{decimal.ones} << 8 * (7 - leading);
+    return {number & 0xff, EightDigits(number >> 8 | ones), decimal.exponent10 + 9 - leading};
 }
 
 /// Whether fixed notation is not longer than scientific, zeros that stand for dropped digits included.
-inline bool is_fixed(const Digits& number) {
+template <typename Following>
+inline bool is_fixed(const Digits<Following>& number) {
     const int lone = number.count == 1;  // scientific without a point
     return number.point >= lone - 3 && number.point - number.count <= 5 - lone;
 }
 
 /// Writes "ddd.ddd" or "0.00ddd".
-inline char* write_fixed(char* out, const Digits& number) {
+template <typename Following>
+inline char* write_fixed(char* out, const Digits<Following>& number) {
     if (number.point <= 0) {
         std::memcpy(out, "0.00000", 8);
         out += 2 - number.point;
@@ -337,7 +356,8 @@ inline char* write_fixed(char* out, const Digits& number) {
 }
 
 /// Writes "d.ddde-05".
-inline char* write_scientific(char* out, const Digits& number) {
+template <typename Following>
+inline char* write_scientific(char* out, const Digits<Following>& number) {
     out[0] = number.first;
     out[1] = '.';
     number.following.store(out + 2);
@@ -357,31 +377,35 @@ inline char* write_scientific(char* out, const Digits& number) {
 }
 
 template <typename Real>
-inline char* write_real(char* out, Real value) {
+[[gnu::noinline]] char* write_standard(char* out, Real value) {
+    return std::to_chars(out, out + number_text_size, value).ptr;
+}
+
+/// Zeros, subnormal numbers, infinities and what is not a number.
+template <typename Real>
+[[gnu::noinline]] char* write_special(char* out, Real value) {
+    if (value == 0) {
+        *out = '-';
+        out += std::signbit(value);
+        *out = '0';
+        return out + 1;
+    }
+    return write_standard(out, std::isnan(value) ? std::abs(value) : value);
+}
+
+template <typename Real>
+inline char* write_real(char* const begin, Real value) {
     using Number = Format<Real>;
     using Bits = typename Number::Bits;
     const auto bits = std::bit_cast<Bits>(value);
     const Bits fraction = bits & (Number::hidden_bit - 1);
     const int exponent = static_cast<int>(bits >> Number::fraction_bits) & Number::exponent_mask;
-    const bool negative = bits >> (8 * sizeof bits - 1) != 0;
+    if (exponent == 0 || exponent == Number::exponent_mask) return write_special(begin, value);
 
-    if (exponent == Number::exponent_mask && fraction != 0) {
-        std::memcpy(out, "nan", 3);
-        return out + 3;
-    }
-    *out = '-';
-    out += negative;
-    if (exponent == Number::exponent_mask) {
-        std::memcpy(out, "inf", 3);
-        return out + 3;
-    }
-    if (static_cast<Bits>(bits << 1) == 0) {
-        *out = '0';
-        return out + 1;
-    }
-
-    const Bits significand = exponent == 0 ? fraction : fraction | Number::hidden_bit;
-    const int exponent2 = (exponent == 0 ? 1 : exponent) - Number::exponent_bias;
+    *begin = '-';
+    char* const out = begin + (bits >> (8 * sizeof bits - 1));
+    const Bits significand = fraction | Number::hidden_bit;
+    const int exponent2 = exponent - Number::exponent_bias;
     if (exponent2 <= 0 && exponent2 >= -Number::fraction_bits) {
         const Bits whole = significand >> -exponent2;
         // Up to four zeros at the end never make scientific notation shorter.
@@ -389,12 +413,13 @@ inline char* write_real(char* out, Real value) {
             return digits::write_unsigned(out, whole);
     }
 
-    const Bits nearer_below = less_mask<Bits>(fraction, 1) & less_mask<Bits>(1, static_cast<Bits>(exponent));
-    const auto number = digits_of(shortest_decimal<Bits>({significand, exponent2, nearer_below}));
+    const auto decimal = shortest_decimal(significand, exponent2);
+    if (fraction == 0 || !decimal.is_clear) return write_standard(begin, value);
+    const auto number = digits_of(decimal);
     if (!is_fixed(number)) return write_scientific(out, number);
     // A whole number with more bits than the significand holds has all its digits in fixed notation, also
     // those that the shortest decimal would leave at zero.
-    if (exponent2 > 0) return std::to_chars(out, out + number_text_size - 1, negative ? -value : value).ptr;
+    if (exponent2 > 0) return write_standard(begin, value);
     return write_fixed(out, number);
 }
 

@@ -66,6 +66,19 @@ inline char* write_up_to_eight(char* out, std::uint64_t value) {
     return out + 8 - leading;
 }
 
+/// Writes `value` < 10^4 without leading zeros, as write_up_to_eight() does.
+inline char* write_up_to_four(char* out, std::uint32_t value) {
+    const std::uint32_t hundreds = (value * 5'243) >> 19;
+    const std::uint32_t twos = hundreds | (value - hundreds * 100) << 16;
+    const std::uint32_t tens = ((twos * 103) >> 10) & 0x000f'000f;
+    const std::uint32_t bytes = tens | (twos - tens * 10) << 8;
+    const std::uint32_t last_byte = std::uint32_t{1} << 24;
+    const int leading = std::countr_zero(bytes | last_byte) / 8;
+    const std::uint32_t text = (bytes | static_cast<std::uint32_t>(ascii_zeros)) >> 8 * leading;
+    std::memcpy(out, &text, sizeof text);
+    return out + 4 - leading;
+}
+
 struct OctetText {
     std::array<char, 3> text;
     std::uint8_t length;
@@ -90,6 +103,7 @@ inline char* write_octet(char* out, std::uint8_t value) {
 
 inline char* write_unsigned(char* out, std::uint64_t value) {
     if (value < octet_texts.size()) return write_octet(out, static_cast<std::uint8_t>(value));
+    if (value < 10'000) return write_up_to_four(out, static_cast<std::uint32_t>(value));
     if (value < ten_to_8) return write_up_to_eight(out, value);
     if (value < ten_to_16) return write_eight(write_up_to_eight(out, value / ten_to_8), value % ten_to_8);
     const std::uint64_t rest = value % ten_to_16;

@@ -178,10 +178,13 @@ private:
 
     template <typename Value>
     void number(Value value) {
-        if (char* const room = ZUNXMLSaveContext_room(context_, number_text_size)) {
-            ZUNXMLSaveContext_advance(context_, static_cast<std::size_t>(write(room, value) - room));
-            return;
-        }
+        if (!ZUNXMLSaveContext_fits(context_, number_text_size)) return append_number(value);
+        const char* const end = write(context_->text + context_->length, value);
+        context_->length = static_cast<std::uint32_t>(end - context_->text);
+    }
+
+    template <typename Value>
+    [[gnu::cold]] [[gnu::noinline]] void append_number(Value value) {
         std::array<char, number_text_size> text;
         append(text.data(), write(text.data(), value));
     }

@@ -9,21 +9,20 @@
 /// Text that grows at its end. Past `capacity` it is counted and not written, so that whoever owns the
 /// storage can enlarge it and print the sample again; positions in the text stay good during one print.
 struct ZUNXMLSaveContext {
-    char* text = nullptr;        ///< not owned; null counts only
+    char* text = nullptr;        ///< not owned; null, with a capacity of 0, counts only
     std::uint32_t length = 0;    ///< characters appended so far, perhaps more than `capacity`
     std::int32_t failed = 0;     ///< 1 once a length or an index did not fit
     std::uint32_t capacity = 0;  ///< characters that `text` has room for
 };
 
-/// Where the next `size` characters go; null when they do not fit or are only counted.
-inline char* ZUNXMLSaveContext_room(ZUNXMLSaveContext* context, std::size_t size) {
-    const bool fits = context->text != nullptr && context->length <= context->capacity &&
-                      size <= context->capacity - context->length;
-    return fits ? context->text + context->length : nullptr;
+/// Whether there is room for `size` more characters, from text + length on.
+inline bool ZUNXMLSaveContext_fits(const ZUNXMLSaveContext* context, std::size_t size) {
+    return std::uint64_t{context->length} + size <= context->capacity;
 }
 
-/// Counts `size` characters; marks the context failed when 32 bits cannot hold the length.
-inline void ZUNXMLSaveContext_advance(ZUNXMLSaveContext* context, std::size_t size) {
+/// Counts `size` characters that are not written; marks the context failed when 32 bits cannot hold the
+/// length.
+inline void ZUNXMLSaveContext_count(ZUNXMLSaveContext* context, std::size_t size) {
     if (size <= UINT32_MAX - context->length)
         context->length += static_cast<std::uint32_t>(size);
     else
@@ -31,8 +30,9 @@ inline void ZUNXMLSaveContext_advance(ZUNXMLSaveContext* context, std::size_t si
 }
 
 inline void ZUNXMLSaveContext_append(ZUNXMLSaveContext* context, const char* text, std::size_t size) {
-    if (char* const room = ZUNXMLSaveContext_room(context, size)) std::memcpy(room, text, size);
-    ZUNXMLSaveContext_advance(context, size);
+    if (!ZUNXMLSaveContext_fits(context, size)) return ZUNXMLSaveContext_count(context, size);
+    std::memcpy(context->text + context->length, text, size);
+    context->length += static_cast<std::uint32_t>(size);
 }
 
 /// Appends zero-terminated `text`. Inline so that the length of a literal costs nothing.

@@ -41,7 +41,7 @@ DOORS = {
     r"lz4frame\.h|libdeflate\.h": "input/mcap",
     r"sqlite3\.h": "input/rosbag2",
     r"yaml-cpp/.*": "input/rosbag2 convert",
-    r"CLI/.*": "cli",
+    r"CLI/.*|malloc\.h": "cli",
     r"(oneapi/)?tbb/.*": "convert",
     r"(nlohmann|gtest|gmock)/.*": "tests",
     r"benchmark/.*": "benchmarks",
