@@ -58,6 +58,8 @@ OutputFiles::~OutputFiles() {
         if (file.descriptor >= 0) ::close(file.descriptor);
         if (file.made) ::unlink(file.part.c_str());
     }
+    for (const std::filesystem::path& folder : made_folders_)
+        ::rmdir(folder.c_str());
 }
 
 void OutputFiles::write(std::size_t topic, std::string_view text) {
@@ -75,7 +77,7 @@ void OutputFiles::write(std::size_t topic, std::string_view text) {
 }
 
 void OutputFiles::finish() {
-    std::filesystem::create_directories(folder_);  // also where nothing was written
+    make_folder();  // also where nothing was written
     for (File& file : files_) {
         flush(file);
         close(file);
@@ -85,6 +87,13 @@ void OutputFiles::finish() {
         rename_file(file.part, file.path, overwrite_);
         file.made = false;
     }
+    made_folders_.clear();
+}
+
+void OutputFiles::make_folder() {
+    for (auto path = folder_; !path.empty() && !std::filesystem::exists(path); path = path.parent_path())
+        made_folders_.push_back(path);
+    std::filesystem::create_directories(folder_);
 }
 
 void OutputFiles::refuse_existing(const std::filesystem::path& folder,
@@ -107,7 +116,7 @@ void OutputFiles::open(File& file) {
         open_.splice(open_.begin(), open_, file.use);
         return;
     }
-    if (!file.made) std::filesystem::create_directories(folder_);
+    if (!file.made) make_folder();
     if (open_.size() >= most_open_) close(*open_.back());
     const int mode = file.made ? O_APPEND : O_CREAT | O_TRUNC;
     file.descriptor = ::open(file.part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | mode, 0666);

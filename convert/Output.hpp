@@ -24,7 +24,7 @@ public:
     virtual void finish() = 0;
 };
 
-/// One file a topic, thousands at need: few are open at a time. Without finish() no file is left behind.
+/// One file a topic, thousands at need: few are open at a time. Without finish() nothing is left behind.
 class OutputFiles : public Output {
 public:
     /// Nothing is made before the first write.
@@ -53,11 +53,13 @@ private:
         std::list<File*>::iterator use = {};  // in open_, while open
     };
 
+    void make_folder();
     void flush(File& file);
     void open(File& file);
     void close(File& file);
 
     std::filesystem::path folder_;
+    std::vector<std::filesystem::path> made_folders_;  // innermost first; to go again unless finished
     bool overwrite_;
     std::size_t most_open_;
     std::size_t pending_bytes_ = 0;

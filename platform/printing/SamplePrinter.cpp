@@ -88,10 +88,9 @@ public:
 
     template <bool Swapped>
     void elements(const Plan& plan, std::uint32_t count, const std::byte* bytes) {
-        const std::size_t size = plan.scalar_size;
-        with_writer<Swapped>(plan.kind, [&](auto write) {
-            for (std::uint32_t i = 0; i < count; ++i)
-                print(Item{i}, plan, bytes + i * size, write);
+        with_writer<Swapped>(plan.kind, [&, size = plan.scalar_size, bytes](auto write) mutable {
+            for (std::uint32_t i = 0; i < count; ++i, bytes += size)
+                print(Item{i}, plan, bytes, write);
         });
     }
 
@@ -179,8 +178,8 @@ private:
     template <typename Value>
     void number(Value value) {
         if (!ZUNXMLSaveContext_fits(context_, number_text_size)) return append_number(value);
-        const char* const end = write(context_->text + context_->length, value);
-        context_->length = static_cast<std::uint32_t>(end - context_->text);
+        char* const begin = context_->text + context_->length;
+        context_->length += static_cast<std::uint32_t>(write(begin, value) - begin);
     }
 
     template <typename Value>
