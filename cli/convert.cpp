@@ -26,6 +26,7 @@ struct ConvertRequest : Request {
 };
 
 void add_cells(CLI::App& command, convert::Settings& settings) {
+    using convert::Clock;
     using convert::TimeFormat;
     const char* const group = "What cells say";
     const auto write_times = [&settings](TimeFormat format) {
@@ -46,9 +47,13 @@ void add_cells(CLI::App& command, convert::Settings& settings) {
                 {"rfc3339", write_times(TimeFormat::RFC3339)}},
                "how times are written, exact in each form")
         ->group(group);
-    command
-        .add_flag("--source-timestamp", settings.source_timestamp,
-                  "two times a row: of recording, and of sending")
+    CLI::Option* const clock = add_choice(command, "--clock",
+                                          {{"reception", [&] { settings.clock = Clock::RECEPTION; }},
+                                           {"source", [&] { settings.clock = Clock::SOURCE; }}},
+                                          "the time before a row: of recording, or of sending")
+                                   ->group(group);
+    command.add_flag("--source-timestamp", settings.source_timestamp, "both times")
+        ->excludes(clock)
         ->group(group);
 }
 

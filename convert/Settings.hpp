@@ -29,7 +29,8 @@ struct Settings {
 
     std::string empty_text = "nil";
     bool enum_as_string = true;
-    bool source_timestamp = false;
+    bool source_timestamp = false;       ///< both times, whatever `clock` says
+    Clock clock = Clock::RECEPTION;
     TimeFormat time_format = TimeFormat::NANOSECONDS;
 
     bool fit = true;                           ///< limits from the data

@@ -19,9 +19,9 @@ void set_capacity(std::vector<char>& buffer, std::size_t capacity) {
 }  // namespace
 
 TopicConverter::TopicConverter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-                               TimeFormat time_format)
+                               const Settings& settings)
     : topic_(topic.name),
-      time_format_(time_format),
+      settings_(settings),
       format_(property, *topic.column_type, header_, buffer_),
       printer_(*topic.type, topic.name, topic.writer) {
     set_capacity(buffer_, first_capacity);
@@ -51,10 +51,11 @@ std::size_t TopicConverter::append_row(const input::Message& message) {
 
 void TopicConverter::append_times(const input::Message& message) {
     times_.clear();
-    append_time(times_, message.log_time, time_format_);
-    if (!format_.property().include_source_timestamp()) return;
+    const bool source_only = !settings_.source_timestamp && settings_.clock == Clock::SOURCE;
+    append_time(times_, source_only ? message.publish_time : message.log_time, settings_.time_format);
+    if (!settings_.source_timestamp) return;
     times_ += ',';
-    append_time(times_, message.publish_time, time_format_);
+    append_time(times_, message.publish_time, settings_.time_format);
 }
 
 void TopicConverter::clear() {

@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "convert/LeftOut.hpp"
+#include "convert/Settings.hpp"
 #include "convert/Topic.hpp"
-#include "convert/time_text.hpp"
 #include "format/PrintFormatCsv.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/printing/SamplePrinter.hpp"
@@ -23,9 +23,9 @@ namespace zun::convert {
 
 class TopicConverter {
 public:
-    /// Both must outlive the converter.
+    /// The latter two must outlive the converter.
     TopicConverter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-                   TimeFormat time_format);
+                   const Settings& settings);
 
     std::string header() const { return header_.str(); }  ///< with line end
 
@@ -43,7 +43,7 @@ private:
     void append_times(const input::Message& message);
 
     std::string topic_;
-    TimeFormat time_format_;
+    const Settings& settings_;
     std::ostringstream header_;
     std::string times_;         // of one row
     std::vector<char> buffer_;  // the rows, and room for more

@@ -88,10 +88,14 @@ const SettingsCase settings_cases[] = {
      },
      "reception timestamp, source timestamp,id,text,list.length,blob.length\n"
      "11.000000000,11.000000007,-2,\"\",0,0\n"},
-    {"EverySecond", [](Settings& s) { s.every = 2; },
+    {"EverySecondByTheSender",
+     [](Settings& s) {
+         s.every = 2;
+         s.clock = Clock::SOURCE;
+     },
      "timestamp,id,text,list.length,list[0],list[1],list[2],blob.length\n"
-     "10000000000,1,x,2,5,6,nil,0\n"
-     "12000000000,3,\"a,b\",3,7,8,9,0\n"},
+     "10000000007,1,x,2,5,6,nil,0\n"
+     "12000000007,3,\"a,b\",3,7,8,9,0\n"},
     {"Cut", [](Settings& s) { s.rules = {parse_limit_rule("l*=1")}; },
      "timestamp,id,text,list.length,list[0],blob.length\n"
      "10000000000,1,x,1,5,0\n"
