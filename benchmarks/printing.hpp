@@ -51,8 +51,8 @@ private:
     std::vector<std::byte> bytes_ = {std::byte{0}, std::byte{1}, std::byte{0}, std::byte{0}};
 };
 
-/// Room for every row here.
-constexpr std::size_t row_size = 1 << 20;
+/// Room for every row here, with what a limit cuts off again.
+constexpr std::size_t row_size = 4 << 20;
 
 /// Counts rows per second, and the time of one of the `cells` of a row.
 inline void count(benchmark::State& state, std::size_t cells) {
