@@ -17,13 +17,14 @@ std::size_t records_initialized = 0;
 std::size_t records_finalized = 0;
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Inlined, one looks to GCC as if it had nothing to do with the other.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     if (allocations_to_failure != SIZE_MAX && allocations_to_failure-- == 0) throw std::bad_alloc();
     ++allocations_alive;
     if (void* const memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     allocations_alive -= memory != nullptr ? 1 : 0;
     std::free(memory);
 }
