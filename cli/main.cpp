@@ -18,8 +18,8 @@ namespace zun::cli {
 
 namespace {
 
-/// Buffers of some megabytes come and go with every batch. By default they go back to the system each time, and
-/// their pages come anew, one fault each.
+/// Buffers of some megabytes come and go with every batch. By default they go back to the system each time,
+/// and their pages come anew, one fault each.
 void keep_freed_memory() {
 #ifdef __GLIBC__
     constexpr int bytes = 32 << 20;  // the most that can be asked for

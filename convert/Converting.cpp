@@ -63,8 +63,7 @@ std::string TopicWork::header() {
 }
 
 std::unique_ptr<TopicConverter> TopicWork::take_converter() {
-    return converters_.take(
-        [&] { return std::make_unique<TopicConverter>(topic_, property_, settings_); });
+    return converters_.take([&] { return std::make_unique<TopicConverter>(topic_, property_, settings_); });
 }
 
 std::unique_ptr<cdr::LengthMeter> TopicWork::take_meter() {

@@ -1,8 +1,8 @@
 // Shortest text of floats and doubles.
 //
 // A finite value is significand * 2^exponent2. All reals nearer to it than to its neighbours read back to it:
-// the rounding interval. In units of 10^k, k being floor(log10(2^exponent2)), this interval is at least one and
-// less than ten wide: so it holds a whole number, and at most one multiple of ten, which is shorter then.
+// the rounding interval. In units of 10^k, k being floor(log10(2^exponent2)), this interval is at least one
+// and less than ten wide: so it holds a whole number, and at most one multiple of ten, which is shorter then.
 //
 // One product with a power of ten gives the value in tens of that unit, a whole part and a fraction of 64
 // bits. The fraction says whether the multiple of ten below or above is within half an interval, and if
@@ -139,9 +139,11 @@ struct Scaled {
     std::uint64_t half;      ///< half the width of the rounding interval, likewise
 };
 
+/// A double is multiplied by 128 bits of the power, of which one in the last place means nothing here; what
+/// is cut off the product and off half the interval is less than one each.
 template <typename Bits>
 inline constexpr std::uint64_t error_bound = 4;
-/// A float is multiplied by 64 bits of the power, the last of which may be one off.
+/// A float is multiplied by 64 bits, so that one in the last place is as much as its significand.
 template <>
 inline constexpr std::uint64_t error_bound<std::uint32_t> = 1U << 25U;
 
@@ -173,8 +175,8 @@ constexpr bool is_near(std::uint64_t one, std::uint64_t other, std::uint64_t bou
     return one - other + bound < 2 * bound;
 }
 
-/// The shortest decimal in the rounding interval of significand * 2^exponent2, and of those the nearest to the
-/// number, if that is clear. It may end in zeros.
+/// The shortest decimal in the rounding interval of significand * 2^exponent2, and of those the nearest to
+/// the number, if that is clear. It may end in zeros.
 template <typename Bits>
 inline Decimal<Bits> shortest_decimal(Bits significand, int exponent2) {
     const int exponent10 = floor_log10_of_power_of_two(exponent2);
@@ -188,8 +190,8 @@ inline Decimal<Bits> shortest_decimal(Bits significand, int exponent2) {
     constexpr std::uint64_t bound = error_bound<Bits>;
     const bool is_clear = !is_near(distance, half, bound) && !is_near(low_word(tenths), 0, 16 * bound);
     const std::uint64_t shorter = less_mask(distance, half);
-    return {whole + static_cast<Bits>(shorter & up),
-            static_cast<std::uint32_t>(high_word(tenths) & ~shorter), exponent10, is_clear};
+    return {whole + static_cast<Bits>(shorter & up), static_cast<std::uint32_t>(high_word(tenths) & ~shorter),
+            exponent10, is_clear};
 }
 
 // ---------------------------------------------------------------------------- layout

@@ -128,7 +128,7 @@ inline char* write_number(char* out, Integer value) {
 }
 
 /// Writes doubles as write_number() does, and faster where values come again: covariances, constants, poses
-/// at rest. One that was not among the last few hundred costs a tenth more. Not for several threads at once.
+/// at rest. One that was not among the last few hundred costs a little more. Not for several threads at once.
 class DoubleTextCache {
 public:
     char* write(char* out, double value) {
