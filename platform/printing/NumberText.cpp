@@ -329,7 +329,7 @@ inline Digits<SixteenDigits> digits_of(const Decimal<std::uint64_t>& decimal) {
 
 inline Digits<EightDigits> digits_of(const Decimal<std::uint32_t>& decimal) {
     const std::uint64_t tens = digits::eight_digits(decimal.tens);
-    const int leading = std::countr_zero(tens) / 8;  // none to two of eight
+    const int leading = (std::countr_zero(tens) / 8) & 3;  // none to two of eight
     const std::uint64_t number = tens >> 8 * leading;
     const std::uint64_t ones = std::uint64_t{decimal.ones} << 8 * (7 - leading);
     return {number & 0xff, EightDigits(number >> 8 | ones), decimal.exponent10 + 9 - leading};
