@@ -6,27 +6,14 @@
 #include <stdexcept>
 #include <system_error>
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 #include <CLI/CLI.hpp>
 
 #include "cli/commands.hpp"
+#include "cli/heap.hpp"
 
 namespace zun::cli {
 
 namespace {
-
-/// Buffers of some megabytes come and go with every batch. By default they go back to the system each time,
-/// and their pages come anew, one fault each.
-void keep_freed_memory() {
-#ifdef __GLIBC__
-    constexpr int bytes = 32 << 20;  // the most that can be asked for
-    mallopt(M_MMAP_THRESHOLD, bytes);
-    mallopt(M_TRIM_THRESHOLD, bytes);
-#endif
-}
 
 int complain(const char* problem, ExitCode code) {
     std::cerr << "dds2csv: " << problem << '\n';
@@ -57,7 +44,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace zun::cli;
-    keep_freed_memory();
+    prepare_heap();
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is the error code of a write
     try {
         return run(argc, argv);
