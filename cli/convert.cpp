@@ -52,7 +52,9 @@ void add_cells(CLI::App& command, convert::Settings& settings) {
                                            {"source", [&] { settings.clock = Clock::SOURCE; }}},
                                           "the time before a row: of recording, or of sending")
                                    ->group(group);
-    command.add_flag("--source-timestamp", settings.source_timestamp, "both times")
+    command
+        .add_flag_callback(
+            "--source-timestamp", [&] { settings.clock = Clock::BOTH; }, "both times")
         ->excludes(clock)
         ->group(group);
 }

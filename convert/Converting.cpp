@@ -43,7 +43,7 @@ TopicWork::TopicWork(const Topic& topic, const Settings& settings, const Limits&
     : topic_(topic), settings_(settings) {
     property_.empty_member_value_representation(settings.empty_text)
         .enum_as_string(settings.enum_as_string)
-        .include_source_timestamp(settings.source_timestamp);
+        .include_source_timestamp(settings.clock == Clock::BOTH);
     limits.add_to(property_);
     if (!may_be_cut(limits, lengths)) return;
     auto meter = take_meter();

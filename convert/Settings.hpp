@@ -29,7 +29,6 @@ struct Settings {
 
     std::string empty_text = "nil";
     bool enum_as_string = true;
-    bool source_timestamp = false;  ///< both times, whatever `clock` says
     Clock clock = Clock::RECEPTION;
     TimeFormat time_format = TimeFormat::NANOSECONDS;
 

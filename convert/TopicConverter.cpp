@@ -51,9 +51,9 @@ std::size_t TopicConverter::append_row(const input::Message& message) {
 
 void TopicConverter::append_times(const input::Message& message) {
     times_.clear();
-    const bool source_only = !settings_.source_timestamp && settings_.clock == Clock::SOURCE;
+    const bool source_only = settings_.clock == Clock::SOURCE;
     append_time(times_, source_only ? message.publish_time : message.log_time, settings_.time_format);
-    if (!settings_.source_timestamp) return;
+    if (settings_.clock != Clock::BOTH) return;
     times_ += ',';
     append_time(times_, message.publish_time, settings_.time_format);
 }

@@ -16,8 +16,8 @@ enum class TimeFormat : std::uint8_t {
     RFC3339,      ///< "2023-11-14T22:13:20.123456789Z"
 };
 
-/// The one of a message's two times that stands before its row.
-enum class Clock : std::uint8_t { RECEPTION, SOURCE };
+/// Which of a message's two times stand before its row.
+enum class Clock : std::uint8_t { RECEPTION, SOURCE, BOTH };
 
 void append_time(std::string& text, input::Time time, TimeFormat format);
 

@@ -81,7 +81,7 @@ const SettingsCase settings_cases[] = {
      "12000000000,3,\"a,b\",3,7,8,9,0\n"},
     {"TimesAndCells",
      [](Settings& s) {
-         s.source_timestamp = true;
+         s.clock = Clock::BOTH;
          s.time_format = TimeFormat::SECONDS;
          s.start = parse_time_bound("+1s");
          s.end = parse_time_bound("-0s");
