@@ -7,7 +7,7 @@
 #include "cli/commands.hpp"
 #include "cli/open_recording.hpp"
 #include "convert/Conversion.hpp"
-#include "convert/column_list.hpp"
+#include "convert/plan/column_list.hpp"
 
 namespace zun::cli {
 

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "convert/file_names.hpp"
+#include "convert/plan/file_names.hpp"
 #include "input/mcap/McapStream.hpp"
 #include "input/rosbag2/Rosbag2.hpp"
 #include "platform/error/InputError.hpp"

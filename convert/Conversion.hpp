@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "convert/RecordingRun.hpp"
-#include "convert/Report.hpp"
 #include "convert/Settings.hpp"
+#include "convert/passes/RecordingRun.hpp"
+#include "convert/report/Report.hpp"
 #include "schema/TypeCatalog.hpp"
 
 namespace zun::convert {

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "convert/Limits.hpp"
-#include "convert/Topic.hpp"
-#include "convert/limits_file.hpp"
-#include "convert/time_text.hpp"
+#include "convert/output/time_text.hpp"
+#include "convert/plan/Limits.hpp"
+#include "convert/plan/Topic.hpp"
+#include "convert/plan/limits_file.hpp"
 #include "input/MessageStream.hpp"
 
 namespace zun::convert {

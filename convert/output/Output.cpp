@@ -1,4 +1,4 @@
-#include "convert/Output.hpp"
+#include "convert/output/Output.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -3,8 +3,8 @@
 // In: blocks of whole rows, topic by topic. Out: files that bear their names only once they are complete, one
 // stream, or nothing but a count.
 
-#ifndef ZUN_CONVERT_OUTPUT_HPP
-#define ZUN_CONVERT_OUTPUT_HPP
+#ifndef ZUN_CONVERT_OUTPUT_OUTPUT_HPP
+#define ZUN_CONVERT_OUTPUT_OUTPUT_HPP
 
 #include <cstdint>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "convert/time_text.hpp"
+#include "convert/output/time_text.hpp"
 
 #include <array>
 #include <charconv>

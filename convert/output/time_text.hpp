@@ -1,7 +1,7 @@
 // time_text: moments as text, exact to the nanosecond in every form.
 
-#ifndef ZUN_CONVERT_TIME_TEXT_HPP
-#define ZUN_CONVERT_TIME_TEXT_HPP
+#ifndef ZUN_CONVERT_OUTPUT_TIME_TEXT_HPP
+#define ZUN_CONVERT_OUTPUT_TIME_TEXT_HPP
 
 #include <cstdint>
 #include <string>

@@ -1,4 +1,4 @@
-#include "convert/BatchSource.hpp"
+#include "convert/passes/BatchSource.hpp"
 
 #include "platform/error/InputError.hpp"
 

@@ -3,8 +3,8 @@
 // The first pass may give loaded batches back, in their order; as long as they are costly and fit into the
 // budget, the second pass gets them again and reads only what follows.
 
-#ifndef ZUN_CONVERT_BATCH_SOURCE_HPP
-#define ZUN_CONVERT_BATCH_SOURCE_HPP
+#ifndef ZUN_CONVERT_PASSES_BATCH_SOURCE_HPP
+#define ZUN_CONVERT_PASSES_BATCH_SOURCE_HPP
 
 #include <cstddef>
 #include <memory>

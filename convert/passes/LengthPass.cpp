@@ -1,13 +1,13 @@
-#include "convert/Measuring.hpp"
+#include "convert/passes/LengthPass.hpp"
 
-#include "convert/type_walk.hpp"
+#include "convert/plan/type_walk.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
 
-class Measuring::MeasureStep : public BatchStep {
+class LengthPass::LengthStep : public PassStep {
 public:
-    MeasureStep(Measuring& all, SourceBatch source) : BatchStep(all.pass_, std::move(source)), all_(all) {}
+    LengthStep(LengthPass& all, SourceBatch source) : PassStep(all.pass_, std::move(source)), all_(all) {}
 
     void work() override {
         Meters meters(all_.topics_.size());
@@ -30,20 +30,20 @@ public:
     }
 
 private:
-    Measuring& all_;
+    LengthPass& all_;
 };
 
-std::unique_ptr<Step> Measuring::step(SourceBatch batch) {
-    return std::make_unique<MeasureStep>(*this, std::move(batch));
+std::unique_ptr<Step> LengthPass::step(SourceBatch batch) {
+    return std::make_unique<LengthStep>(*this, std::move(batch));
 }
 
-std::unique_ptr<cdr::LengthMeter> Measuring::take(std::size_t topic) {
+std::unique_ptr<cdr::LengthMeter> LengthPass::take(std::size_t topic) {
     const Topic& made_for = topics_[topic];
     return meters_[topic].take(
         [&] { return std::make_unique<cdr::LengthMeter>(*made_for.type, made_for.name, made_for.writer); });
 }
 
-void Measuring::add_to(TopicLengths& lengths) const {
+void LengthPass::add_to(TopicLengths& lengths) const {
     for (std::size_t i = 0; i < topics_.size(); ++i) {
         if (!topics_[i].type) continue;
         Lengths& of_topic = lengths[topics_[i].identity];

@@ -1,21 +1,21 @@
-// Measuring: the pass that finds the longest length of every unbounded sequence.
+// LengthPass: the pass that finds the longest length of every unbounded sequence.
 
-#ifndef ZUN_CONVERT_MEASURING_HPP
-#define ZUN_CONVERT_MEASURING_HPP
+#ifndef ZUN_CONVERT_PASSES_LENGTH_PASS_HPP
+#define ZUN_CONVERT_PASSES_LENGTH_PASS_HPP
 
 #include <deque>
 
-#include "convert/BatchStep.hpp"
-#include "convert/Pool.hpp"
-#include "convert/RecordingRun.hpp"
+#include "convert/passes/PassStep.hpp"
+#include "convert/passes/Pool.hpp"
+#include "convert/passes/RecordingRun.hpp"
 #include "platform/cdr/LengthMeter.hpp"
 
 namespace zun::convert {
 
-class Measuring {
+class LengthPass {
 public:
     /// All must outlive this; loaded batches go back to `batches`.
-    Measuring(const std::vector<Topic>& topics, BatchSource& batches, Pass& pass)
+    LengthPass(const std::vector<Topic>& topics, BatchSource& batches, Pass& pass)
         : topics_(topics), batches_(batches), pass_(pass), meters_(topics.size()) {}
 
     std::unique_ptr<Step> step(SourceBatch batch);
@@ -24,7 +24,7 @@ public:
     void add_to(TopicLengths& lengths) const;
 
 private:
-    class MeasureStep;
+    class LengthStep;
     using Meters = std::vector<std::unique_ptr<cdr::LengthMeter>>;
 
     std::unique_ptr<cdr::LengthMeter> take(std::size_t topic);

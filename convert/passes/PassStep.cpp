@@ -1,4 +1,4 @@
-#include "convert/BatchStep.hpp"
+#include "convert/passes/PassStep.hpp"
 
 namespace zun::convert {
 
@@ -23,11 +23,11 @@ void Pass::advance(std::uint64_t messages) {
     if (watch_.progress) watch_.progress(activity_, done_, total_);
 }
 
-void BatchStep::load() {
+void PassStep::load() {
     if (!source_.loaded) source_.batch->load();
 }
 
-void BatchStep::pick() {
+void PassStep::pick() {
     if (pass_.takes_all()) return;
     for (const input::Message& message : source_.batch->messages()) {
         const auto topic = pass_.topic_of(message.channel);

@@ -1,17 +1,17 @@
-// BatchStep: one batch on its way through a pass.
+// PassStep: one batch on its way through a pass.
 
-#ifndef ZUN_CONVERT_BATCH_STEP_HPP
-#define ZUN_CONVERT_BATCH_STEP_HPP
+#ifndef ZUN_CONVERT_PASSES_PASS_STEP_HPP
+#define ZUN_CONVERT_PASSES_PASS_STEP_HPP
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "convert/BatchSource.hpp"
 #include "convert/Settings.hpp"
-#include "convert/Topic.hpp"
-#include "convert/pipeline.hpp"
+#include "convert/passes/BatchSource.hpp"
+#include "convert/passes/pipeline.hpp"
+#include "convert/plan/Topic.hpp"
 
 namespace zun::convert {
 
@@ -40,9 +40,9 @@ private:
     const Watch& watch_;
 };
 
-class BatchStep : public Step {
+class PassStep : public Step {
 public:
-    BatchStep(Pass& pass, SourceBatch source) : pass_(pass), source_(std::move(source)) {}
+    PassStep(Pass& pass, SourceBatch source) : pass_(pass), source_(std::move(source)) {}
     void load() override;
     void pick() override;
 

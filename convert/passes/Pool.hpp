@@ -1,7 +1,7 @@
 // Pool: objects that one thread uses at a time, as many as threads need at once.
 
-#ifndef ZUN_CONVERT_POOL_HPP
-#define ZUN_CONVERT_POOL_HPP
+#ifndef ZUN_CONVERT_PASSES_POOL_HPP
+#define ZUN_CONVERT_PASSES_POOL_HPP
 
 #include <memory>
 #include <mutex>

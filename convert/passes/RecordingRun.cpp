@@ -1,11 +1,11 @@
-#include "convert/RecordingRun.hpp"
+#include "convert/passes/RecordingRun.hpp"
 
 #include <algorithm>
 
-#include "convert/Converting.hpp"
-#include "convert/Measuring.hpp"
-#include "convert/pipeline.hpp"
-#include "convert/type_walk.hpp"
+#include "convert/passes/LengthPass.hpp"
+#include "convert/passes/RowPass.hpp"
+#include "convert/passes/pipeline.hpp"
+#include "convert/plan/type_walk.hpp"
 
 namespace zun::convert {
 
@@ -51,7 +51,7 @@ input::Selection RecordingRun::selection() const {
 void RecordingRun::measure(TopicLengths& lengths) {
     if (std::none_of(topics_.begin(), topics_.end(), has_unbounded)) return;
     Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
-    Measuring measuring(topics_, batches_, pass);
+    LengthPass measuring(topics_, batches_, pass);
     batches_.start();
     run_steps(settings_.jobs, [&] {
         SourceBatch batch = batches_.next();
@@ -65,7 +65,7 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
     for (const input::Problem& problem : stream_->problems())
         add_problem(report, problem, settings_.strict);
     Pass pass("converting", topics_, stream_->channels().size(), settings_.every, watch_);
-    Converting converting(topics_, settings_, limits, lengths, output, report);
+    RowPass converting(topics_, settings_, limits, lengths, output, report);
     converting.write_headers();
     batches_.start();
     run_steps(settings_.jobs, [&] {

@@ -4,19 +4,19 @@
 //     measure()  a pass that reads lengths only
 //     convert()  a pass that makes rows
 
-#ifndef ZUN_CONVERT_RECORDING_RUN_HPP
-#define ZUN_CONVERT_RECORDING_RUN_HPP
+#ifndef ZUN_CONVERT_PASSES_RECORDING_RUN_HPP
+#define ZUN_CONVERT_PASSES_RECORDING_RUN_HPP
 
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "convert/BatchSource.hpp"
-#include "convert/Output.hpp"
-#include "convert/Report.hpp"
 #include "convert/Settings.hpp"
-#include "convert/Topic.hpp"
+#include "convert/output/Output.hpp"
+#include "convert/passes/BatchSource.hpp"
+#include "convert/plan/Topic.hpp"
+#include "convert/report/Report.hpp"
 
 namespace zun::convert {
 

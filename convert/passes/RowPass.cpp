@@ -1,4 +1,4 @@
-#include "convert/Converting.hpp"
+#include "convert/passes/RowPass.hpp"
 
 #include <algorithm>
 
@@ -38,7 +38,7 @@ void add_cuts(std::vector<CutField>& total, const std::vector<CutField>& more) {
 
 }  // namespace
 
-TopicWork::TopicWork(const Topic& topic, const Settings& settings, const Limits& limits,
+TopicRows::TopicRows(const Topic& topic, const Settings& settings, const Limits& limits,
                      const Lengths* lengths)
     : topic_(topic), settings_(settings) {
     property_.empty_member_value_representation(settings.empty_text)
@@ -55,26 +55,26 @@ TopicWork::TopicWork(const Topic& topic, const Settings& settings, const Limits&
     meters_.give(std::move(meter));
 }
 
-std::string TopicWork::header() {
+std::string TopicRows::header() {
     auto converter = take_converter();
     std::string header = converter->header();
     converters_.give(std::move(converter));
     return header;
 }
 
-std::unique_ptr<TopicConverter> TopicWork::take_converter() {
-    return converters_.take([&] { return std::make_unique<TopicConverter>(topic_, property_, settings_); });
+std::unique_ptr<RowWriter> TopicRows::take_converter() {
+    return converters_.take([&] { return std::make_unique<RowWriter>(topic_, property_, settings_); });
 }
 
-std::unique_ptr<cdr::LengthMeter> TopicWork::take_meter() {
+std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
     return meters_.take(
         [&] { return std::make_unique<cdr::LengthMeter>(*topic_.type, topic_.name, topic_.writer); });
 }
 
 /// The rows that one batch adds to a topic.
-class TopicWork::Rows {
+class TopicRows::Rows {
 public:
-    explicit Rows(TopicWork& work) : work_(work), converter_(work.take_converter()), cuts_(work.fields_) {
+    explicit Rows(TopicRows& work) : work_(work), converter_(work.take_converter()), cuts_(work.fields_) {
         if (!cuts_.empty()) meter_ = work.take_meter();
     }
 
@@ -127,8 +127,8 @@ private:
         }
     }
 
-    TopicWork& work_;
-    std::unique_ptr<TopicConverter> converter_;
+    TopicRows& work_;
+    std::unique_ptr<RowWriter> converter_;
     std::unique_ptr<cdr::LengthMeter> meter_;
     std::uint64_t rows_ = 0;
     std::uint64_t unreadable_ = 0;
@@ -137,10 +137,10 @@ private:
     std::vector<CutField> cuts_;
 };
 
-class Converting::ConvertStep : public BatchStep {
+class RowPass::RowStep : public PassStep {
 public:
-    ConvertStep(Converting& all, Pass& pass, SourceBatch source)
-        : BatchStep(pass, std::move(source)), all_(all), place_(all.work_.size()) {}
+    RowStep(RowPass& all, Pass& pass, SourceBatch source)
+        : PassStep(pass, std::move(source)), all_(all), place_(all.work_.size()) {}
 
     void work() override { make_rows(); }
 
@@ -160,7 +160,7 @@ private:
     void make_rows() {
         std::size_t waiting_bytes = 0;
         for_each_picked([&](std::size_t topic, const input::Message& message) {
-            TopicWork::Rows& rows = rows_of(topic);
+            TopicRows::Rows& rows = rows_of(topic);
             const std::size_t before = rows.text().size();
             rows.add(message);
             waiting_bytes += rows.text().size() - before;
@@ -168,7 +168,7 @@ private:
         });
     }
 
-    TopicWork::Rows& rows_of(std::size_t topic) {
+    TopicRows::Rows& rows_of(std::size_t topic) {
         if (place_[topic] == 0) {
             rows_.emplace_back(topic, *all_.work_[topic]);
             place_[topic] = rows_.size();
@@ -186,14 +186,14 @@ private:
         rows_.clear();
     }
 
-    Converting& all_;
+    RowPass& all_;
     std::vector<std::size_t> place_;  // by topic: 1 + place in rows_, 0 for none
-    std::deque<std::pair<std::size_t, TopicWork::Rows>> rows_;
+    std::deque<std::pair<std::size_t, TopicRows::Rows>> rows_;
 };
 
-Converting::Converting(const std::vector<Topic>& topics, const Settings& settings,
-                       const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
-                       Output& output, RecordingReport& report)
+RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings,
+                 const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
+                 Output& output, RecordingReport& report)
     : settings_(settings), output_(output), report_(report), work_(topics.size()) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
         if (topics[i].file.empty()) continue;
@@ -203,16 +203,16 @@ Converting::Converting(const std::vector<Topic>& topics, const Settings& setting
     }
 }
 
-void Converting::write_headers() {
+void RowPass::write_headers() {
     for (std::size_t i = 0; i < work_.size(); ++i)
         if (work_[i]) write(i, work_[i]->header());
 }
 
-std::unique_ptr<Step> Converting::step(Pass& pass, SourceBatch batch) {
-    return std::make_unique<ConvertStep>(*this, pass, std::move(batch));
+std::unique_ptr<Step> RowPass::step(Pass& pass, SourceBatch batch) {
+    return std::make_unique<RowStep>(*this, pass, std::move(batch));
 }
 
-void Converting::write(std::size_t topic, std::string_view text) {
+void RowPass::write(std::size_t topic, std::string_view text) {
     output_.write(topic, text);
     report_.topics[topic].bytes += text.size();
 }

@@ -1,27 +1,27 @@
-// Converting: the pass that makes rows.
+// RowPass: the pass that makes rows.
 
-#ifndef ZUN_CONVERT_CONVERTING_HPP
-#define ZUN_CONVERT_CONVERTING_HPP
+#ifndef ZUN_CONVERT_PASSES_ROW_PASS_HPP
+#define ZUN_CONVERT_PASSES_ROW_PASS_HPP
 
 #include <deque>
 #include <optional>
 
-#include "convert/BatchStep.hpp"
-#include "convert/Limits.hpp"
-#include "convert/Output.hpp"
-#include "convert/Pool.hpp"
-#include "convert/Report.hpp"
-#include "convert/TopicConverter.hpp"
+#include "convert/output/Output.hpp"
+#include "convert/passes/PassStep.hpp"
+#include "convert/passes/Pool.hpp"
+#include "convert/passes/RowWriter.hpp"
+#include "convert/plan/Limits.hpp"
+#include "convert/report/Report.hpp"
 #include "platform/cdr/LengthMeter.hpp"
 
 namespace zun::convert {
 
 /// One topic, for all threads.
-class TopicWork {
+class TopicRows {
 public:
     /// `topic`, `settings`  must outlive this
     /// `lengths`            the longest of each field, where they are known
-    TopicWork(const Topic& topic, const Settings& settings, const Limits& limits, const Lengths* lengths);
+    TopicRows(const Topic& topic, const Settings& settings, const Limits& limits, const Lengths* lengths);
 
     /// For one thread at a time: takes what it needs, and gives it back.
     class Rows;
@@ -30,42 +30,42 @@ public:
     const std::vector<CutField>& fields() const { return fields_; }  ///< those that may be cut, uncounted
 
 private:
-    std::unique_ptr<TopicConverter> take_converter();
+    std::unique_ptr<RowWriter> take_converter();
     std::unique_ptr<cdr::LengthMeter> take_meter();
 
     const Topic& topic_;
     const Settings& settings_;
     tamber::utils::PrintFormatCsvProperty property_;
     std::vector<CutField> fields_;  // those of the meter; empty when nothing can be cut
-    Pool<TopicConverter> converters_;
+    Pool<RowWriter> converters_;
     Pool<cdr::LengthMeter> meters_;
 };
 
 /// Counts `problem` in `report`; where damage is an error, throws it as InputError instead.
 void add_problem(RecordingReport& report, const input::Problem& problem, bool strict);
 
-class Converting {
+class RowPass {
 public:
     /// All must outlive this.
     ///
     /// `limits`  by topic
     /// `report`  its topics are `topics`
-    Converting(const std::vector<Topic>& topics, const Settings& settings, const std::vector<Limits>& limits,
-               const std::map<std::string, Lengths>& lengths, Output& output, RecordingReport& report);
+    RowPass(const std::vector<Topic>& topics, const Settings& settings, const std::vector<Limits>& limits,
+            const std::map<std::string, Lengths>& lengths, Output& output, RecordingReport& report);
 
     /// Writes the header of every topic that has a file.
     void write_headers();
     std::unique_ptr<Step> step(Pass& pass, SourceBatch batch);
 
 private:
-    class ConvertStep;
+    class RowStep;
 
     void write(std::size_t topic, std::string_view text);
 
     const Settings& settings_;
     Output& output_;
     RecordingReport& report_;
-    std::deque<std::optional<TopicWork>> work_;  // by topic; none where there is no file
+    std::deque<std::optional<TopicRows>> work_;  // by topic; none where there is no file
 };
 
 }  // namespace zun::convert

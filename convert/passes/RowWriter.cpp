@@ -1,4 +1,4 @@
-#include "convert/TopicConverter.hpp"
+#include "convert/passes/RowWriter.hpp"
 
 #include <algorithm>
 
@@ -18,8 +18,8 @@ void set_capacity(std::vector<char>& buffer, std::size_t capacity) {
 
 }  // namespace
 
-TopicConverter::TopicConverter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-                               const Settings& settings)
+RowWriter::RowWriter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
+                     const Settings& settings)
     : topic_(topic.name),
       settings_(settings),
       format_(property, *topic.column_type, header_, buffer_),
@@ -28,7 +28,7 @@ TopicConverter::TopicConverter(const Topic& topic, const tamber::utils::PrintFor
     if (topic.left_out) filter_.emplace(*topic.left_out, *format_.native());
 }
 
-std::size_t TopicConverter::append_row(const input::Message& message) {
+std::size_t RowWriter::append_row(const input::Message& message) {
     append_times(message);
     for (;;) {
         // The context counts from the start of the buffer, as the format does.
@@ -49,7 +49,7 @@ std::size_t TopicConverter::append_row(const input::Message& message) {
     }
 }
 
-void TopicConverter::append_times(const input::Message& message) {
+void RowWriter::append_times(const input::Message& message) {
     times_.clear();
     const bool source_only = settings_.clock == Clock::SOURCE;
     append_time(times_, source_only ? message.publish_time : message.log_time, settings_.time_format);
@@ -58,7 +58,7 @@ void TopicConverter::append_times(const input::Message& message) {
     append_time(times_, message.publish_time, settings_.time_format);
 }
 
-void TopicConverter::clear() {
+void RowWriter::clear() {
     size_ = 0;
     if (buffer_.size() <= most_kept_bytes) return;
     buffer_ = {};

@@ -1,10 +1,10 @@
-// TopicConverter: the rows of one topic.
+// RowWriter: the rows of one topic.
 //
 // In: messages. Out: their rows, one behind the other: time, one cell a column, line end. The rows are made
 // where they stay until they are written. For one thread at a time.
 
-#ifndef ZUN_CONVERT_TOPIC_CONVERTER_HPP
-#define ZUN_CONVERT_TOPIC_CONVERTER_HPP
+#ifndef ZUN_CONVERT_PASSES_ROW_WRITER_HPP
+#define ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 
 #include <optional>
 #include <sstream>
@@ -12,20 +12,20 @@
 #include <string_view>
 #include <vector>
 
-#include "convert/LeftOut.hpp"
 #include "convert/Settings.hpp"
-#include "convert/Topic.hpp"
+#include "convert/plan/LeftOut.hpp"
+#include "convert/plan/Topic.hpp"
 #include "format/PrintFormatCsv.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 
 namespace zun::convert {
 
-class TopicConverter {
+class RowWriter {
 public:
     /// The latter two must outlive the converter.
-    TopicConverter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-                   const Settings& settings);
+    RowWriter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
+              const Settings& settings);
 
     std::string header() const { return header_.str(); }  ///< with line end
 

@@ -1,4 +1,4 @@
-#include "convert/pipeline.hpp"
+#include "convert/passes/pipeline.hpp"
 
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>

@@ -6,8 +6,8 @@
 //     work      any thread                         1  0    3    2
 //     finish    one thread, in order               0    1    2    3
 
-#ifndef ZUN_CONVERT_PIPELINE_HPP
-#define ZUN_CONVERT_PIPELINE_HPP
+#ifndef ZUN_CONVERT_PASSES_PIPELINE_HPP
+#define ZUN_CONVERT_PASSES_PIPELINE_HPP
 
 #include <functional>
 #include <memory>

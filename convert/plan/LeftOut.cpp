@@ -1,6 +1,6 @@
-#include "convert/LeftOut.hpp"
+#include "convert/plan/LeftOut.hpp"
 
-#include "convert/type_walk.hpp"
+#include "convert/plan/type_walk.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 
 namespace zun::convert {

@@ -5,8 +5,8 @@
 //
 //     engine, whole type  ->  LeftOutFilter  ->  format, remaining type
 
-#ifndef ZUN_CONVERT_LEFT_OUT_HPP
-#define ZUN_CONVERT_LEFT_OUT_HPP
+#ifndef ZUN_CONVERT_PLAN_LEFT_OUT_HPP
+#define ZUN_CONVERT_PLAN_LEFT_OUT_HPP
 
 #include <map>
 #include <memory>

@@ -1,11 +1,11 @@
-#include "convert/Limits.hpp"
+#include "convert/plan/Limits.hpp"
 
 #include <algorithm>
 #include <charconv>
 #include <optional>
 #include <stdexcept>
 
-#include "convert/type_walk.hpp"
+#include "convert/plan/type_walk.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
 
 namespace zun::convert {

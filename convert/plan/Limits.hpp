@@ -9,8 +9,8 @@
 //
 // The settings get expressions that match one field each, so their own order decides nothing.
 
-#ifndef ZUN_CONVERT_LIMITS_HPP
-#define ZUN_CONVERT_LIMITS_HPP
+#ifndef ZUN_CONVERT_PLAN_LIMITS_HPP
+#define ZUN_CONVERT_PLAN_LIMITS_HPP
 
 #include <cstdint>
 #include <functional>

@@ -1,10 +1,10 @@
-#include "convert/Topic.hpp"
+#include "convert/plan/Topic.hpp"
 
 #include <algorithm>
 #include <map>
 #include <stdexcept>
 
-#include "convert/file_names.hpp"
+#include "convert/plan/file_names.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 

@@ -3,8 +3,8 @@
 // In: a recording's channels. Out: one entry for each topic and type on it, with the type, or with the reason
 // why it has none.
 
-#ifndef ZUN_CONVERT_TOPIC_HPP
-#define ZUN_CONVERT_TOPIC_HPP
+#ifndef ZUN_CONVERT_PLAN_TOPIC_HPP
+#define ZUN_CONVERT_PLAN_TOPIC_HPP
 
 #include <cstdint>
 #include <memory>
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "convert/LeftOut.hpp"
+#include "convert/plan/LeftOut.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
 #include "platform/xtypes/DynamicType.hpp"

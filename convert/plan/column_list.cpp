@@ -1,4 +1,4 @@
-#include "convert/column_list.hpp"
+#include "convert/plan/column_list.hpp"
 
 #include <sstream>
 

@@ -1,12 +1,12 @@
 // column_list: the header of a topic, a column a line.
 
-#ifndef ZUN_CONVERT_COLUMN_LIST_HPP
-#define ZUN_CONVERT_COLUMN_LIST_HPP
+#ifndef ZUN_CONVERT_PLAN_COLUMN_LIST_HPP
+#define ZUN_CONVERT_PLAN_COLUMN_LIST_HPP
 
 #include <ostream>
 
-#include "convert/Limits.hpp"
-#include "convert/Topic.hpp"
+#include "convert/plan/Limits.hpp"
+#include "convert/plan/Topic.hpp"
 
 namespace zun::convert {
 

@@ -1,7 +1,7 @@
 // file_names: names from strangers as names of files.
 
-#ifndef ZUN_CONVERT_FILE_NAMES_HPP
-#define ZUN_CONVERT_FILE_NAMES_HPP
+#ifndef ZUN_CONVERT_PLAN_FILE_NAMES_HPP
+#define ZUN_CONVERT_PLAN_FILE_NAMES_HPP
 
 #include <string>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "convert/limits_file.hpp"
+#include "convert/plan/limits_file.hpp"
 
 #include <cerrno>
 #include <fstream>

@@ -4,15 +4,15 @@
 //       /scan:
 //         ranges: 1440
 
-#ifndef ZUN_CONVERT_LIMITS_FILE_HPP
-#define ZUN_CONVERT_LIMITS_FILE_HPP
+#ifndef ZUN_CONVERT_PLAN_LIMITS_FILE_HPP
+#define ZUN_CONVERT_PLAN_LIMITS_FILE_HPP
 
 #include <filesystem>
 #include <map>
 #include <ostream>
 #include <string>
 
-#include "convert/Limits.hpp"
+#include "convert/plan/Limits.hpp"
 
 namespace zun::convert {
 

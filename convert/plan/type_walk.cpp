@@ -1,4 +1,4 @@
-#include "convert/type_walk.hpp"
+#include "convert/plan/type_walk.hpp"
 
 namespace zun::convert {
 

@@ -1,7 +1,7 @@
 // type_walk: the parts of a type under the names that the format gives them.
 
-#ifndef ZUN_CONVERT_TYPE_WALK_HPP
-#define ZUN_CONVERT_TYPE_WALK_HPP
+#ifndef ZUN_CONVERT_PLAN_TYPE_WALK_HPP
+#define ZUN_CONVERT_PLAN_TYPE_WALK_HPP
 
 #include <functional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "convert/Report.hpp"
+#include "convert/report/Report.hpp"
 
 #include <algorithm>
 #include <array>

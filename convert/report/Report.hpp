@@ -1,7 +1,7 @@
 // Report: what a conversion did, topic by topic, and what it lost.
 
-#ifndef ZUN_CONVERT_REPORT_HPP
-#define ZUN_CONVERT_REPORT_HPP
+#ifndef ZUN_CONVERT_REPORT_REPORT_HPP
+#define ZUN_CONVERT_REPORT_REPORT_HPP
 
 #include <cstdint>
 #include <ostream>

@@ -2,7 +2,7 @@
 #include <charconv>
 #include <string_view>
 
-#include "convert/Report.hpp"
+#include "convert/report/Report.hpp"
 
 namespace zun::convert {
 

@@ -1,4 +1,4 @@
-#include "convert/Limits.hpp"
+#include "convert/plan/Limits.hpp"
 
 #include <algorithm>
 #include <fstream>
@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "convert/limits_file.hpp"
+#include "convert/plan/limits_file.hpp"
 #include "format/PrintFormatCsv.hpp"
 #include "platform/error/InputError.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"

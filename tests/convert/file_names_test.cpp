@@ -1,4 +1,4 @@
-#include "convert/file_names.hpp"
+#include "convert/plan/file_names.hpp"
 
 #include <set>
 
