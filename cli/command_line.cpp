@@ -44,7 +44,7 @@ public:
 std::unique_ptr<CLI::App> make_command_line(Action& action) {
     auto app = std::make_unique<CLI::App>("Recordings of a DDS data bus as CSV files", "dds2csv");
     app->formatter(std::make_shared<HelpFormatter>());
-    app->set_version_flag("--version", "dds2csv " ZUN_VERSION);
+    app->set_version_flag("--version", "dds2csv " ZUN_VERSION "\nbuilt with " ZUN_LIBRARIES);
     app->require_subcommand(1);
     app->footer(
         "Example: dds2csv convert drive.mcap -o csv\n\n"
