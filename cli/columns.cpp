@@ -39,9 +39,7 @@ void add_columns(CLI::App& app, Action& action) {
         "A line for each column: its name, its kind, and for the length of a sequence the number of its "
         "elements "
         "that have columns.");
-    command.add_option("recording", request->recording, "where the topic is")
-        ->type_name("RECORDING")
-        ->required();
+    command.add_option("RECORDING", request->recording, "where the topic is")->required();
     command.add_option("TOPIC", request->topic, "its name")->required();
     add_limits(command, *request);
     add_reading(command, *request);

@@ -42,6 +42,21 @@ std::string replaced(std::string text, std::string_view from, std::string_view t
     return text;
 }
 
+/// True for an option or a positional whose value is a topic of the recordings beside it.
+bool takes_topic(const CLI::Option& option) {
+    return option.get_type_name() == "TOPIC" || option.get_name() == "TOPIC";
+}
+
+bool is_positional(const CLI::Option& option) {
+    return names_of(option).empty();
+}
+
+/// A shell's command that prints the topics of those of its arguments that are recordings. It quotes nothing
+/// with ', so that all three shells take it in such quotes.
+constexpr auto list_topics =
+    R"(for word do test -e "$word" && timeout 2 dds2csv info "$word" 2>/dev/null; done |)"
+    R"( sed -n "/^  topic /,/^[^ ]/{/^  topic /d;s/^  \([^ ]*\) .*/\1/p}")";
+
 /// Text that troff takes as it is.
 std::string roff(const std::string& text) {
     std::string result = replaced(replaced(text, "\\", "\\e"), "-", "\\-");
@@ -49,55 +64,113 @@ std::string roff(const std::string& text) {
     return replaced(result, "\n.", "\n\\&.");
 }
 
+void print_entry(std::ostream& out, const std::string& term, const std::string& text) {
+    out << ".TP\n" << term << '\n' << roff(text) << '\n';
+}
+
 void print_option(std::ostream& out, const CLI::Option& option) {
-    std::string names;
-    for (const std::string& name : names_of(option))
-        names += (names.empty() ? "" : ", ") + name;
-    out << ".TP\n\\fB" << roff(names.empty() ? option.get_name() : names) << "\\fR";
-    if (takes_value(option) && !names.empty()) out << " \\fI" << roff(option.get_type_name()) << "\\fR";
-    out << '\n';
-    out << roff(option.get_description());
-    if (!option.get_default_str().empty()) out << " [" << roff(option.get_default_str()) << ']';
-    out << '\n';
+    const auto names = names_of(option);
+    std::string term =
+        "\\fB" + roff(names.empty() ? option.get_name() : CLI::detail::join(names, ", ")) + "\\fR";
+    if (takes_value(option) && !names.empty()) term += " \\fI" + roff(option.get_type_name()) + "\\fR";
+    const std::string& standard = option.get_default_str();
+    print_entry(out, term, option.get_description() + (standard.empty() ? "" : " [" + standard + ']'));
+}
+
+/// "dds2csv convert [OPTIONS] RECORDING..."
+std::string synopsis(const CLI::App& command) {
+    std::string text = "dds2csv " + command.get_name() + " [OPTIONS]";
+    for (const CLI::Option* option : command.get_options({}))
+        if (is_positional(*option))
+            text += ' ' + option->get_name() + (option->get_expected_max() > 1 ? "..." : "");
+    return text;
+}
+
+void print_options(std::ostream& out, const CLI::App& command) {
+    std::string group = "Options";
+    for (const CLI::Option* option : command.get_options({})) {
+        if (!is_positional(*option) && option->get_group() != group)
+            out << ".PP\n.I " << roff(group = option->get_group()) << '\n';
+        print_option(out, *option);
+    }
+}
+
+/// Paragraphs, of which the first is an example with lines of its own.
+void print_footer(std::ostream& out, const std::string& footer) {
+    const std::size_t end = footer.find("\n\n");
+    out << ".PP\n.nf\n" << roff(footer.substr(0, end)) << "\n.fi\n";
+    if (end != std::string::npos)
+        out << ".PP" << replaced(roff(footer.substr(end + 1)), "\n\n", "\n.PP\n") << '\n';
+}
+
+void print_surroundings(std::ostream& out) {
+    out << ".SH ENVIRONMENT\n";
+    print_entry(out, ".B AMENT_PREFIX_PATH",
+                "Folders, separated by colons. Each one's share/ is searched for the .msg and .idl files of "
+                "types that a recording does not define.");
+    out << ".SH FILES\n";
+    print_entry(out, ".IR DIR /*.csv",
+                "One file for each topic, named after it. While it is unfinished its name ends in .part; "
+                "a conversion that does not finish removes it.");
+    print_entry(out, ".I FILE",
+                "Of --limits: YAML, the longest length of every sequence by topic, as 'dds2csv fit' writes "
+                "it. Of --report: the closing report as JSON.");
+    out << ".SH EXIT STATUS\n";
+    print_entry(out, std::to_string(ALL_DONE), "All of it was converted.");
+    print_entry(out, std::to_string(FAILED),
+                "Failed: nothing was converted, or with --fail-on-truncation a field was cut.");
+    print_entry(out, std::to_string(WRONG_USAGE), "Wrong usage.");
+    print_entry(out, std::to_string(SOMETHING_LOST),
+                "Finished, but something was lost or skipped; the report says what.");
 }
 
 void print_manual(std::ostream& out, const CLI::App& app) {
-    out << ".TH DDS2CSV 1\n.SH NAME\ndds2csv \\- " << roff(app.get_description()) << "\n.SH SYNOPSIS\n";
+    const std::string version = app.version();
+    out << ".TH DDS2CSV 1 \"\" \"" << roff(version.substr(0, version.find('\n')))
+        << "\" \"User Commands\"\n.SH NAME\ndds2csv \\- " << roff(app.get_description())
+        << "\n.SH SYNOPSIS\n.nf\n";
     for (const CLI::App* command : app.get_subcommands({}))
-        out << ".B dds2csv " << command->get_name() << "\n[OPTIONS] ARGUMENTS\n.br\n";
+        out << ".B " << roff(synopsis(*command)) << '\n';
+    out << ".fi\n.SH COMMANDS\n";
     for (const CLI::App* command : app.get_subcommands({})) {
-        out << ".SH " << command->get_name() << '\n' << roff(command->get_description()) << ".\n";
-        for (const CLI::Option* option : command->get_options({}))
-            print_option(out, *option);
-        out << ".PP\n.nf\n" << roff(command->get_footer()) << "\n.fi\n";
+        out << ".SS " << roff(synopsis(*command)) << '\n' << roff(command->get_description()) << ".\n";
+        print_options(out, *command);
+        print_footer(out, command->get_footer());
     }
-    out << ".SH EXAMPLE AND EXIT CODES\n.nf\n" << roff(app.get_footer()) << "\n.fi\n";
+    print_surroundings(out);
+}
+
+void print_bash_case(std::ostream& out, const CLI::Option& option) {
+    const auto words = CLI::detail::join(words_of(option), " ");
+    const std::string answers = takes_topic(option) ? "\"$(_dds2csv_topics)\"" : '\'' + words + '\'';
+    if (!words.empty() || takes_topic(option))
+        out << "        " << CLI::detail::join(names_of(option), "|") << ") COMPREPLY=($(compgen -W "
+            << answers << " -- \"$word\")); return ;;\n";
 }
 
 void print_bash(std::ostream& out, const CLI::App& app) {
     std::string commands;
-    out << "_dds2csv() {\n    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} "
-           "options=\n"
-           "    COMPREPLY=()\n    case ${COMP_WORDS[1]} in\n";
+    out << "_dds2csv_topics() {\n    sh -c '" << list_topics << "' sh \"${COMP_WORDS[@]:2}\"\n}\n"
+        << "_dds2csv() {\n    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} "
+           "options= positional=\n    COMPREPLY=()\n    case ${COMP_WORDS[1]} in\n";
     for (const CLI::App* command : app.get_subcommands({})) {
         commands += command->get_name() + ' ';
         std::string options;
         out << "    " << command->get_name() << ")\n        case $before in\n";
         for (const CLI::Option* option : command->get_options({})) {
-            const auto words = CLI::detail::join(words_of(*option), " ");
-            const auto names = names_of(*option);
-            options += CLI::detail::join(names, " ") + ' ';
-            if (!words.empty())
-                out << "        " << CLI::detail::join(names, "|") << ") COMPREPLY=($(compgen -W '" << words
-                    << "' -- \"$word\")); return ;;\n";
+            if (is_positional(*option)) continue;
+            options += CLI::detail::join(names_of(*option), " ") + ' ';
+            print_bash_case(out, *option);
         }
-        out << "        esac\n        options='" << options << "' ;;\n";
+        out << "        esac\n        options='" << options << "'\n";
+        for (const CLI::Option* option : command->get_options({}))
+            if (is_positional(*option) && takes_topic(*option)) out << "        positional=topic\n";
+        out << "        ;;\n";
     }
-    out << "    esac\n"
-           "    if ((COMP_CWORD == 1)); then COMPREPLY=($(compgen -W '"
-        << commands
+    out << "    esac\n    if ((COMP_CWORD == 1)); then COMPREPLY=($(compgen -W '" << commands
         << "--help --version' -- \"$word\"))\n"
            "    elif [[ $word == -* ]]; then COMPREPLY=($(compgen -W \"$options\" -- \"$word\"))\n"
+           "    elif [[ $positional ]]; then COMPREPLY=($(compgen -W \"$(_dds2csv_topics)\" -- \"$word\"))\n"
            "    fi\n}\ncomplete -o default -F _dds2csv dds2csv\n";
 }
 
@@ -106,42 +179,57 @@ std::string zsh_text(const std::string& text) {
     return replaced(replaced(replaced(replaced(text, "'", "’"), "[", "\\["), "]", "\\]"), ":", "\\:");
 }
 
+void print_zsh_option(std::ostream& out, const CLI::Option& option) {
+    const std::string words = CLI::detail::join(words_of(option), " ");
+    const std::string action = takes_topic(option) ? "_dds2csv_topics"
+                               : words.empty()     ? "_files"
+                                                   : '(' + words + ')';
+    for (const std::string& name : names_of(option))
+        out << "        '*" << name << '[' << zsh_text(option.get_description()) << ']'
+            << (takes_value(option) ? ":value:" + action : "") << "' \\\n";
+    if (is_positional(option))
+        out << "        '" << (option.get_expected_max() > 1 ? "*" : "") << ":value:" << action << "' \\\n";
+}
+
 void print_zsh(std::ostream& out, const CLI::App& app) {
-    out << "#compdef dds2csv\nlocal -a commands=(\n";
+    out << "#compdef dds2csv\n_dds2csv_topics() {\n    compadd -- ${(f)\"$(sh -c '" << list_topics
+        << "' sh ${(Q)words})\"}\n}\nlocal -a commands=(\n";
     for (const CLI::App* command : app.get_subcommands({}))
         out << "    '" << command->get_name() << ':' << zsh_text(command->get_description()) << "'\n";
     out << ")\nif ((CURRENT == 2)); then\n    _describe command commands\n    return\nfi\ncase $words[2] "
            "in\n";
     for (const CLI::App* command : app.get_subcommands({})) {
         out << command->get_name() << ")\n    shift words; ((CURRENT--))\n    _arguments \\\n";
-        for (const CLI::Option* option : command->get_options({})) {
-            const std::string words = CLI::detail::join(words_of(*option), " ");
-            const std::string action = words.empty() ? "_files" : '(' + words + ')';
-            for (const std::string& name : names_of(*option))
-                out << "        '*" << name << '[' << zsh_text(option->get_description()) << ']'
-                    << (takes_value(*option) ? ":value:" + action : "") << "' \\\n";
-        }
-        out << "        '*:file:_files' ;;\n";
+        for (const CLI::Option* option : command->get_options({}))
+            print_zsh_option(out, *option);
+        out << "        ;;\n";
     }
     out << "esac\n";
 }
 
+void print_fish_option(std::ostream& out, const std::string& command, const CLI::Option& option) {
+    if (is_positional(option) && !takes_topic(option)) return;  // files, without a word
+    out << "complete -c dds2csv -n '__fish_seen_subcommand_from " << command << '\'';
+    for (const std::string& name : option.get_snames())
+        out << " -s " << name;
+    for (const std::string& name : option.get_lnames())
+        out << " -l " << name;
+    if (takes_value(option) && !is_positional(option)) out << " -r";
+    const auto words = words_of(option);
+    if (takes_topic(option))
+        out << (is_positional(option) ? "" : " -f") << " -a '(__dds2csv_topics)'";
+    else if (!words.empty())
+        out << " -f -a '" << CLI::detail::join(words, " ") << '\'';
+    out << " -d '" << replaced(option.get_description(), "'", "\\'") << "'\n";
+}
+
 void print_fish(std::ostream& out, const CLI::App& app) {
+    out << "function __dds2csv_topics\n    sh -c '" << list_topics << "' sh (commandline -opc)\nend\n";
     for (const CLI::App* command : app.get_subcommands({})) {
         out << "complete -c dds2csv -n __fish_use_subcommand -f -a " << command->get_name() << " -d '"
             << replaced(command->get_description(), "'", "\\'") << "'\n";
-        for (const CLI::Option* option : command->get_options({})) {
-            if (names_of(*option).empty()) continue;
-            out << "complete -c dds2csv -n '__fish_seen_subcommand_from " << command->get_name() << '\'';
-            for (const std::string& name : option->get_snames())
-                out << " -s " << name;
-            for (const std::string& name : option->get_lnames())
-                out << " -l " << name;
-            if (takes_value(*option)) out << " -r";
-            const auto words = words_of(*option);
-            if (!words.empty()) out << " -f -a '" << CLI::detail::join(words, " ") << '\'';
-            out << " -d '" << replaced(option->get_description(), "'", "\\'") << "'\n";
-        }
+        for (const CLI::Option* option : command->get_options({}))
+            print_fish_option(out, command->get_name(), *option);
     }
 }
 
