@@ -9,7 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/open_recording.hpp"
+#include "input/recording/open_recording.hpp"
 
 namespace zun::cli {
 
@@ -155,10 +155,10 @@ std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
     auto conversion =
         std::make_unique<convert::Conversion>(request.settings, std::move(recordings), std::move(watch));
     for (const std::string& path : request.types) {
-        if (fs::is_directory(path) && !is_recording(path))
+        if (fs::is_directory(path) && !input::is_recording(path))
             conversion->add_types(fs::path(path));
         else
-            conversion->add_types(*open_recording(path));
+            conversion->add_types(*input::open_recording(path));
     }
     for (const fs::path& folder : installed_definitions())
         conversion->add_types(folder);

@@ -6,7 +6,7 @@
 #include "cli/Request.hpp"
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "cli/open_recording.hpp"
+#include "cli/find_recordings.hpp"
 #include "convert/Conversion.hpp"
 
 namespace zun::cli {

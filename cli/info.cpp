@@ -8,7 +8,7 @@
 #include "cli/Request.hpp"
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "cli/open_recording.hpp"
+#include "cli/find_recordings.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::cli {

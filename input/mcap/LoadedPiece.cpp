@@ -32,7 +32,7 @@ void LoadedPiece::load() {
 
 void LoadedPiece::read() {
     try {
-        content_ = read_content(recording_->file, piece_);
+        content_ = read_content(file_->bytes, piece_);
     } catch (const std::system_error& error) {
         content_.damage = std::string("cannot be read: ") + error.code().message();
         content_.is_lost = true;
@@ -50,15 +50,14 @@ void LoadedPiece::message(std::size_t offset, const MessageRecord& message) {
     if (channel >= Filter::unwanted) return;
     const Time log_time = Time::from_nanoseconds(message.log_time);
     if (!filter_->wants(log_time)) return;
-    messages_.push_back(
-        {channel, log_time, Time::from_nanoseconds(message.publish_time), message.sequence, message.data});
+    messages_.push_back({channel, log_time, Time::from_nanoseconds(message.publish_time), message.data});
 }
 
 /// The channels of an indexed recording are those of its summary. The records within the chunks must agree.
 void LoadedPiece::record(std::size_t, Opcode opcode, Bytes content) {
     if (opcode != Opcode::CHANNEL || piece_.is_reported) return;
     const auto channel = parse_channel(content);
-    const auto& definitions = recording_->contents.channels.definitions();
+    const auto& definitions = file_->contents.channels.definitions();
     if (!channel) return report("channel record is too short for its fields");
     const auto known = definitions.find(channel->id);
     if (known != definitions.end() && known->second.front().record == *channel) return;

@@ -1,5 +1,6 @@
 #include "input/mcap/McapStream.hpp"
 
+#include "input/bytes/first_bytes.hpp"
 #include "input/mcap/Batches.hpp"
 #include "platform/error/InputError.hpp"
 
@@ -25,13 +26,13 @@ void check_magic(const File& file) {
 class McapStream final : public MessageStream {
 public:
     McapStream(const std::filesystem::path& path, const McapLimits& limits)
-        : recording_(std::make_shared<const Recording>(path)), limits_(limits) {
+        : file_(std::make_shared<const IndexedFile>(path)), limits_(limits) {
         start({});
     }
 
-    const std::vector<Channel>& channels() const override { return recording_->contents.channels.channels(); }
-    const Summary& summary() const override { return recording_->contents.summary; }
-    std::span<const Problem> problems() const override { return recording_->contents.problems; }
+    const std::vector<Channel>& channels() const override { return file_->contents.channels.channels(); }
+    const Summary& summary() const override { return file_->contents.summary; }
+    std::span<const Problem> problems() const override { return file_->contents.problems; }
     void start(const Selection& selection) override;
     std::unique_ptr<Batch> next_batch() override;
 
@@ -42,10 +43,10 @@ private:
     std::unique_ptr<Batch> pick();
     bool is_room() const { return open_bytes_ + waiting_[next_]->loaded_bytes() <= limits_.batch_bytes; }
     Part closed(const Piece& piece) const {
-        return {std::make_shared<LoadedPiece>(recording_, filter_, piece), true};
+        return {std::make_shared<LoadedPiece>(file_, filter_, piece), true};
     }
 
-    std::shared_ptr<const Recording> recording_;
+    std::shared_ptr<const IndexedFile> file_;
     McapLimits limits_;
     std::shared_ptr<const Filter> filter_;
     std::vector<const Piece*>
@@ -57,13 +58,13 @@ private:
 };
 
 void McapStream::start(const Selection& selection) {
-    filter_ = std::make_shared<const Filter>(recording_->contents.channels, selection);
+    filter_ = std::make_shared<const Filter>(file_->contents.channels, selection);
     waiting_.clear();
     open_.clear();
     next_ = 0;
     open_bytes_ = 0;
     from_ = {{std::numeric_limits<std::int64_t>::min(), 0}, 0};
-    for (const Piece& piece : recording_->contents.pieces)
+    for (const Piece& piece : file_->contents.pieces)
         if (filter_->wants(piece)) waiting_.push_back(&piece);
     std::sort(waiting_.begin(), waiting_.end(),
               [](const Piece* a, const Piece* b) { return a->first_key() < b->first_key(); });
@@ -123,22 +124,22 @@ std::unique_ptr<Batch> McapStream::pick() {
 
 }  // namespace
 
-Recording::Recording(const std::filesystem::path& path) : file(path), contents{ChannelTable(file.name())} {
-    check_magic(file);
+IndexedFile::IndexedFile(const std::filesystem::path& path)
+    : bytes(path), contents{ChannelTable(bytes.name())} {
+    check_magic(bytes);
     std::optional<Problem> doubt;
-    if (auto by_summary = read_summary(file, doubt)) {
+    if (auto by_summary = read_summary(bytes, doubt)) {
         contents = std::move(*by_summary);
         return;
     }
-    contents = scan(file);
+    contents = scan(bytes);
     if (doubt) contents.problems.insert(contents.problems.begin(), *doubt);
 }
 
 }  // namespace mcap
 
 bool is_mcap(std::span<const std::byte> first_bytes) {
-    constexpr std::size_t needed = 5;
-    return first_bytes.size() >= needed && std::memcmp(first_bytes.data(), mcap::magic.data(), needed) == 0;
+    return starts_with(first_bytes, mcap::magic.substr(0, 5));
 }
 
 std::unique_ptr<MessageStream> open_mcap(const std::filesystem::path& path, const McapLimits& limits) {

@@ -1,6 +1,6 @@
 #include "input/mcap/Piece.hpp"
 
-#include "input/mcap/Decompressor.hpp"
+#include "input/bytes/Decompressor.hpp"
 
 namespace zun::input::mcap {
 
