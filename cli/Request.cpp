@@ -69,6 +69,12 @@ CLI::Option* add_choice(CLI::App& command, const std::string& name, const std::v
     return add_parsed(command, name, words, choose, help)->default_str(choices.front().word);
 }
 
+void check_span(const Request& request) {
+    const convert::Settings& settings = request.settings;
+    if (settings.start && settings.end && is_before_start(*settings.end, *settings.start))
+        throw CLI::ValidationError("--end", "the end is before the start");
+}
+
 void add_recordings(CLI::App& command, Request& request, const std::string& what) {
     command
         .add_option("RECORDING", request.recordings,
@@ -80,17 +86,17 @@ void add_choice_of_messages(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
     const char* const group = "Which messages";
     add_repeated(command, "-t,--topics", "TOPIC", settings.topics.wanted,
-                 "only these topics; wildcards; may be repeated")
+                 "only these topics; wildcards; several with commas between them or by repeating the option")
+        ->delimiter(',')
         ->group(group);
-    add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted,
-                 "not these topics; wildcards; may be repeated")
+    add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted, "not these topics; likewise")
+        ->delimiter(',')
         ->group(group);
     add_parsed(
         command, "-S,--start", "TIME",
         [&](const auto& text) { settings.start = convert::parse_time_bound(text); },
-        "only messages logged from here on: nanoseconds since 1970, RFC 3339, +10s from the first message, "
-        "-30s "
-        "from the last")
+        "only messages logged from here on: nanoseconds since 1970, seconds with a point (1717156800.0), "
+        "RFC 3339 or a date (UTC where no zone is given), +10s from the first message, -30s from the last")
         ->group(group);
     add_parsed(
         command, "-E,--end", "TIME",

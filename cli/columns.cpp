@@ -1,4 +1,3 @@
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 
@@ -8,6 +7,7 @@
 #include "cli/find_recordings.hpp"
 #include "convert/Conversion.hpp"
 #include "convert/plan/column_list.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::cli {
 
@@ -23,7 +23,7 @@ int list_columns(ColumnsRequest& request) {
     const auto conversion =
         make_conversion(request, find_recordings({request.recording}, std::nullopt), {{}, &end_requested()});
     const auto [topic, limits] = conversion->plan(request.topic);
-    std::ostringstream text;
+    TextStream text;
     convert::print_columns(text, topic, limits);
     write_data(text.str());
     return ALL_DONE;

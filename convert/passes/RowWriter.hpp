@@ -7,7 +7,6 @@
 #define ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +16,7 @@
 #include "convert/plan/Topic.hpp"
 #include "format/PrintFormatCsv.hpp"
 #include "input/MessageStream.hpp"
+#include "platform/error/TextStream.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 
 namespace zun::convert {
@@ -44,7 +44,7 @@ private:
 
     std::string topic_;
     const Settings& settings_;
-    std::ostringstream header_;
+    TextStream header_;
     std::string times_;         // of one row
     std::vector<char> buffer_;  // the rows, and room for more
     std::uint32_t size_ = 0;    // of the rows

@@ -1,8 +1,7 @@
 #include "convert/plan/column_list.hpp"
 
-#include <sstream>
-
 #include "format/PrintFormatCsv.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::convert {
 
@@ -75,7 +74,7 @@ void print_leaves(std::ostream& out, const ColumnInfo& column) {
 void print_columns(std::ostream& out, const Topic& topic, const Limits& limits) {
     tamber::utils::PrintFormatCsvProperty property;
     limits.add_to(property);
-    std::ostringstream header;
+    TextStream header;
     std::vector<char> buffer;
     const tamber::utils::PrintFormatCsv format(property, *topic.column_type, header, buffer);
     print_leaves(out, format.root_column());
