@@ -116,6 +116,16 @@ void add_reading(CLI::App& command, Request& request) {
         "where types are defined that a recording does not define: a folder with .msg and .idl files, or "
         "another recording; AMENT_PREFIX_PATH is searched too")
         ->group(group);
+    cdr::Writer& writer = request.settings.writer;
+    add_choice(
+        command, "--writer",
+        {{"auto", [&] { writer = cdr::Writer::UNKNOWN; }},
+         {"cyclonedds", [&] { writer = cdr::Writer::CYCLONE_DDS; }},
+         {"fastdds", [&] { writer = cdr::Writer::FAST_DDS; }},
+         {"ros2", [&] { writer = cdr::Writer::ROS2; }}},
+        "who wrote the messages whose types are not ROS 2's: DDS implementations differ in the form of "
+        "wide strings, long doubles and some headers")
+        ->group(group);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")
         ->type_name("N")

@@ -41,6 +41,14 @@ void add_cell_values(CLI::App& command, convert::Settings& settings) {
                 {"number", [&] { settings.enum_as_string = false; }}},
                "how enumeration values are written")
         ->group(group);
+    using printing::InvalidText;
+    add_choice(
+        command, "--invalid-text",
+        {{"escape", [&] { settings.invalid_text = InvalidText::ESCAPE; }},
+         {"replace", [&] { settings.invalid_text = InvalidText::REPLACE; }},
+         {"raw", [&] { settings.invalid_text = InvalidText::RAW; }}},
+        "what becomes of bytes in strings that are not UTF-8, and of zeros: \\xff, U+FFFD, or as they are")
+        ->group(group);
     add_choice(command, "--time-format",
                {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},
                 {"seconds", write_times(TimeFormat::SECONDS)},

@@ -28,7 +28,7 @@ RecordingRun::RecordingRun(const Recording& recording, schema::TypeCatalog& cata
     : settings_(settings),
       watch_(watch),
       stream_(recording.open()),
-      topics_(topics_of(*stream_, catalog, settings.topics)),
+      topics_(topics_of(*stream_, catalog, settings.topics, settings.writer)),
       batches_(*stream_, selection(), kept_batches_bytes) {
     if (!settings.skip_blobs) return;
     for (Topic& topic : topics_)

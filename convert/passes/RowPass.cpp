@@ -80,9 +80,7 @@ public:
 
     void add(const input::Message& message) {
         try {
-            const std::size_t left_over = converter_->append_row(message);
-            ++rows_;
-            if (left_over > most_padding) ++left_over_;
+            count(converter_->append_row(message));
         } catch (const InputError& problem) {
             if (work_.settings_.strict) throw;
             refuse(message, problem);
@@ -103,12 +101,23 @@ public:
         report.rows += rows_;
         report.unreadable += unreadable_;
         report.left_over += left_over_;
+        report.unknown_members += unknown_members_;
+        report.absent_members += absent_members_;
+        report.invalid_text += invalid_text_;
         for (std::size_t i = 0; i < reasons_.size() && report.reasons.size() < reasons_kept; ++i)
             report.reasons.push_back(reasons_[i]);
         add_cuts(report.cuts, cuts_);
     }
 
 private:
+    void count(const cdr::Findings& findings) {
+        ++rows_;
+        left_over_ += findings.left_over > most_padding ? 1 : 0;
+        unknown_members_ += findings.unknown_members ? 1 : 0;
+        absent_members_ += findings.absent_members ? 1 : 0;
+        invalid_text_ += findings.invalid_text ? 1 : 0;
+    }
+
     void refuse(const input::Message& message, const InputError& problem) {
         ++unreadable_;
         if (reasons_.size() >= reasons_kept) return;
@@ -133,6 +142,9 @@ private:
     std::uint64_t rows_ = 0;
     std::uint64_t unreadable_ = 0;
     std::uint64_t left_over_ = 0;
+    std::uint64_t unknown_members_ = 0;
+    std::uint64_t absent_members_ = 0;
+    std::uint64_t invalid_text_ = 0;
     std::vector<std::string> reasons_;
     std::vector<CutField> cuts_;
 };

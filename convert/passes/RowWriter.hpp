@@ -31,9 +31,8 @@ public:
 
     /// Appends the row of `message` to the rows, or leaves them as they are.
     ///
-    /// Returns  the number of bytes after the sample; up to 3 are padding
-    /// Throws   InputError when the message is no sample of the topic's type
-    std::size_t append_row(const input::Message& message);
+    /// Throws InputError when the message is no sample of the topic's type.
+    cdr::Findings append_row(const input::Message& message);
 
     /// The rows since the last clear(), good until the next call.
     std::string_view rows() const { return {buffer_.data(), size_}; }

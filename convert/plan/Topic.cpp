@@ -29,10 +29,13 @@ std::string identity_of(const Channel& channel) {
 }
 
 /// Only ROS 2 has these schema encodings; and without any, type names of its form.
-cdr::Writer writer_of(const Channel& channel) {
+cdr::Writer writer_of(const Channel& channel, cdr::Writer given) {
     const bool ros = channel.schema_encoding == "ros2msg" || channel.schema_encoding == "ros2idl" ||
                      (channel.schema_text.empty() && channel.type_name.find('/') != std::string::npos);
-    return ros ? cdr::Writer::ROS2 : cdr::Writer::UNKNOWN;
+    if (ros || given != cdr::Writer::UNKNOWN) return ros ? cdr::Writer::ROS2 : given;
+    // Fast DDS's recorder notes these of every channel.
+    const bool fast_dds = channel.metadata.contains("partitions") || channel.metadata.contains("ros2-types");
+    return fast_dds ? cdr::Writer::FAST_DDS : cdr::Writer::UNKNOWN;
 }
 
 /// Sets the type, or the reason why there is none.
@@ -96,7 +99,7 @@ void leave_out_blobs(Topic& topic) {
 }
 
 std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
-                             const TopicFilter& filter) {
+                             const TopicFilter& filter, cdr::Writer writer) {
     std::vector<Topic> topics;
     std::map<std::string, std::size_t> known;  // by identity
     const auto& counts = stream.summary().channels;
@@ -107,7 +110,7 @@ std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCat
         const auto [place, is_new] = known.try_emplace(identity, topics.size());
         if (is_new) {
             topics.push_back({channel.topic, channel.type_name, identity});
-            topics.back().writer = writer_of(channel);
+            topics.back().writer = writer_of(channel, writer);
             find_type(topics.back(), channel, catalog);
         }
         Topic& topic = topics[place->second];

@@ -49,9 +49,10 @@ struct Topic {
 /// Leaves out the unbounded sequences of bytes of a topic that has a type.
 void leave_out_blobs(Topic& topic);
 
-/// The topics of `stream` that `filter` accepts, in the order of their first channels.
+/// The topics of `stream` that `filter` accepts, in the order of their first channels. `writer` wrote the
+/// messages of types that are not ROS 2's; the recorder may tell when it is unknown.
 std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
-                             const TopicFilter& filter);
+                             const TopicFilter& filter, cdr::Writer writer);
 
 }  // namespace zun::convert
 

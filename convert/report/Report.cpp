@@ -89,6 +89,23 @@ Lines losses_of(const RecordingReport& recording) {
     return lines;
 }
 
+/// What the messages of a topic had beside their values.
+void add_message_hints(Lines& lines, const TopicReport& topic) {
+    const auto add = [&](std::uint64_t count, const char* one, const char* many, const std::string& rest) {
+        if (count > 0)
+            lines.push_back(topic.topic + ": " + counted(count, "message") + (count == 1 ? one : many) +
+                            rest);
+    };
+    add(topic.left_over, " goes", " go",
+        " on after the sample: the sender may know a longer type than " + topic.type_name);
+    add(topic.unknown_members, " has", " have",
+        " members that " + topic.type_name + " does not have, which are left out");
+    add(topic.absent_members, " lacks", " lack",
+        " members of " + topic.type_name + ", whose cells show their default values");
+    add(topic.invalid_text, " holds", " hold",
+        " text that is not UTF-8, or zeros in it; --invalid-text says what becomes of it");
+}
+
 void add_reader_hints(Lines& lines, const TopicReport& topic) {
     if (topic.file.empty()) return;
     const std::string start = topic.topic + ": ";
@@ -106,10 +123,7 @@ Lines hints_of(const RecordingReport& recording, bool for_readers) {
         const std::string start = topic.topic + ": ";
         for (const std::string& hint : topic.hints)
             lines.push_back(start + hint);
-        if (topic.left_over > 0)
-            lines.push_back(
-                start + counted(topic.left_over, "message") + (topic.left_over == 1 ? " goes" : " go") +
-                " on after the sample: the sender may know a longer type than " + topic.type_name);
+        add_message_hints(lines, topic);
         if (for_readers) add_reader_hints(lines, topic);
     }
     return lines;

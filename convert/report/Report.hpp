@@ -32,6 +32,9 @@ struct TopicReport {
     std::uint64_t unreadable = 0;           ///< messages that are no samples of the type
     std::vector<std::string> reasons = {};  ///< of the first few of them
     std::uint64_t left_over = 0;            ///< rows whose message goes on after the sample
+    std::uint64_t unknown_members = 0;      ///< rows whose message has members that the type does not have
+    std::uint64_t absent_members = 0;       ///< rows whose message lacks members of the type
+    std::uint64_t invalid_text = 0;         ///< rows with text that is not UTF-8, or holds a zero
     std::vector<CutField> cuts = {};
     std::vector<std::string> hints = {};
 };

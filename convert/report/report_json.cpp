@@ -104,6 +104,9 @@ void write_topic(JsonWriter& json, const TopicReport& topic) {
         json.key("unreadable").value(topic.unreadable);
         json.key("reasons").list_of(topic.reasons, text);
         json.key("left_over").value(topic.left_over);
+        json.key("unknown_members").value(topic.unknown_members);
+        json.key("absent_members").value(topic.absent_members);
+        json.key("invalid_text").value(topic.invalid_text);
         json.key("cuts").list_of(topic.cuts, [&](const CutField& cut) { write_cut(json, cut); });
         json.key("hints").list_of(topic.hints, text);
     });

@@ -112,6 +112,23 @@ const SettingsCase settings_cases[] = {
      "12000000000,3,\"a,b\",0,0,-,-\n"},
 };
 
+TEST(Conversion, KnowsTheWriterByItsRecorder) {
+    FakeRecording fake;
+    for (const char* const noted : {"partitions", "ros2-types", "other"}) {
+        const auto channel = fake.add_channel(std::string("/") + noted, "S", "struct S { long double v; };");
+        fake.channels[channel].schema_encoding = "omgidl";
+        fake.channels[channel].metadata = {{noted, ""}};
+    }
+    Settings settings;
+    const Report by_recorder = convert_all(fake, settings, fresh_folder());
+    settings.writer = cdr::Writer::FAST_DDS;
+    const Report by_user = convert_all(fake, settings, fresh_folder());
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(i < 2, by_recorder.recordings[0].topics[i].refusal.empty());
+        EXPECT_EQ("", by_user.recordings[0].topics[i].refusal);
+    }
+}
+
 /// Blobs wherever a member can be: optional parts, elements, unions, behind aliases, beside others.
 const char* const full_of_blobs =
     "typedef sequence<octet> Bytes;\n"
