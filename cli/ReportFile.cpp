@@ -8,7 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "cli/open_recording.hpp"
+#include "input/recording/open_recording.hpp"
 #include "convert/output/Output.hpp"
 #include "platform/error/TextStream.hpp"
 
@@ -27,7 +27,7 @@ bool is_inside(const fs::path& path, const fs::path& outer) {
 void refuse_to_replace(const fs::path& path, const std::vector<convert::Recording>& recordings) {
     if (fs::exists(path) && !fs::is_regular_file(path)) return;  // a pipe, a device
     const fs::path file = fs::weakly_canonical(path);
-    bool is_input = is_recording(file);
+    bool is_input = input::is_recording(file);
     for (const convert::Recording& recording : recordings) {
         is_input = is_input || is_inside(file, fs::weakly_canonical(recording.name));
         const bool beside_outputs = file.parent_path() == fs::weakly_canonical(recording.folder);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -30,8 +31,21 @@ struct BagFolder {
     bool complete = true;  // no listed file is missing
 };
 
+/// One file can be named in several ways, through links for one.
 bool holds(const std::vector<fs::path>& files, const fs::path& file) {
-    return std::find(files.begin(), files.end(), file) != files.end();
+    return std::any_of(files.begin(), files.end(), [&](const fs::path& held) {
+        std::error_code unreadable;
+        return held == file || fs::equivalent(held, file, unreadable);
+    });
+}
+
+/// False for a file that cannot be read, which opening it tells.
+bool is_compressed(const fs::path& file) {
+    try {
+        return is_zstd(read_first_bytes(file));
+    } catch (const std::system_error&) {
+        return false;
+    }
 }
 
 void take_listed_files(const fs::path& folder, BagFolder& bag) {
@@ -94,8 +108,8 @@ std::unique_ptr<MessageStream> open_folder(const fs::path& folder, const OpenFil
     std::vector<MergedStream::Part> parts;
     for (const fs::path& file : bag.files) {
         // An unpacked file takes up disk space for as long as it is open.
-        const bool keep_open = bag.files.size() == 1 ||
-                               (bag.files.size() <= most_open_files && !is_zstd(read_first_bytes(file)));
+        const bool keep_open =
+            bag.files.size() == 1 || (bag.files.size() <= most_open_files && !is_compressed(file));
         parts.push_back({file, keep_open});
     }
     auto stream = std::make_unique<MergedStream>(parts, [open_file](const fs::path& file) {

@@ -1,10 +1,12 @@
 #include "input/bag/MergedStream.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <map>
 #include <mutex>
 #include <set>
+#include <system_error>
 #include <tuple>
 #include <utility>
 
@@ -25,6 +27,18 @@ Time just_after(Time time) {
 bool same_channel(const Channel& a, const Channel& b) {
     return std::tie(a.topic, a.type_name, a.message_encoding, a.schema_encoding, a.schema_text) ==
            std::tie(b.topic, b.type_name, b.message_encoding, b.schema_encoding, b.schema_text);
+}
+
+/// The exception that is being handled, as a problem of `file` alone. One that says nothing of a file goes
+/// on.
+Problem failure(const std::filesystem::path& file) {
+    try {
+        throw;
+    } catch (const InputError& error) {
+        return {file.string(), error.position(), error.problem()};
+    } catch (const std::system_error& error) {
+        return {file.string(), 0, "cannot be read: " + error.code().message()};
+    }
 }
 
 }  // namespace
@@ -130,16 +144,16 @@ private:
 
 MergedStream::MergedStream(const std::vector<Part>& parts, OpenFile open_file)
     : open_file_(std::move(open_file)) {
-    std::optional<InputError> refusal;
+    std::exception_ptr refusal;
     for (const Part& part : parts) {
         try {
             add_source(part);
-        } catch (const InputError& error) {
-            if (!refusal) refusal = error;
-            add_problem({part.file.string(), error.position(), error.problem()});
+        } catch (...) {
+            if (!refusal) refusal = std::current_exception();
+            add_problem(failure(part.file));
         }
     }
-    if (sources_.empty() && refusal) throw InputError(*refusal);
+    if (sources_.empty() && refusal) std::rethrow_exception(refusal);
     summary_.channels.resize(channels_.size());
     cut_time();
 }
@@ -243,8 +257,8 @@ void MergedStream::enter_source(const Interval& interval, std::size_t index) {
             throw InputError(source.part.file.string(), 0, "the file has changed since it was opened");
         source.stream->start(selection);
         cursors_.push_back({.source = index, .stream = source.stream});
-    } catch (const InputError& error) {
-        pending_.push_back({source.part.file.string(), error.position(), error.problem()});
+    } catch (...) {
+        pending_.push_back(failure(source.part.file));
     }
 }
 
@@ -312,8 +326,8 @@ bool MergedStream::refill(Cursor& cursor, CollectedBatch& collected) {
 std::unique_ptr<Batch> MergedStream::read(Cursor& cursor) {
     try {
         return cursor.stream->next_batch();
-    } catch (const InputError& error) {
-        pending_.push_back({sources_[cursor.source].part.file.string(), error.position(), error.problem()});
+    } catch (...) {
+        pending_.push_back(failure(sources_[cursor.source].part.file));
         return nullptr;
     }
 }

@@ -35,7 +35,7 @@ public:
     };
 
     /// A part that is refused becomes a problem.
-    /// Throws InputError of the first part when all are refused.
+    /// Throws what the first part threw when all are refused.
     MergedStream(const std::vector<Part>& parts, OpenFile open_file);
     MergedStream(const MergedStream&) = delete;
     MergedStream& operator=(const MergedStream&) = delete;

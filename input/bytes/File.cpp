@@ -16,7 +16,11 @@ namespace {
 constexpr std::size_t block_bytes = 1 << 20;
 
 [[noreturn]] void fail(int code, const std::string& name) {
-    throw std::system_error(code, std::generic_category(), name);
+    throw std::system_error(code, std::generic_category(), "cannot read '" + name + "'");
+}
+
+std::int64_t changed_at(const struct stat& status) {
+    return status.st_mtim.tv_sec * std::int64_t{1'000'000'000} + status.st_mtim.tv_nsec;
 }
 
 }  // namespace
@@ -31,10 +35,17 @@ File::File(const std::filesystem::path& path)
         fail(code, name_);
     }
     size_ = static_cast<std::uint64_t>(status.st_size);
+    changed_at_ = changed_at(status);
 }
 
 File::~File() {
     ::close(descriptor_);
+}
+
+bool File::has_changed() const {
+    struct stat status {};
+    return ::fstat(descriptor_, &status) != 0 || static_cast<std::uint64_t>(status.st_size) != size_ ||
+           changed_at(status) != changed_at_;
 }
 
 std::size_t File::read(std::uint64_t offset, std::span<std::byte> into) const {

@@ -35,6 +35,8 @@ public:
 
     const std::string& name() const { return name_; }
     std::uint64_t size() const { return size_; }
+    /// Whether its size or time of change is another than when it was opened.
+    bool has_changed() const;
 
     /// Fills `into` from `offset` on and returns the bytes read, fewer only at the end of the file.
     /// Throws std::system_error with the path.
@@ -47,6 +49,7 @@ private:
     std::string name_;
     int descriptor_;
     std::uint64_t size_ = 0;
+    std::int64_t changed_at_ = 0;  // nanoseconds since 1970
 };
 
 /// CRC-32 as in zlib, continued from `crc`.

@@ -1,7 +1,5 @@
 #include "input/mcap/LoadedPiece.hpp"
 
-#include <system_error>
-
 namespace zun::input::mcap {
 
 Filter::Filter(const ChannelTable& channels, const Selection& selection)
@@ -31,15 +29,10 @@ void LoadedPiece::load() {
 }
 
 void LoadedPiece::read() {
-    try {
-        content_ = read_content(file_->bytes, piece_);
-    } catch (const std::system_error& error) {
-        content_.damage = std::string("cannot be read: ") + error.code().message();
-        content_.is_lost = true;
-    }
+    content_ = read_content(file_->bytes, piece_);
     messages_.reserve(std::min<std::uint64_t>(piece_.message_count, content_.records.size() / message_bytes));
     const WalkEnd end = walk_records(content_, *this);
-    if (!piece_.is_reported) report_walk(end);
+    report_walk(end);
     sort();
 }
 
@@ -68,6 +61,11 @@ void LoadedPiece::record(std::size_t, Opcode opcode, Bytes content) {
 void LoadedPiece::report_walk(const WalkEnd& end) {
     const std::string damage = describe_damage(piece_, content_, end);
     const std::uint64_t lost = piece_.message_count - std::min(piece_.message_count, walked_);
+    if (piece_.is_reported) {
+        // The scan has counted what can be read, so that less than this is news.
+        if (lost > 0) report(damage.empty() ? "fewer messages than when the file was opened" : damage, lost);
+        return;
+    }
     if (!damage.empty() || lost > 0)
         report(damage.empty() ? "chunk has fewer messages than its index" : damage, lost);
     for (const auto& [id, count] : undefined_)

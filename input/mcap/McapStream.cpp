@@ -23,6 +23,27 @@ void check_magic(const File& file) {
                                        : "other bytes"));
 }
 
+/// Comes after the messages of a pass, and tells when the file has become another meanwhile.
+class ClosingBatch final : public Batch {
+public:
+    explicit ClosingBatch(std::shared_ptr<const IndexedFile> file) : file_(std::move(file)) {}
+
+    void load() override {
+        if (file_->bytes.has_changed())
+            problems_.push_back(make_problem(file_->bytes.name(), 0,
+                                             "the file has changed since it was opened; "
+                                             "its messages may be others than those that were read"));
+    }
+    std::span<const Message> messages() const override { return {}; }
+    std::span<const Problem> problems() const override { return problems_; }
+    std::size_t loaded_bytes() const override { return 0; }
+    bool is_costly() const override { return false; }
+
+private:
+    std::shared_ptr<const IndexedFile> file_;
+    std::vector<Problem> problems_;
+};
+
 class McapStream final : public MessageStream {
 public:
     McapStream(const std::filesystem::path& path, const McapLimits& limits)
@@ -52,6 +73,7 @@ private:
     std::vector<const Piece*>
         waiting_;  // wanted ones, by their first keys; those before next_ have been opened
     std::size_t next_ = 0;
+    bool has_ended_ = false;
     std::vector<Part> open_;  // reach into the slice that comes
     std::size_t open_bytes_ = 0;
     Key from_;  // where that slice begins
@@ -62,6 +84,7 @@ void McapStream::start(const Selection& selection) {
     waiting_.clear();
     open_.clear();
     next_ = 0;
+    has_ended_ = false;
     open_bytes_ = 0;
     from_ = {{std::numeric_limits<std::int64_t>::min(), 0}, 0};
     for (const Piece& piece : file_->contents.pieces)
@@ -71,7 +94,10 @@ void McapStream::start(const Selection& selection) {
 }
 
 std::unique_ptr<Batch> McapStream::next_batch() {
-    if (open_.empty() && next_ == waiting_.size()) return nullptr;
+    if (open_.empty() && next_ == waiting_.size()) {
+        if (std::exchange(has_ended_, true)) return nullptr;
+        return std::make_unique<ClosingBatch>(file_);
+    }
     if (next_ < waiting_.size()) open_piece();
     while (next_ < waiting_.size() && is_room())
         open_piece();

@@ -3,6 +3,8 @@
 // Top-level records are followed by their lengths to the footer or to where the file breaks off; the records
 // of each piece tell its channels, its time range and its messages.
 
+#include <system_error>
+
 #include "input/mcap/Contents.hpp"
 
 namespace zun::input::mcap {
@@ -69,7 +71,12 @@ private:
 };
 
 Contents Scanner::run() {
-    while (step()) {
+    try {
+        while (step()) {
+        }
+    } catch (const std::system_error& error) {
+        end_run();
+        report(at_, "cannot be read on: " + error.code().message());
     }
     report_damaged_chunk();
     contents_.channels.complete();

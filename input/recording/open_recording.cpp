@@ -17,6 +17,9 @@ std::unique_ptr<MessageStream> open_storage(const fs::path& path) {
     const auto bytes = read_first_bytes(path);
     if (is_mcap(bytes)) return rosbag2::inflate_messages(open_mcap(path));
     if (rosbag2::is_sqlite(bytes)) return rosbag2::inflate_messages(rosbag2::open_sqlite(path));
+    if (starts_with(bytes, "#ROSBAG"))
+        throw InputError(path.string(), 0,
+                         "this is a bag of ROS 1; expected a recording (MCAP, or SQLite of rosbag2)");
     throw InputError(path.string(), 0,
                      "expected a recording (MCAP, or SQLite of rosbag2; zstd around either)");
 }

@@ -68,7 +68,7 @@ private:
                 const bool wanted = selection_.channels[stored.channel] &&
                                     (!selection_.start || time >= *selection_.start) &&
                                     (!selection_.end || time < *selection_.end);
-                if (wanted) messages_.push_back({stored.channel, time, {time.seconds, 7}, 0, stored.data});
+                if (wanted) messages_.push_back({stored.channel, time, {time.seconds, 7}, stored.data});
             }
             if (index_ == 0) problems_ = fake_.batch_problems;
         }

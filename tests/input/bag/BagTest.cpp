@@ -372,6 +372,18 @@ TEST(Metadata, ThatDisagreesWithTheFolderIsReported) {
     EXPECT_EQ(1U, stream->problems().size()) << lines(stream->problems());
 }
 
+TEST(Metadata, NamesOneFileInSeveralWays) {
+    const fs::path bag = new_folder() / "bag";
+    fs::copy(recorded("robot"), bag);
+    fs::create_symlink("robot_0.db3", bag / "link.db3");
+    write_file(bag / "metadata.yaml",
+               "rosbag2_bagfile_information:\n  relative_file_paths: "
+               "[robot_0.db3, ./robot_0.db3, ../bag/robot_0.db3, link.db3]");
+    const auto stream = open_folder(bag, open_storage);
+    EXPECT_EQ(test::read_file(bag / "expected.txt"), pass(*stream));
+    EXPECT_EQ("", lines(stream->problems()));
+}
+
 struct PathCase {
     const char* name;
     const char* listed;

@@ -451,6 +451,42 @@ TEST(McapChannels, AnIdWithANewMeaningIsAnotherChannel) {
     EXPECT_EQ(2U, stream->summary().channels[2].message_count);
 }
 
+TEST(McapChannels, TellTheirRecorder) {
+    const std::string types = sized("dynamic_types") + sized("");
+    const std::string attachment =
+        record(9, std::string(16, '\0') + types) + record(10, std::string(40, '\0') + types);
+    const std::string partitions = sized(sized("partitions") + sized(""));
+    const std::string channel = record(4, std::string(4, '\1') + sized("/p") + sized("cdr") + partitions);
+    const auto recorder = [](const std::string& bytes, std::size_t n) {
+        const TemporaryFile file(bytes);
+        return open_mcap(file.path())->channels().at(n).recorder;
+    };
+    for (const std::string& more : {std::string(), attachment, channel}) {
+        const RecordingBuilder builder(plain_head + more);
+        const std::size_t n = more == channel ? 2 : 0;
+        const Recorder expected = more.empty() ? Recorder::UNKNOWN : Recorder::FAST_DDS;
+        EXPECT_EQ(expected, recorder(builder.unfinished(), n));
+        EXPECT_EQ(expected, recorder(builder.finished(), n));
+    }
+}
+
+TEST(McapChange, AfterOpeningIsReported) {
+    for (const bool has_summary : {true, false}) {
+        const MadeRecording made = random_recording(3, 12, has_summary);
+        const TemporaryFile file(made.bytes);
+        const auto stream = open_mcap(file.path());
+        const std::size_t told = stream->problems().size();
+        fs::resize_file(file.path(), made.bytes.size() / 2);
+        const Delivery delivery = deliver(*stream);
+        std::size_t messages = delivery.lines.size();
+        for (std::size_t n = told; n < delivery.problems.size(); ++n)
+            messages += delivery.problems[n].messages_lost;
+        EXPECT_LT(delivery.lines.size(), messages);
+        EXPECT_EQ(made.messages.size(), messages);
+        EXPECT_NE(std::string::npos, delivery.problems.back().text.find("changed since it was opened"));
+    }
+}
+
 TEST(McapHarm, EveryCutKeepsTheWholeMessagesBeforeIt) {
     RecordingBuilder builder(plain_head);
     std::vector<std::uint64_t> ends;  // of messages
