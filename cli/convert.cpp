@@ -1,7 +1,9 @@
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <unordered_set>
 
 #include <CLI/CLI.hpp>
 
@@ -99,12 +101,19 @@ void add_talk(CLI::App& command, ConvertRequest& request) {
         ->group(group);
 }
 
+constexpr std::size_t most_messages_told_apart = 100'000;
+
 void listen(int verbosity) {
     using chronicle::Logger;
     if (verbosity == 0) return;
+    // Every thread's converter says the same, and so does every row: once is enough.
+    const auto said = std::make_shared<std::unordered_set<std::string>>();
     Logger::instance().listen(
         verbosity == 1 ? Logger::Level::WARN : Logger::Level::LOCAL,
-        [](Logger::Level, const std::string& message) { std::cerr << message << '\n'; });
+        [said](Logger::Level, const std::string& message) {
+            if (said->size() < most_messages_told_apart && !said->insert(message).second) return;
+            std::cerr << message << '\n';
+        });
 }
 
 void write_report(const convert::Report& report, const ConvertRequest& request) {
