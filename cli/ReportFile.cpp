@@ -8,8 +8,8 @@
 #include <unistd.h>
 #include <utility>
 
-#include "input/recording/open_recording.hpp"
 #include "convert/output/Output.hpp"
+#include "input/recording/open_recording.hpp"
 #include "platform/error/TextStream.hpp"
 
 namespace zun::cli {
@@ -36,7 +36,8 @@ void refuse_to_replace(const fs::path& path, const std::vector<convert::Recordin
                                      "' may be a file of the conversion: choose another name or folder");
     }
     if (is_input)
-        throw std::runtime_error("--report '" + path.string() + "' would replace a recording or a part of one");
+        throw std::runtime_error("--report '" + path.string() +
+                                 "' would replace a recording or a part of one");
 }
 
 }  // namespace

@@ -139,8 +139,9 @@ void add_limits(CLI::App& command, Request& request) {
     add_parsed(
         command, "--limit", "[TOPIC:]EXPR=N",
         [&](const auto& text) { settings.rules.push_back(convert::parse_limit_rule(text)); },
-        "N element columns for unbounded sequences whose full names match EXPR, of topics that match TOPIC; "
-        "wildcards, [*] and [3] mean indices; tried in byte order, the first match wins")
+        "N element columns for sequences whose full names match EXPR, of topics that match TOPIC; wildcards, "
+        "[*] "
+        "and [3] mean indices; of several the most specific wins")
         ->group(group);
     add_parsed(
         command, "--limits", "FILE", [&](const auto& path) { read_limits_file(path, settings); },
@@ -150,7 +151,7 @@ void add_limits(CLI::App& command, Request& request) {
     command
         .add_flag_callback(
             "--no-fit", [&] { settings.fit = false; },
-            "do not measure: 1000 element columns for every unbounded sequence")
+            "do not measure: as many element columns as a sequence's bound, 1000 where it has none")
         ->group(group);
     command
         .add_option("--max-columns", settings.most_columns,
@@ -161,7 +162,7 @@ void add_limits(CLI::App& command, Request& request) {
     add_choice(
         command, "--blobs",
         {{"columns", [&] { settings.skip_blobs = false; }}, {"skip", [&] { settings.skip_blobs = true; }}},
-        "members that are unbounded sequences of bytes: a column for each byte, or none at all")
+        "members that are arrays or sequences of bytes: a column for each byte, or none at all")
         ->group(group);
 }
 

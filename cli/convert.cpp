@@ -1,6 +1,8 @@
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <unordered_set>
 
 #include <CLI/CLI.hpp>
 
@@ -106,12 +108,19 @@ void add_diagnostics(CLI::App& command, ConvertRequest& request) {
         ->group(group);
 }
 
+constexpr std::size_t most_messages_told_apart = 100'000;
+
 void listen(int verbosity) {
     using chronicle::Logger;
     if (verbosity == 0) return;
+    // Every thread's converter says the same, and so does every row: once is enough.
+    const auto said = std::make_shared<std::unordered_set<std::string>>();
     Logger::instance().listen(
         verbosity == 1 ? Logger::Level::WARN : Logger::Level::LOCAL,
-        [](Logger::Level, const std::string& message) { std::cerr << message << '\n'; });
+        [said](Logger::Level, const std::string& message) {
+            if (said->size() < most_messages_told_apart && !said->insert(message).second) return;
+            std::cerr << message << '\n';
+        });
 }
 
 int exit_code(const convert::Report& report, bool fail_on_truncation) {

@@ -29,8 +29,8 @@ int learn_limits(const Request& request) {
 }  // namespace
 
 void add_fit(CLI::App& app, Action& action) {
-    CLI::App& command = *app.add_subcommand(
-        "fit", "Learns the longest length of every unbounded sequence, for convert --limits");
+    CLI::App& command =
+        *app.add_subcommand("fit", "Learns the longest length of every sequence, for convert --limits");
     const auto request = std::make_shared<Request>();
     command.footer(
         "Example: dds2csv fit monday.mcap tuesday.mcap > limits.yaml\n"

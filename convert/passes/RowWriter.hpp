@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "convert/Settings.hpp"
+#include "convert/plan/Columns.hpp"
 #include "convert/plan/LeftOut.hpp"
 #include "convert/plan/Topic.hpp"
 #include "format/PrintFormatCsv.hpp"
@@ -23,9 +24,8 @@ namespace zun::convert {
 
 class RowWriter {
 public:
-    /// The latter two must outlive the converter.
-    RowWriter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-              const Settings& settings);
+    /// All must outlive the writer.
+    RowWriter(const Topic& topic, const Columns& columns, const Settings& settings);
 
     std::string header() const { return header_.str(); }  ///< with line end
 
@@ -41,7 +41,7 @@ public:
 private:
     void append_times(const input::Message& message);
 
-    std::string topic_;
+    const Topic& topic_;
     const Settings& settings_;
     TextStream header_;
     std::string times_;         // of one row

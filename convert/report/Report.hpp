@@ -18,14 +18,16 @@ struct CutField {
     std::uint32_t columns = 0;  ///< elements that have columns
     std::uint32_t longest = 0;  ///< elements of the longest sequence seen
     std::uint64_t rows = 0;     ///< rows with more elements than columns
+    std::string rule = {};      ///< the --limit that asked for it, as the user wrote it; empty where none did
     std::string option = {};    ///< what would keep all of it
 };
 
 struct TopicReport {
     std::string topic;
     std::string type_name;
-    std::string file = {};     ///< empty when the topic has none
-    std::string refusal = {};  ///< why it has none
+    std::string file = {};       ///< empty when the topic has none
+    std::string refusal = {};    ///< why it has none
+    std::uint64_t messages = 0;  ///< as the recording counts them
     std::uint64_t rows = 0;
     std::uint64_t columns = 0;              ///< without the timestamps
     std::uint64_t bytes = 0;                ///< of the file
@@ -47,6 +49,7 @@ struct RecordingReport {
     std::vector<TopicReport> topics = {};
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
+    std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found
     std::vector<input::Problem> problems = {};  ///< the first few
 };
 

@@ -8,7 +8,9 @@
 namespace zun::cdr {
 
 struct Findings {
-    std::size_t left_over = 0;     ///< bytes after the last member; up to 3 are padding
+    static constexpr std::size_t most_padding = 3;  ///< bytes after the last member that mean nothing
+
+    std::size_t left_over = 0;     ///< bytes after the last member
     bool unknown_members = false;  ///< it has members that the type does not have
     bool absent_members = false;   ///< it lacks members that the type has and that are not optional
     bool invalid_text = false;     ///< it has text that is not UTF-8 or holds a zero; only printing finds out

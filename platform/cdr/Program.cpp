@@ -104,7 +104,7 @@ Member member_of(const UnionMember& member, const Plan& plan) {
             .optional = false};
 }
 
-/// Numbers the unbounded sequences of the members one after the other.
+/// Numbers the sequences of the members one after the other.
 void count_fields(Plan& plan) {
     std::uint64_t fields = 0;
     for (Member& member : plan.members) {
@@ -258,9 +258,7 @@ private:
         plan.element = &plan_of(type.content_type());
         plan.delimited = xcdr2() && (type.is_map() ? map_delimits(type) : delimits_sequence(type));
         plan.bound = type.bounds();
-        plan.unbounded = plan.bound == core::xtypes::no_bound;
-        plan.fields = static_cast<std::uint32_t>(
-            capped(std::uint64_t{plan.element->fields} + (plan.unbounded ? 1 : 0)));
+        plan.fields = static_cast<std::uint32_t>(capped(std::uint64_t{plan.element->fields} + 1));
         plan.minimal_size = plan.delimited ? 8 : 4;
     }
 

@@ -112,7 +112,7 @@ SampleDecoder::Fit SampleDecoder::fit_of(Candidate& candidate, const Encapsulati
     try {
         Reader<true> reader(payload, encapsulation_size, head.padding, source_);
         const Findings findings = walk(program_of(candidate, head), head, reader, validator);
-        if (findings.left_over > padding_limit) return Fit::FAILS;
+        if (findings.left_over > Findings::most_padding) return Fit::FAILS;
         reader.step_over(payload.size());
         const bool exact = !findings.unknown_members && !findings.absent_members &&
                            reader.padding_is_zero() && validator.well_formed;

@@ -33,13 +33,12 @@ public:
         const Encapsulation head = encapsulation_of(payload);
         Reader<false> reader(payload, encapsulation_size, head.padding, source_);
         const Findings findings = walk(program_for(head, payload), head, reader, handler);
-        if (findings.left_over > padding_limit && writer_ == Writer::ROS2) fail_longer(payload, findings);
+        if (findings.left_over > Findings::most_padding && writer_ == Writer::ROS2)
+            fail_longer(payload, findings);
         return findings;
     }
 
 private:
-    static constexpr std::size_t padding_limit = 3;
-
     /// How well a reading fits a sample.
     enum class Fit : std::uint8_t { EXACT, DEVIATES, FAILS };
 

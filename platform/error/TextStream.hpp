@@ -1,7 +1,7 @@
 // TextStream: text that is put together in memory.
 //
-// A standard stream that runs out of memory goes silent: what follows is missing, and nobody is told. This one
-// throws.
+// A standard stream that runs out of memory goes silent: what follows is missing, and nobody is told. This
+// one throws.
 
 #ifndef ZUN_PLATFORM_ERROR_TEXT_STREAM_HPP
 #define ZUN_PLATFORM_ERROR_TEXT_STREAM_HPP

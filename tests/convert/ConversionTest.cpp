@@ -253,7 +253,7 @@ TEST(BatchSource, ReadsAgainOnlyWhatItCouldNotKeep) {
 
 TEST(Conversion, MakesOneFileOfChannelsOfOneType) {
     FakeRecording fake = three_readings();
-    const auto again = fake.add_channel("/a", "p/msg/R", reading);
+    const auto again = fake.add_channel("/a", "p/msg/R", std::string("# The same again.\n") + reading);
     fake.add(again, 13'000'000'000, R"({"id": 4, "text": "", "list": [], "blob": []})");
     const Report report = convert_all(fake, {}, fresh_folder());
     ASSERT_EQ(1U, report.recordings[0].topics.size());
@@ -287,6 +287,8 @@ TEST(Conversion, NamesAllThatIsLost) {
     fake.add_channel("/a", "p/msg/Other", "int32[] list\n");
     fake.add_channel("/e", "p/msg/Wide", "int32[70000] grid\n");
     const auto f = fake.add_channel("/f", "p/msg/Long", "uint8[] blob\nint32[] list\n");
+    for (std::uint32_t channel = 1; channel <= 5; ++channel)
+        fake.add_bytes(channel, 12, {});
     fake.add_channel("/unwanted", "p/msg/R", "{}", "json");
     fake.add_bytes(0, 13, {std::byte{0}, std::byte{1}});
     std::string blob = "0";
@@ -295,7 +297,7 @@ TEST(Conversion, NamesAllThatIsLost) {
     fake.add(f, 14, ("{\"blob\": [" + blob + "], \"list\": [1]}").c_str());
     auto longer = fake.batches.back().back().data;
     longer.resize(longer.size() + 8);
-    fake.add_bytes(f, 15, longer);
+    fake.add_bytes(f, 15, longer);  // ROS types do not grow
     fake.problems = {{"fake.mcap", 5, "no summary"}};
     fake.batch_problems = {{"fake.mcap", 70, "chunk is damaged", 12}};
     fake.cut = "the file ends within a record";
@@ -313,6 +315,18 @@ TEST(Conversion, NamesAllThatIsLost) {
     EXPECT_TRUE(parsed["lost_anything"]);
     EXPECT_EQ(17000, parsed["recordings"][0]["topics"][6]["cuts"][0]["longest"]);
     EXPECT_EQ("chunk is damaged", parsed["recordings"][0]["problems"][1]["text"]);
+}
+
+TEST(Conversion, CountsWhatThePassOfLengthsDidNotSee) {
+    FakeRecording fake = three_readings();
+    fake.batches.front().swap(fake.batches.back());
+    fake.fails_at_first = true;
+    const Report report = convert_all(fake, {}, fresh_folder());
+    const TopicReport& topic = report.recordings[0].topics[0];
+    EXPECT_EQ(3U, topic.rows);
+    ASSERT_EQ(1U, topic.cuts.size());
+    EXPECT_EQ(3U, topic.cuts[0].longest);
+    EXPECT_EQ(1U, topic.cuts[0].rows);
 }
 
 TEST(Conversion, StopsAtTheFirstDamageWhereThatIsAnError) {

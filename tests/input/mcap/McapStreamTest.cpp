@@ -25,6 +25,7 @@ using test::message_record;
 using test::record;
 using test::RecordingBuilder;
 using test::schema_record;
+using test::sized;
 using test::TemporaryFile;
 
 /// A message as a line of text: topic, log time, payload.
