@@ -114,17 +114,18 @@ const SettingsCase settings_cases[] = {
 
 TEST(Conversion, KnowsTheWriterByItsRecorder) {
     FakeRecording fake;
-    for (const char* const noted : {"partitions", "ros2-types", "other"}) {
-        const auto channel = fake.add_channel(std::string("/") + noted, "S", "struct S { long double v; };");
+    for (const auto recorder : {input::Recorder::FAST_DDS, input::Recorder::UNKNOWN}) {
+        const auto channel =
+            fake.add_channel("/" + std::to_string(fake.channels.size()), "S", "struct S { long double v; };");
         fake.channels[channel].schema_encoding = "omgidl";
-        fake.channels[channel].metadata = {{noted, ""}};
+        fake.channels[channel].recorder = recorder;
     }
     Settings settings;
     const Report by_recorder = convert_all(fake, settings, fresh_folder());
     settings.writer = cdr::Writer::FAST_DDS;
     const Report by_user = convert_all(fake, settings, fresh_folder());
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(i < 2, by_recorder.recordings[0].topics[i].refusal.empty());
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(i < 1, by_recorder.recordings[0].topics[i].refusal.empty());
         EXPECT_EQ("", by_user.recordings[0].topics[i].refusal);
     }
 }
