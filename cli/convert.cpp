@@ -1,8 +1,12 @@
+#include <cstdint>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <unistd.h>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -12,6 +16,7 @@
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
 #include "convert/Conversion.hpp"
+#include "platform/error/visible.hpp"
 #include "platform/logger/Logger.hpp"
 
 namespace zun::cli {
@@ -19,6 +24,7 @@ namespace zun::cli {
 namespace {
 
 struct ConvertRequest : Request {
+    std::vector<std::pair<std::string, std::vector<std::string>>> given = {};  ///< options, with their values
     std::optional<std::string> output = {};
     std::string report_file = {};
     bool fail_on_truncation = false;
@@ -108,6 +114,7 @@ void add_diagnostics(CLI::App& command, ConvertRequest& request) {
         ->group(group);
 }
 
+constexpr std::size_t terminal_name_width = 60;
 constexpr std::size_t most_messages_told_apart = 100'000;
 
 void listen(int verbosity) {
@@ -119,7 +126,7 @@ void listen(int verbosity) {
         verbosity == 1 ? Logger::Level::WARN : Logger::Level::LOCAL,
         [said](Logger::Level, const std::string& message) {
             if (said->size() < most_messages_told_apart && !said->insert(message).second) return;
-            std::cerr << message << '\n';
+            std::cerr << visible(message) << '\n';
         });
 }
 
@@ -136,10 +143,11 @@ int convert_recordings(ConvertRequest& request) {
     if (request.settings.to_stdout && recordings.size() != 1)
         throw std::runtime_error("standard output takes one recording");
     ReportFile report_file(request.report_file, recordings);
-    convert::Report report;
+    convert::Report report{.version = ZUN_VERSION, .options = request.given};
     const auto tell = [&] {
         const auto detail = request.quiet ? convert::Detail::LOSSES : convert::Detail::TABLE;
-        print_report(std::cerr, report, detail);
+        const bool on_terminal = ::isatty(STDERR_FILENO) == 1;
+        print_report(std::cerr, report, detail, on_terminal ? terminal_name_width : SIZE_MAX);
         report_file.write(report);
     };
     try {
@@ -173,8 +181,10 @@ void add_convert(CLI::App& app, Action& action) {
     add_limits(command, *request);
     add_reading(command, *request);
     add_diagnostics(command, *request);
-    command.callback([request, &action] {
+    command.callback([request, &command, &action] {
         check_span(*request);
+        for (const CLI::Option* const option : command.get_options())
+            if (!option->empty()) request->given.emplace_back(option->get_name(), option->results());
         action = [request] { return convert_recordings(*request); };
     });
 }

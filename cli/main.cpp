@@ -14,13 +14,14 @@
 #include "cli/commands.hpp"
 #include "cli/heap.hpp"
 #include "convert/Settings.hpp"
+#include "platform/error/visible.hpp"
 
 namespace zun::cli {
 
 namespace {
 
 int complain(const char* problem, ExitCode code) {
-    std::cerr << "dds2csv: " << problem << '\n';
+    std::cerr << "dds2csv: " << visible(problem) << '\n';
     return code;
 }
 

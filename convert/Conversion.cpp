@@ -27,16 +27,17 @@ std::string in_quotes(const std::string& text) {
 
 void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, TopicReport& report) {
     if (topic.other_type)
-        report.hints.push_back("the topic has a second type, " + topic.type_name + ", whose file is " +
-                               topic.file);
+        report.hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
+                                                   ", whose file is " + topic.file});
     if (topic.left_out)
         for (const std::string& name : names_of(*topic.type, *topic.left_out))
-            report.hints.push_back(in_quotes(name) + " is left out; --blobs columns keeps it");
+            report.hints.push_back({"left-out", in_quotes(name) + " is left out; --blobs columns keeps it"});
     for (const Limits::Field& field : limits.fields())
         if (field.blob && field.limit >= wide_blob && field.limit > columns / 2)
-            report.hints.push_back(in_quotes(field.full_name) + " holds bytes and takes " +
-                                   std::to_string(field.limit) + " of " + std::to_string(columns) +
-                                   " columns; --blobs skip leaves them out");
+            report.hints.push_back({"blob", in_quotes(field.full_name) + " holds bytes and takes " +
+                                                std::to_string(field.limit) + " of " +
+                                                std::to_string(columns) +
+                                                " columns; --blobs skip leaves them out"});
 }
 
 /// Whether a limits file says something about every sequence of a topic.
@@ -68,10 +69,50 @@ void settle_cuts(TopicReport& report, const Limits& limits, std::uint64_t most) 
     }
 }
 
-std::string rule_note(const LimitRule& rule) {
+void set_span(RecordingReport& report, const input::Summary& summary) {
+    if (!summary.first || !summary.last) return;
+    report.first.clear();
+    report.last.clear();
+    append_time(report.first, *summary.first, TimeFormat::RFC3339);
+    append_time(report.last, *summary.last, TimeFormat::RFC3339);
+}
+
+void tell_if_empty(RecordingReport& report) {
+    for (const TopicReport& topic : report.topics)
+        if (topic.messages > 0) return;
+    report.hints.push_back({"empty", report.topics.empty() ? "the recording has no topics"
+                                                           : "the recording has no messages on its topics"});
+}
+
+enum class Met : std::uint8_t { NO_FILES, NONE, SOME };
+
+/// Whether any message of the topics that have files was met.
+Met messages_met(const RecordingReport& report) {
+    Met met = Met::NO_FILES;
+    for (const TopicReport& topic : report.topics) {
+        if (topic.rows + topic.unreadable > 0) return Met::SOME;
+        if (!topic.file.empty() && topic.messages > 0) met = Met::NONE;
+    }
+    return met;
+}
+
+/// A span that misses one of several recordings is their order; one that misses all of them is a loss.
+void tell_spans_missed(Report& report) {
+    const bool any = std::any_of(report.recordings.begin(), report.recordings.end(),
+                                 [](const auto& recording) { return messages_met(recording) == Met::SOME; });
+    for (RecordingReport& recording : report.recordings)
+        if (recording.finished && messages_met(recording) == Met::NONE)
+            (any ? recording.hints : recording.losses)
+                .push_back({"time-span",
+                            "no message is in the time span that was asked for; the recording has "
+                            "messages from " +
+                                recording.first + " to " + recording.last});
+}
+
+Reason rule_note(const LimitRule& rule) {
     const std::string start = "--limit " + in_quotes(rule.given) + " had no effect: ";
-    if (!rule.matched) return start + "it matches no sequence";
-    return start + in_quotes(rule.lost_to) + " goes before it for all its fields";
+    if (!rule.matched) return {"unused-limit", start + "it matches no sequence"};
+    return {"unused-limit", start + in_quotes(rule.lost_to) + " goes before it for all its fields"};
 }
 
 }  // namespace
@@ -88,12 +129,13 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     try {
         auto run = std::make_unique<RecordingRun>(recording, types_, settings_, watch_);
         find_patterns_used(run->stream());
+        set_span(report, run->stream().summary());
         if (!run->topics().empty() || run->stream().channels().empty()) return run;
-        report.failure = "it has no topic that is wanted";
+        report.failure = {"no-topic", "it has no topic that is wanted"};
     } catch (const InputError& problem) {
-        report.failure = problem.what();
+        report.failure = {"unreadable", problem.what()};
     } catch (const std::system_error& problem) {
-        report.failure = problem.what();
+        report.failure = {"unreadable", problem.what()};
     }
     return nullptr;
 }
@@ -127,16 +169,17 @@ Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
         const auto given = settings_.limits->find(topic.name);
         if (given != settings_.limits->end()) limits.set(given->second, Limits::Origin::FILE);
         if (settings_.fit && !names_all(*settings_.limits, topic))
-            report.hints.push_back(given == settings_.limits->end()
-                                       ? "--limits does not name the topic; its lengths are measured"
-                                       : "--limits does not name all its sequences; the others are measured");
+            report.hints.push_back(
+                {"limits-file", given == settings_.limits->end()
+                                    ? "--limits does not name the topic; its lengths are measured"
+                                    : "--limits does not name all its sequences; the others are measured"});
     }
     limits.apply(settings_.rules, topic.name);
     limits.hold(settings_.most_columns);
     const std::uint64_t columns = limits.columns();
     report.columns = columns;
     if (columns > settings_.most_columns) {
-        topic.refuse(too_wide(limits.blame(), columns, settings_.most_columns));
+        topic.refuse("too-wide", too_wide(limits.blame(), columns, settings_.most_columns));
     } else {
         add_hints(topic, limits, columns, report);
     }
@@ -155,11 +198,20 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
         entry.refusal = topic.refusal;
     }
     const std::unique_ptr<Output> output = make_output(index, run->topics());
-    run->convert(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), *output, report);
-    output->finish();
+    const auto settle_all = [&] {
+        for (std::size_t i = 0; i < limits.size(); ++i)
+            settle_cuts(report.topics[i], limits[i], settings_.most_columns);
+    };
+    try {
+        run->convert(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), *output, report);
+        output->finish();
+    } catch (...) {
+        settle_all();
+        throw;
+    }
+    settle_all();
     report.finished = true;
-    for (std::size_t i = 0; i < limits.size(); ++i)
-        settle_cuts(report.topics[i], limits[i], settings_.most_columns);
+    tell_if_empty(report);
 }
 
 std::unique_ptr<Output> Conversion::make_output(std::size_t index, const std::vector<Topic>& topics) const {
@@ -178,7 +230,8 @@ void Conversion::run(Report& report) {
     report.dry_run = settings_.dry_run;
     prepare(report);
     for (std::size_t i = 0; i < recordings_.size(); ++i)
-        if (report.recordings[i].failure.empty()) convert(i, report.recordings[i]);
+        if (!report.recordings[i].failure) convert(i, report.recordings[i]);
+    if (settings_.start || settings_.end) tell_spans_missed(report);
     add_notes(report);
 }
 
@@ -191,7 +244,7 @@ void Conversion::find_patterns_used(const input::MessageStream& stream) {
 void Conversion::add_notes(Report& report) const {
     for (const std::string& pattern : settings_.topics.wanted)
         if (patterns_used_.count(pattern) == 0)
-            report.losses.push_back("--topics " + in_quotes(pattern) + " matches no topic");
+            report.losses.push_back({"no-topic", "--topics " + in_quotes(pattern) + " matches no topic"});
     for (const LimitRule& rule : settings_.rules)
         if (!rule.won) report.notes.push_back(rule_note(rule));
 }
@@ -229,7 +282,7 @@ Limits Conversion::plan(const std::string& name) {
     if (!found) throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name));
     TopicReport unused;
     Limits limits = found->file.empty() ? Limits() : limits_of(*found, unused);
-    if (found->file.empty()) throw std::runtime_error(name + ": " + found->refusal);
+    if (found->file.empty()) throw std::runtime_error(name + ": " + found->refusal->text);
     return limits;
 }
 

@@ -48,26 +48,24 @@ cdr::Writer writer_of(const Channel& channel, cdr::Writer given) {
 
 /// Sets the type, or the reason why there is none.
 void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
-    if (channel.message_encoding != "cdr") {
-        topic.refusal = "its messages are encoded as '" + channel.message_encoding + "', not as CDR";
-        return;
-    }
-    if (channel.type_name.empty()) {
-        topic.refusal = "the recording does not name its type";
-        return;
-    }
+    if (channel.message_encoding != "cdr")
+        return topic.refuse("encoding",
+                            "its messages are encoded as '" + channel.message_encoding + "', not as CDR");
+    if (channel.type_name.empty())
+        return topic.refuse("unnamed-type", "the recording does not name its type");
     try {
         const auto type = catalog.type_of(channel.type_name, channel.schema_encoding, channel.schema_text);
         const printing::SamplePrinter decodable(type, topic.name, topic.writer);  // throws when it is not
         topic.type = type;
     } catch (const schema::UnknownType& problem) {
-        topic.refusal = problem.what();
-        topic.refusal +=
-            "; --types PATH names a folder or a recording that defines '" + problem.type_name() + "'";
+        // The text is the same whoever needs the type, so that a report names it once.
+        topic.refuse("missing-type", "the type '" + problem.type_name() +
+                                         "' has no definition; --types PATH names a folder or a recording "
+                                         "that defines it");
     } catch (const InputError& problem) {
-        topic.refusal = std::string("its schema cannot be read: ") + problem.what();
+        topic.refuse("schema", std::string("its schema cannot be read: ") + problem.what());
     } catch (const std::invalid_argument& problem) {
-        topic.refusal = problem.what();
+        topic.refuse("unsupported-type", problem.what());
     }
 }
 
@@ -77,7 +75,8 @@ constexpr std::uint64_t most_sequences_blamed = 1U << 14U;
 /// Leaves members out, and refuses a topic that does not fit even while all sequences are empty.
 void choose_columns(Topic& topic, const TopicChoice& choice) {
     if (PartCounts(Part(*topic.type)).of(Part(*topic.type)).sequences > most_sequences)
-        return topic.refuse("its type has more than " + std::to_string(most_sequences) + " sequences");
+        return topic.refuse("too-wide",
+                            "its type has more than " + std::to_string(most_sequences) + " sequences");
     if (choice.skip_blobs) topic.left_out = blobs_of(*topic.type);
     const Part root(*topic.type, topic.left_out.get());
     const PartCounts::Counts counts = PartCounts(root).of(root);
@@ -91,7 +90,7 @@ void choose_columns(Topic& topic, const TopicChoice& choice) {
         limits.set(empty, Limits::Origin::MEASURED);
         blame = limits.blame();
     }
-    topic.refuse(too_wide(blame, counts.columns, choice.most_columns));
+    topic.refuse("too-wide", too_wide(blame, counts.columns, choice.most_columns));
 }
 
 void name_files(std::vector<Topic>& topics) {

@@ -16,6 +16,7 @@
 
 #include "convert/plan/LeftOut.hpp"
 #include "convert/plan/Limits.hpp"
+#include "convert/plan/Reason.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
 #include "platform/xtypes/DynamicType.hpp"
@@ -44,12 +45,13 @@ struct Topic {
     cdr::Writer writer = cdr::Writer::UNKNOWN;
     std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
     std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
-    std::string refusal = {};                                ///< why it is refused
+    std::optional<Reason> refusal = {};                      ///< why it is refused
     std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
     bool other_type = false;  ///< an earlier entry has this topic with another type
 
-    void refuse(std::string why) {
-        refusal = std::move(why);
+    /// `code`  of the reason `text`
+    void refuse(std::string code, std::string text) {
+        refusal = {std::move(code), std::move(text)};
         file.clear();
     }
 };

@@ -6,6 +6,8 @@
 #include <iomanip>
 #include <map>
 
+#include "platform/error/visible.hpp"
+
 namespace zun::convert {
 
 namespace {
@@ -14,7 +16,7 @@ constexpr std::uint64_t spreadsheet_columns = 16'384;
 constexpr std::uint64_t spreadsheet_rows = 1'048'576;
 constexpr std::uint64_t sqlite_columns = 2'000;
 
-using Lines = std::vector<std::string>;
+using Reasons = std::vector<Reason>;
 
 /// "1 row", "2 rows".
 std::string counted(std::uint64_t count, const std::string& noun, const std::string& plural_end = "s") {
@@ -34,10 +36,22 @@ std::string size_text(std::uint64_t bytes) {
     return text.data();
 }
 
-void print_table(std::ostream& out, const RecordingReport& recording) {
+/// `name`, printable, in no more characters than `width`.
+std::string short_name(const std::string& name, std::size_t width) {
+    std::string text = visible(name);
+    const auto begins_character = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+    if (text.size() <= width) return text;
+    std::size_t size = width - 3;
+    while (!begins_character(text[size]))
+        --size;
+    return text.substr(0, size) + "...";
+}
+
+void print_table(std::ostream& out, const RecordingReport& recording, std::size_t name_width) {
     std::size_t width = 0;
     for (const TopicReport& topic : recording.topics)
-        if (!topic.file.empty()) width = std::max({width, topic.topic.size(), std::size_t{5}});
+        if (!topic.file.empty())
+            width = std::max({width, short_name(topic.topic, name_width).size(), std::size_t{5}});
     if (width == 0) return;
     const auto name = [&](const std::string& text) -> std::ostream& {
         return out << "  " << std::left << std::setw(static_cast<int>(width)) << text << std::right;
@@ -45,8 +59,9 @@ void print_table(std::ostream& out, const RecordingReport& recording) {
     name("topic") << "        rows  columns      size  file\n";
     for (const TopicReport& topic : recording.topics) {
         if (topic.file.empty()) continue;
-        name(topic.topic) << std::setw(12) << topic.rows << std::setw(9) << topic.columns << std::setw(10)
-                          << size_text(topic.bytes) << "  " << topic.file << '\n';
+        name(short_name(topic.topic, name_width))
+            << std::setw(12) << topic.rows << std::setw(9) << topic.columns << std::setw(10)
+            << size_text(topic.bytes) << "  " << visible(topic.file) << '\n';
     }
 }
 
@@ -56,117 +71,97 @@ std::string cut_sentence(const CutField& cut) {
            " keeps all";
 }
 
-void add_losses(Lines& lines, const TopicReport& topic) {
-    const std::string start = topic.topic + ": ";
-    if (topic.unreadable > 0)
-        lines.push_back(start + counted(topic.unreadable, "message") +
-                        (topic.unreadable == 1 ? " is no sample of " : " are no samples of ") +
-                        topic.type_name);
-    for (const std::string& reason : topic.reasons)
-        lines.push_back("  " + reason);
+/// Those that a --limit asked for, or the others.
+void add_cuts(Reasons& reasons, const TopicReport& topic, bool asked_for) {
     for (const CutField& cut : topic.cuts)
-        if (cut.rule.empty()) lines.push_back(start + cut_sentence(cut));
+        if (cut.rule.empty() != asked_for) reasons.push_back({"cut", topic.topic + ": " + cut_sentence(cut)});
+}
+
+void add_unreadable(Reasons& losses, const TopicReport& topic) {
+    if (topic.unreadable > 0)
+        losses.push_back({"unreadable",
+                          topic.topic + ": " + counted(topic.unreadable, "message") +
+                              (topic.unreadable == 1 ? " is no sample of " : " are no samples of ") +
+                              topic.type_name,
+                          topic.reasons});
 }
 
 /// Topics that are refused for one reason are told in one line; those without messages lose nothing.
-void add_refusals(Lines& lines, const RecordingReport& recording, bool with_messages) {
-    std::map<std::string, std::size_t> told;  // by refusal: index in `refused`
+void add_refusals(Reasons& reasons, const RecordingReport& recording, bool with_messages) {
     struct Refused {
         std::string topics;
         std::uint64_t messages;
-        std::string why;
+        const Reason* why;
     };
+    std::map<std::string, std::size_t> told;  // by text: index in `refused`
     std::vector<Refused> refused;
     for (const TopicReport& topic : recording.topics) {
-        if (topic.refusal.empty() || (topic.messages > 0) != with_messages) continue;
-        const auto [place, is_new] = told.try_emplace(topic.refusal, refused.size());
-        if (is_new) refused.push_back({"", 0, topic.refusal});
+        if (!topic.refusal || (topic.messages > 0) != with_messages) continue;
+        const auto [place, is_new] = told.try_emplace(topic.refusal->text, refused.size());
+        if (is_new) refused.push_back({"", 0, &*topic.refusal});
         Refused& entry = refused[place->second];
         entry.topics += (entry.topics.empty() ? "" : ", ") + topic.topic;
         entry.messages += topic.messages;
     }
     for (const Refused& entry : refused)
-        lines.push_back(entry.topics + ": " +
-                        (with_messages ? counted(entry.messages, "message") + " not converted: "
-                                       : "not converted, without messages: ") +
-                        entry.why);
+        reasons.push_back(
+            {entry.why->code, entry.topics + ": " +
+                                  (with_messages ? counted(entry.messages, "message") + " not converted: "
+                                                 : "not converted, without messages: ") +
+                                  entry.why->text});
 }
 
-/// Damage that ended the recording names its place itself.
-std::string place_of(const input::Problem& problem) {
-    return problem.source.empty() ? "" : problem.source + ':' + std::to_string(problem.position) + ": ";
-}
-
-Lines losses_of(const RecordingReport& recording) {
-    Lines lines;
-    if (!recording.failure.empty()) lines.push_back("not converted: " + recording.failure);
-    add_refusals(lines, recording, true);
-    for (const TopicReport& topic : recording.topics)
-        add_losses(lines, topic);
-    if (recording.messages_missing > 0)
-        lines.push_back(counted(recording.messages_missing, "message") +
-                        " that the recording counts cannot be found");
-    if (recording.problem_count > 0)
-        lines.push_back("the recording is damaged in " + counted(recording.problem_count, "place") +
-                        (recording.messages_lost == 0
-                             ? ""
-                             : ", " + counted(recording.messages_lost, "message") + " known to be lost"));
+void add_damage(Reasons& losses, const RecordingReport& recording) {
+    if (recording.problem_count == 0) return;
+    Reason damage{"damage", "the recording is damaged in " + counted(recording.problem_count, "place")};
+    if (recording.messages_lost > 0)
+        damage.text += ", " + counted(recording.messages_lost, "message") + " known to be lost";
     for (const input::Problem& problem : recording.problems)
-        lines.push_back("  " + place_of(problem) + problem.text);
+        damage.details.push_back(text_of(problem));
     if (recording.problem_count > recording.problems.size())
-        lines.push_back("  and " + std::to_string(recording.problem_count - recording.problems.size()) +
-                        " more");
-    return lines;
+        damage.details.push_back(
+            "and " + std::to_string(recording.problem_count - recording.problems.size()) + " more");
+    losses.push_back(std::move(damage));
 }
 
 /// What the messages of a topic had beside their values.
-void add_message_hints(Lines& lines, const TopicReport& topic) {
-    const auto add = [&](std::uint64_t count, const char* one, const char* many, const std::string& rest) {
+void add_message_hints(Reasons& hints, const TopicReport& topic) {
+    const auto add = [&](const char* code, std::uint64_t count, const char* one, const char* many,
+                         const std::string& rest) {
         if (count > 0)
-            lines.push_back(topic.topic + ": " + counted(count, "message") + (count == 1 ? one : many) +
-                            rest);
+            hints.push_back(
+                {code, topic.topic + ": " + counted(count, "message") + (count == 1 ? one : many) + rest});
     };
-    add(topic.left_over, " goes", " go",
+    add("left-over", topic.left_over, " goes", " go",
         " on after the sample: the sender may know a longer type than " + topic.type_name);
-    add(topic.unknown_members, " has", " have",
+    add("unknown-members", topic.unknown_members, " has", " have",
         " members that " + topic.type_name + " does not have, which are left out");
-    add(topic.absent_members, " lacks", " lack",
+    add("absent-members", topic.absent_members, " lacks", " lack",
         " members of " + topic.type_name + ", whose cells show their default values");
-    add(topic.invalid_text, " holds", " hold",
+    add("invalid-text", topic.invalid_text, " holds", " hold",
         " text that is not UTF-8, or zeros in it; --invalid-text says what becomes of it");
 }
 
-void add_reader_hints(Lines& lines, const TopicReport& topic) {
+void add_reader_hints(Reasons& hints, const TopicReport& topic) {
     if (topic.file.empty()) return;
     const std::string start = topic.topic + ": ";
-    const std::string size = counted(topic.columns, "column") + " and " + counted(topic.rows, "row");
+    const std::string columns = counted(topic.columns, "column");
     if (topic.columns >= spreadsheet_columns || topic.rows >= spreadsheet_rows)
-        lines.push_back(start + size + " are more than a spreadsheet opens (16384 columns, 1048576 rows)");
+        hints.push_back(
+            {"spreadsheet", start + columns + " and " + counted(topic.rows, "row") +
+                                " are more than a spreadsheet opens (16384 columns, 1048576 rows)"});
     if (topic.columns >= sqlite_columns)
-        lines.push_back(start + counted(topic.columns, "column") +
-                        " are more than an SQLite table has (2000)");
+        hints.push_back({"sqlite", start + columns + " are more than an SQLite table has (2000)"});
 }
 
-Lines hints_of(const RecordingReport& recording, bool for_readers) {
-    Lines lines;
-    add_refusals(lines, recording, false);
-    for (const TopicReport& topic : recording.topics) {
-        const std::string start = topic.topic + ": ";
-        for (const CutField& cut : topic.cuts)
-            if (!cut.rule.empty()) lines.push_back(start + cut_sentence(cut));
-        for (const std::string& hint : topic.hints)
-            lines.push_back(start + hint);
-        add_message_hints(lines, topic);
-        if (for_readers) add_reader_hints(lines, topic);
-    }
-    return lines;
-}
-
-void print_lines(std::ostream& out, const char* title, const Lines& lines) {
-    if (lines.empty()) return;
+void print_reasons(std::ostream& out, const char* title, const Reasons& reasons) {
+    if (reasons.empty()) return;
     out << title << '\n';
-    for (const std::string& line : lines)
-        out << "  " << line << '\n';
+    for (const Reason& reason : reasons) {
+        out << "  " << visible(reason.text) << '\n';
+        for (const std::string& detail : reason.details)
+            out << "    " << visible(detail) << '\n';
+    }
 }
 
 std::string summary_of(const RecordingReport& recording, bool dry_run) {
@@ -182,6 +177,42 @@ std::string summary_of(const RecordingReport& recording, bool dry_run) {
 }
 
 }  // namespace
+
+std::string text_of(const input::Problem& problem) {
+    const std::string place =
+        problem.source.empty() ? "" : problem.source + ':' + std::to_string(problem.position) + ": ";
+    return place + problem.text;
+}
+
+std::vector<Reason> losses_of(const RecordingReport& recording) {
+    Reasons losses;
+    if (recording.failure)
+        losses.push_back({recording.failure->code, "not converted: " + recording.failure->text});
+    add_refusals(losses, recording, true);
+    for (const TopicReport& topic : recording.topics) {
+        add_unreadable(losses, topic);
+        add_cuts(losses, topic, false);
+    }
+    if (recording.messages_missing > 0)
+        losses.push_back({"missing-messages", counted(recording.messages_missing, "message") +
+                                                  " that the recording counts cannot be found"});
+    losses.insert(losses.end(), recording.losses.begin(), recording.losses.end());
+    add_damage(losses, recording);
+    return losses;
+}
+
+std::vector<Reason> hints_of(const RecordingReport& recording, bool for_readers) {
+    Reasons hints = recording.hints;
+    add_refusals(hints, recording, false);
+    for (const TopicReport& topic : recording.topics) {
+        add_cuts(hints, topic, true);
+        for (const Reason& hint : topic.hints)
+            hints.push_back({hint.code, topic.topic + ": " + hint.text, hint.details});
+        add_message_hints(hints, topic);
+        if (for_readers) add_reader_hints(hints, topic);
+    }
+    return hints;
+}
 
 bool Report::lost_anything() const {
     const auto lost = [](const RecordingReport& recording) { return !losses_of(recording).empty(); };
@@ -200,20 +231,20 @@ bool Report::finished_any() const {
                        [](const RecordingReport& recording) { return recording.finished; });
 }
 
-void print_report(std::ostream& out, const Report& report, Detail detail) {
+void print_report(std::ostream& out, const Report& report, Detail detail, std::size_t name_width) {
     for (const RecordingReport& recording : report.recordings) {
-        const Lines losses = losses_of(recording);
+        const Reasons losses = losses_of(recording);
         if (detail == Detail::TABLE && recording.finished) {
-            out << summary_of(recording, report.dry_run) << '\n';
-            print_table(out, recording);
+            out << visible(summary_of(recording, report.dry_run)) << '\n';
+            print_table(out, recording, name_width);
         } else if (!losses.empty()) {
-            out << recording.name << ":\n";
+            out << visible(recording.name) << ":\n";
         }
-        print_lines(out, "lost:", losses);
-        if (detail == Detail::TABLE) print_lines(out, "hints:", hints_of(recording, report.dry_run));
+        print_reasons(out, "lost:", losses);
+        if (detail == Detail::TABLE) print_reasons(out, "hints:", hints_of(recording, report.dry_run));
     }
-    print_lines(out, "lost:", report.losses);
-    if (detail == Detail::TABLE) print_lines(out, "hints:", report.notes);
+    print_reasons(out, "lost:", report.losses);
+    if (detail == Detail::TABLE) print_reasons(out, "hints:", report.notes);
 }
 
 }  // namespace zun::convert

@@ -4,10 +4,14 @@
 #define ZUN_CONVERT_REPORT_REPORT_HPP
 
 #include <cstdint>
+#include <limits>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "convert/plan/Reason.hpp"
 #include "input/MessageStream.hpp"
 
 namespace zun::convert {
@@ -25,9 +29,9 @@ struct CutField {
 struct TopicReport {
     std::string topic;
     std::string type_name;
-    std::string file = {};       ///< empty when the topic has none
-    std::string refusal = {};    ///< why it has none
-    std::uint64_t messages = 0;  ///< as the recording counts them
+    std::string file = {};               ///< empty when the topic has none
+    std::optional<Reason> refusal = {};  ///< why it has none
+    std::uint64_t messages = 0;          ///< as the recording counts them
     std::uint64_t rows = 0;
     std::uint64_t columns = 0;              ///< without the timestamps
     std::uint64_t bytes = 0;                ///< of the file
@@ -38,25 +42,31 @@ struct TopicReport {
     std::uint64_t absent_members = 0;       ///< rows whose message lacks members of the type
     std::uint64_t invalid_text = 0;         ///< rows with text that is not UTF-8, or holds a zero
     std::vector<CutField> cuts = {};
-    std::vector<std::string> hints = {};
+    std::vector<Reason> hints = {};
 };
 
 struct RecordingReport {
     std::string name;
     std::string folder = {};
-    std::string failure = {};  ///< why it was not converted
-    bool finished = false;     ///< its files are complete
+    std::string first = {};              ///< time of its first message, in RFC 3339; empty without messages
+    std::string last = {};               ///< of its last
+    std::optional<Reason> failure = {};  ///< why it was not converted
+    bool finished = false;               ///< its files are complete
     std::vector<TopicReport> topics = {};
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
     std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found
     std::vector<input::Problem> problems = {};  ///< the first few
+    std::vector<Reason> losses = {};            ///< besides what the above tells
+    std::vector<Reason> hints = {};
 };
 
 struct Report {
+    std::string version = {};                                                    ///< of the tool
+    std::vector<std::pair<std::string, std::vector<std::string>>> options = {};  ///< as the user gave them
     std::vector<RecordingReport> recordings = {};
-    std::vector<std::string> losses = {};  ///< what was asked for and is in no recording
-    std::vector<std::string> notes = {};   ///< options that had no effect
+    std::vector<Reason> losses = {};  ///< what was asked for and is in no recording
+    std::vector<Reason> notes = {};   ///< options that had no effect
     bool dry_run = false;
 
     bool lost_anything() const;  ///< skipped, cut or damaged anything that was asked for
@@ -66,8 +76,19 @@ struct Report {
 
 enum class Detail : std::uint8_t { LOSSES, TABLE };
 
-/// For people: the table of topics, what was lost, and hints; or what was lost alone.
-void print_report(std::ostream& out, const Report& report, Detail detail);
+/// With its place; damage that ended the recording names that itself.
+std::string text_of(const input::Problem& problem);
+/// What was lost of a recording, complete.
+std::vector<Reason> losses_of(const RecordingReport& recording);
+/// What else is worth knowing; with `for_readers`, which programs cannot open the files as well.
+std::vector<Reason> hints_of(const RecordingReport& recording, bool for_readers);
+
+/// For people: the table of topics, what was lost, and hints; or what was lost alone. Whatever names hold,
+/// it is printable text.
+///
+/// `name_width`  characters that the table shows of a topic's name
+void print_report(std::ostream& out, const Report& report, Detail detail,
+                  std::size_t name_width = std::numeric_limits<std::size_t>::max());
 /// The whole of it for machines, as JSON.
 void print_report_json(std::ostream& out, const Report& report);
 

@@ -1,159 +1,72 @@
-#include <array>
-#include <charconv>
-#include <string_view>
+#include <nlohmann/json.hpp>
 
 #include "convert/report/Report.hpp"
 
 namespace zun::convert {
 
-namespace {
+using nlohmann::ordered_json;
 
-/// Writes one JSON value; commas and quotes are its business.
-class JsonWriter {
-public:
-    explicit JsonWriter(std::ostream& out) : out_(out) {}
+// The library finds these by their argument's namespace, which no unnamed one is.
 
-    template <typename Write>
-    void object(const Write& write) {
-        nested('{', '}', write);
-    }
-    template <typename Write>
-    void list(const Write& write) {
-        nested('[', ']', write);
-    }
-    JsonWriter& key(std::string_view name) {
-        separate();
-        string(name);
-        out_ << ':';
-        fresh_ = true;
-        return *this;
-    }
-    void value(const std::string& text) {
-        separate();
-        string(text);
-    }
-    void value(std::uint64_t number) {
-        separate();
-        out_ << number;
-    }
-    void value(bool flag) {
-        separate();
-        out_ << (flag ? "true" : "false");
-    }
-    template <typename Item, typename Write>
-    void list_of(const std::vector<Item>& items, const Write& write) {
-        list([&] {
-            for (const Item& item : items)
-                write(item);
-        });
-    }
-
-private:
-    template <typename Write>
-    void nested(char begin, char end, const Write& write) {
-        separate();
-        out_ << begin;
-        fresh_ = true;
-        write();
-        out_ << end;
-        fresh_ = false;
-    }
-
-    void separate() {
-        if (!fresh_) out_ << ',';
-        fresh_ = false;
-    }
-
-    void string(std::string_view text) {
-        out_ << '"';
-        for (const char c : text) {
-            if (c == '"' || c == '\\')
-                out_ << '\\' << c;
-            else if (static_cast<unsigned char>(c) < 0x20)
-                out_ << "\\u00" << (c < 0x10 ? '0' : '1') << "0123456789abcdef"[c & 15];
-            else
-                out_ << c;
-        }
-        out_ << '"';
-    }
-
-    std::ostream& out_;
-    bool fresh_ = true;  // no comma before the next item
-};
-
-void write_cut(JsonWriter& json, const CutField& cut) {
-    json.object([&] {
-        json.key("field").value(cut.field);
-        json.key("columns").value(std::uint64_t{cut.columns});
-        json.key("longest").value(std::uint64_t{cut.longest});
-        json.key("rows").value(cut.rows);
-        json.key("option").value(cut.option);
-        if (!cut.rule.empty()) json.key("asked_by").value(cut.rule);
-    });
+static void to_json(ordered_json& json, const Reason& reason) {
+    json = {{"code", reason.code}, {"text", reason.text}};
+    if (!reason.details.empty()) json["details"] = reason.details;
 }
 
-void write_topic(JsonWriter& json, const TopicReport& topic) {
-    const auto text = [&](const std::string& line) { json.value(line); };
-    json.object([&] {
-        json.key("topic").value(topic.topic);
-        json.key("type").value(topic.type_name);
-        if (!topic.file.empty()) json.key("file").value(topic.file);
-        if (!topic.refusal.empty()) json.key("refusal").value(topic.refusal);
-        json.key("messages").value(topic.messages);
-        json.key("rows").value(topic.rows);
-        json.key("columns").value(topic.columns);
-        json.key("bytes").value(topic.bytes);
-        json.key("unreadable").value(topic.unreadable);
-        json.key("reasons").list_of(topic.reasons, text);
-        json.key("left_over").value(topic.left_over);
-        json.key("unknown_members").value(topic.unknown_members);
-        json.key("absent_members").value(topic.absent_members);
-        json.key("invalid_text").value(topic.invalid_text);
-        json.key("cuts").list_of(topic.cuts, [&](const CutField& cut) { write_cut(json, cut); });
-        json.key("hints").list_of(topic.hints, text);
-    });
+static void to_json(ordered_json& json, const CutField& cut) {
+    json = {{"field", cut.field},
+            {"columns", cut.columns},
+            {"longest", cut.longest},
+            {"rows", cut.rows},
+            {"option", cut.option}};
+    if (!cut.rule.empty()) json["asked_by"] = cut.rule;
 }
 
-void write_problem(JsonWriter& json, const input::Problem& problem) {
-    json.object([&] {
-        json.key("source").value(problem.source);
-        json.key("position").value(problem.position);
-        json.key("text").value(problem.text);
-        json.key("messages_lost").value(problem.messages_lost);
-    });
+static void to_json(ordered_json& json, const TopicReport& topic) {
+    json = {{"topic", topic.topic}, {"type", topic.type_name}};
+    if (!topic.file.empty()) json["file"] = topic.file;
+    if (topic.refusal) json["refusal"] = *topic.refusal;
+    json["messages"] = topic.messages;
+    json["rows"] = topic.rows;
+    json["columns"] = topic.columns;
+    json["bytes"] = topic.bytes;
+    json["unreadable"] = topic.unreadable;
+    json["reasons"] = topic.reasons;
+    json["left_over"] = topic.left_over;
+    json["unknown_members"] = topic.unknown_members;
+    json["absent_members"] = topic.absent_members;
+    json["invalid_text"] = topic.invalid_text;
+    json["cuts"] = topic.cuts;
 }
 
-void write_recording(JsonWriter& json, const RecordingReport& recording) {
-    json.object([&] {
-        json.key("recording").value(recording.name);
-        json.key("folder").value(recording.folder);
-        json.key("finished").value(recording.finished);
-        if (!recording.failure.empty()) json.key("failure").value(recording.failure);
-        json.key("topics").list_of(recording.topics,
-                                   [&](const TopicReport& topic) { write_topic(json, topic); });
-        json.key("problem_count").value(recording.problem_count);
-        json.key("messages_lost").value(recording.messages_lost);
-        json.key("messages_missing").value(recording.messages_missing);
-        json.key("problems").list_of(recording.problems, [&](const input::Problem& problem) {
-            write_problem(json, problem);
-        });
-    });
+static void to_json(ordered_json& json, const RecordingReport& recording) {
+    json = {{"recording", recording.name}, {"folder", recording.folder}, {"finished", recording.finished}};
+    if (recording.failure) json["failure"] = *recording.failure;
+    if (!recording.first.empty()) json["span"] = {{"first", recording.first}, {"last", recording.last}};
+    json["topics"] = recording.topics;
+    json["problem_count"] = recording.problem_count;
+    json["messages_lost"] = recording.messages_lost;
+    json["messages_missing"] = recording.messages_missing;
+    json["problems"] = ordered_json::array();
+    for (const input::Problem& problem : recording.problems)
+        json["problems"].push_back({{"source", problem.source},
+                                    {"position", problem.position},
+                                    {"text", problem.text},
+                                    {"messages_lost", problem.messages_lost}});
+    json["losses"] = losses_of(recording);
+    json["hints"] = hints_of(recording, true);
 }
-
-}  // namespace
 
 void print_report_json(std::ostream& out, const Report& report) {
-    JsonWriter json(out);
-    json.object([&] {
-        json.key("lost_anything").value(report.lost_anything());
-        json.key("dry_run").value(report.dry_run);
-        json.key("recordings").list_of(report.recordings, [&](const RecordingReport& recording) {
-            write_recording(json, recording);
-        });
-        json.key("losses").list_of(report.losses, [&](const std::string& loss) { json.value(loss); });
-        json.key("hints").list_of(report.notes, [&](const std::string& note) { json.value(note); });
-    });
-    out << '\n';
+    ordered_json json = {{"lost_anything", report.lost_anything()}, {"version", report.version}};
+    json["options"] = ordered_json::object();
+    for (const auto& [name, values] : report.options)
+        json["options"][name] = values;
+    json["dry_run"] = report.dry_run;
+    json["recordings"] = report.recordings;
+    json["losses"] = report.losses;
+    json["hints"] = report.notes;
+    out << json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace zun::convert

@@ -125,8 +125,8 @@ TEST(Conversion, KnowsTheWriterByItsRecorder) {
     settings.writer = cdr::Writer::FAST_DDS;
     const Report by_user = convert_all(fake, settings, fresh_folder());
     for (std::size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ(i < 1, by_recorder.recordings[0].topics[i].refusal.empty());
-        EXPECT_EQ("", by_user.recordings[0].topics[i].refusal);
+        EXPECT_EQ(i < 1, by_recorder.recordings[0].topics[i].refusal == std::nullopt);
+        EXPECT_EQ(std::nullopt, by_user.recordings[0].topics[i].refusal);
     }
 }
 
@@ -168,7 +168,7 @@ TEST(Conversion, LeavesBlobsOut) {
         csv);
     EXPECT_EQ(5U, report.recordings[0].topics[0].hints.size());
     EXPECT_EQ("'parts[*].blob' is left out; --blobs columns keeps it",
-              report.recordings[0].topics[0].hints[1]);
+              report.recordings[0].topics[0].hints[1].text);
     EXPECT_FALSE(report.lost_anything());
 }
 
@@ -290,6 +290,7 @@ TEST(Conversion, NamesAllThatIsLost) {
     const auto f = fake.add_channel("/f", "p/msg/Long", "uint8[] blob\nint32[] list\n");
     for (std::uint32_t channel = 1; channel <= 5; ++channel)
         fake.add_bytes(channel, 12, {});
+    fake.add_bytes(fake.add_channel("/\xff", "p/msg/Lost", "int32 id\nq/Missing m\n"), 12, {});
     fake.add_channel("/unwanted", "p/msg/R", "{}", "json");
     fake.add_bytes(0, 13, {std::byte{0}, std::byte{1}});
     std::string blob = "0";
@@ -316,6 +317,8 @@ TEST(Conversion, NamesAllThatIsLost) {
     EXPECT_TRUE(parsed["lost_anything"]);
     EXPECT_EQ(17000, parsed["recordings"][0]["topics"][6]["cuts"][0]["longest"]);
     EXPECT_EQ("chunk is damaged", parsed["recordings"][0]["problems"][1]["text"]);
+    EXPECT_EQ("missing-type", parsed["recordings"][0]["topics"][7]["refusal"]["code"]);
+    EXPECT_EQ("no-topic", parsed["losses"][0]["code"]);
 }
 
 TEST(Conversion, CountsWhatThePassOfLengthsDidNotSee) {
