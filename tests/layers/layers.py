@@ -46,7 +46,7 @@ DOORS = {
     r"sqlite3\.h": "input/rosbag2",
     r"yaml-cpp/.*": "input/rosbag2 convert/plan",
     r"CLI/.*|malloc\.h": "cli",
-    r"(oneapi/)?tbb/.*": "convert/passes",
+    r"(oneapi/)?tbb/.*|sanitizer/.*": "convert/passes",
     r"(nlohmann|gtest|gmock)/.*": "tests",
     r"benchmark/.*": "benchmarks",
     r"[a-z]*mmintrin\.h": "platform/printing",
