@@ -9,7 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/open_recording.hpp"
+#include "input/recording/open_recording.hpp"
 
 namespace zun::cli {
 
@@ -69,6 +69,12 @@ CLI::Option* add_choice(CLI::App& command, const std::string& name, const std::v
     return add_parsed(command, name, words, choose, help)->default_str(choices.front().word);
 }
 
+void check_span(const Request& request) {
+    const convert::Settings& settings = request.settings;
+    if (settings.start && settings.end && is_before_start(*settings.end, *settings.start))
+        throw CLI::ValidationError("--end", "the end is before the start");
+}
+
 void add_recordings(CLI::App& command, Request& request, const std::string& what) {
     command
         .add_option("RECORDING", request.recordings,
@@ -80,17 +86,17 @@ void add_choice_of_messages(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
     const char* const group = "Which messages";
     add_repeated(command, "-t,--topics", "TOPIC", settings.topics.wanted,
-                 "only these topics; wildcards; may be repeated")
+                 "only these topics; wildcards; several with commas between them or by repeating the option")
+        ->delimiter(',')
         ->group(group);
-    add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted,
-                 "not these topics; wildcards; may be repeated")
+    add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted, "not these topics; likewise")
+        ->delimiter(',')
         ->group(group);
     add_parsed(
         command, "-S,--start", "TIME",
         [&](const auto& text) { settings.start = convert::parse_time_bound(text); },
-        "only messages logged from here on: nanoseconds since 1970, RFC 3339, +10s from the first message, "
-        "-30s "
-        "from the last")
+        "only messages logged from here on: nanoseconds since 1970, seconds with a point (1717156800.0), "
+        "RFC 3339 or a date (UTC where no zone is given), +10s from the first message, -30s from the last")
         ->group(group);
     add_parsed(
         command, "-E,--end", "TIME",
@@ -110,6 +116,16 @@ void add_reading(CLI::App& command, Request& request) {
         "where types are defined that a recording does not define: a folder with .msg and .idl files, or "
         "another recording; AMENT_PREFIX_PATH is searched too")
         ->group(group);
+    cdr::Writer& writer = request.settings.writer;
+    add_choice(
+        command, "--writer",
+        {{"auto", [&] { writer = cdr::Writer::UNKNOWN; }},
+         {"cyclonedds", [&] { writer = cdr::Writer::CYCLONE_DDS; }},
+         {"fastdds", [&] { writer = cdr::Writer::FAST_DDS; }},
+         {"ros2", [&] { writer = cdr::Writer::ROS2; }}},
+        "who wrote the messages whose types are not ROS 2's: DDS implementations differ in the form of "
+        "wide strings, long doubles and some headers")
+        ->group(group);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")
         ->type_name("N")
@@ -123,8 +139,9 @@ void add_limits(CLI::App& command, Request& request) {
     add_parsed(
         command, "--limit", "[TOPIC:]EXPR=N",
         [&](const auto& text) { settings.rules.push_back(convert::parse_limit_rule(text)); },
-        "N element columns for unbounded sequences whose full names match EXPR, of topics that match TOPIC; "
-        "wildcards, [*] and [3] mean indices; tried in byte order, the first match wins")
+        "N element columns for sequences whose full names match EXPR, of topics that match TOPIC; wildcards, "
+        "[*] "
+        "and [3] mean indices; of several the most specific wins")
         ->group(group);
     add_parsed(
         command, "--limits", "FILE", [&](const auto& path) { read_limits_file(path, settings); },
@@ -134,7 +151,7 @@ void add_limits(CLI::App& command, Request& request) {
     command
         .add_flag_callback(
             "--no-fit", [&] { settings.fit = false; },
-            "do not measure: 1000 element columns for every unbounded sequence")
+            "do not measure: as many element columns as a sequence's bound, 1000 where it has none")
         ->group(group);
     command
         .add_option("--max-columns", settings.most_columns,
@@ -145,7 +162,7 @@ void add_limits(CLI::App& command, Request& request) {
     add_choice(
         command, "--blobs",
         {{"columns", [&] { settings.skip_blobs = false; }}, {"skip", [&] { settings.skip_blobs = true; }}},
-        "members that are unbounded sequences of bytes: a column for each byte, or none at all")
+        "members that are arrays or sequences of bytes: a column for each byte, or none at all")
         ->group(group);
 }
 
@@ -155,10 +172,10 @@ std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
     auto conversion =
         std::make_unique<convert::Conversion>(request.settings, std::move(recordings), std::move(watch));
     for (const std::string& path : request.types) {
-        if (fs::is_directory(path) && !is_recording(path))
+        if (fs::is_directory(path) && !input::is_recording(path))
             conversion->add_types(fs::path(path));
         else
-            conversion->add_types(*open_recording(path));
+            conversion->add_types(*input::open_recording(path));
     }
     for (const fs::path& folder : installed_definitions())
         conversion->add_types(folder);

@@ -22,6 +22,8 @@ struct Request {
 
 /// RECORDING...; `what` says what becomes of them.
 void add_recordings(CLI::App& command, Request& request, const std::string& what);
+/// Throws CLI::ValidationError when the end of the time span is before its start.
+void check_span(const Request& request);
 /// --topics, --exclude, --start, --end, --every.
 void add_choice_of_messages(CLI::App& command, Request& request);
 /// --types, --jobs.

@@ -1,20 +1,32 @@
 #include "cli/Terminal.hpp"
 
-#include <cerrno>
 #include <csignal>
 #include <iostream>
-#include <system_error>
 #include <unistd.h>
+
+#include "convert/output/Output.hpp"
 
 namespace zun::cli {
 
 namespace {
 
 std::atomic<bool> requested = false;
+volatile std::sig_atomic_t requested_by = 0;
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
-void request_end(int) {
+void request_end(int signal) {
+    requested_by = signal;
     requested = true;
+}
+
+/// A signal that the parent had ignored, as nohup does, stays ignored.
+void handle(int signal) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) return;
+    action = {};
+    action.sa_handler = request_end;
+    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
+    ::sigaction(signal, &action, nullptr);
 }
 
 constexpr std::chrono::milliseconds between_lines{200};
@@ -23,21 +35,19 @@ constexpr double seconds_before_guess = 1;  // rates of shorter runs say little
 }  // namespace
 
 const std::atomic<bool>& end_requested() {
-    struct sigaction action {};
-    action.sa_handler = request_end;
-    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        handle(signal);
     return requested;
 }
 
+void end_as_requested() {
+    if (!requested) return;
+    std::signal(requested_by, SIG_DFL);
+    std::raise(requested_by);
+}
+
 void write_data(std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            throw std::system_error(errno, std::generic_category(), "cannot write 'standard output'");
-        if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
-    }
+    convert::OutputStream(STDOUT_FILENO, "standard output").write(0, text);
 }
 
 ProgressLine::ProgressLine(When when)

@@ -11,8 +11,12 @@
 
 namespace zun::cli {
 
-/// True once the process was asked to end (SIGINT, SIGTERM); a second request ends it at once.
+/// True once the process was asked to end (SIGINT, SIGTERM, SIGHUP); a second request ends it at once.
 const std::atomic<bool>& end_requested();
+
+/// Ends the process by the signal that asked for it, so that a shell stops its loop too; returns where none
+/// did.
+void end_as_requested();
 
 /// Writes all of `text` to standard output. Throws std::system_error; std::errc::broken_pipe when nobody
 /// reads.

@@ -1,30 +1,30 @@
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "cli/Request.hpp"
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "cli/open_recording.hpp"
+#include "cli/find_recordings.hpp"
 #include "convert/Conversion.hpp"
 #include "convert/plan/column_list.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::cli {
 
 namespace {
 
 struct ColumnsRequest : Request {
-    std::string recording = {};
-    std::string topic = {};
+    std::vector<std::string> arguments = {};  // recordings, then the topic
 };
 
 int list_columns(ColumnsRequest& request) {
-    request.settings.topics.wanted = {convert::exact_pattern(request.topic)};
+    const std::string topic = request.arguments.back();
+    request.recordings.assign(request.arguments.begin(), request.arguments.end() - 1);
+    request.settings.topics.wanted = {convert::exact_pattern(topic)};
     const auto conversion =
-        make_conversion(request, find_recordings({request.recording}, std::nullopt), {{}, &end_requested()});
-    const auto [topic, limits] = conversion->plan(request.topic);
-    std::ostringstream text;
-    convert::print_columns(text, topic, limits);
+        make_conversion(request, find_recordings(request.recordings, std::nullopt), {{}, &end_requested()});
+    TextStream text;
+    convert::print_columns(text, conversion->plan(topic));
     write_data(text.str());
     return ALL_DONE;
 }
@@ -39,8 +39,12 @@ void add_columns(CLI::App& app, Action& action) {
         "A line for each column: its name, its kind, and for the length of a sequence the number of its "
         "elements "
         "that have columns.");
-    command.add_option("RECORDING", request->recording, "where the topic is")->required();
-    command.add_option("TOPIC", request->topic, "its name")->required();
+    command
+        .add_option("RECORDING", request->arguments,
+                    "where the topic is, one recording or several, and behind them its name")
+        ->type_name("TOPIC")
+        ->expected(2, CLI::detail::expected_max_vector_size)
+        ->required();
     add_limits(command, *request);
     add_reading(command, *request);
     command.callback([request, &action] { action = [request] { return list_columns(*request); }; });

@@ -1,14 +1,16 @@
-#include <fstream>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <unordered_set>
 
 #include <CLI/CLI.hpp>
 
+#include "cli/ReportFile.hpp"
 #include "cli/Request.hpp"
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "cli/open_recording.hpp"
+#include "cli/find_recordings.hpp"
 #include "convert/Conversion.hpp"
 #include "platform/logger/Logger.hpp"
 
@@ -25,14 +27,14 @@ struct ConvertRequest : Request {
     ProgressLine::When progress = ProgressLine::When::ON_TERMINALS;
 };
 
-void add_cells(CLI::App& command, convert::Settings& settings) {
+void add_cell_values(CLI::App& command, convert::Settings& settings) {
     using convert::Clock;
     using convert::TimeFormat;
-    const char* const group = "What cells say";
+    const char* const group = "Cell values";
     const auto write_times = [&settings](TimeFormat format) {
         return [&settings, format] { settings.time_format = format; };
     };
-    command.add_option("--empty", settings.empty_text, "what cells without a value say")
+    command.add_option("--empty", settings.empty_text, "text of cells without a value")
         ->type_name("TEXT")
         ->capture_default_str()
         ->group(group);
@@ -40,6 +42,14 @@ void add_cells(CLI::App& command, convert::Settings& settings) {
                {{"name", [&] { settings.enum_as_string = true; }},
                 {"number", [&] { settings.enum_as_string = false; }}},
                "how enumeration values are written")
+        ->group(group);
+    using printing::InvalidText;
+    add_choice(
+        command, "--invalid-text",
+        {{"escape", [&] { settings.invalid_text = InvalidText::ESCAPE; }},
+         {"replace", [&] { settings.invalid_text = InvalidText::REPLACE; }},
+         {"raw", [&] { settings.invalid_text = InvalidText::RAW; }}},
+        "what becomes of bytes in strings that are not UTF-8, and of zeros: \\xff, U+FFFD, or as they are")
         ->group(group);
     add_choice(command, "--time-format",
                {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},
@@ -71,8 +81,7 @@ void add_output(CLI::App& command, ConvertRequest& request) {
     command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist")->group(group);
     command.add_flag("--dry-run", request.settings.dry_run, "write nothing; report what would be written")
         ->group(group);
-    command
-        .add_flag("--strict", request.settings.strict, "the first damage or unreadable message ends it all")
+    command.add_flag("--strict", request.settings.strict, "stop at the first damage or unreadable message")
         ->group(group);
     command.add_flag("--fail-on-truncation", request.fail_on_truncation, "exit code 1 when a field was cut")
         ->group(group);
@@ -81,9 +90,9 @@ void add_output(CLI::App& command, ConvertRequest& request) {
         ->group(group);
 }
 
-void add_talk(CLI::App& command, ConvertRequest& request) {
+void add_diagnostics(CLI::App& command, ConvertRequest& request) {
     using When = ProgressLine::When;
-    const char* const group = "Talk";
+    const char* const group = "Diagnostics";
     command
         .add_flag_callback(
             "--progress", [&] { request.progress = When::ALWAYS; }, "show progress")
@@ -99,21 +108,19 @@ void add_talk(CLI::App& command, ConvertRequest& request) {
         ->group(group);
 }
 
+constexpr std::size_t most_messages_told_apart = 100'000;
+
 void listen(int verbosity) {
     using chronicle::Logger;
     if (verbosity == 0) return;
+    // Every thread's converter says the same, and so does every row: once is enough.
+    const auto said = std::make_shared<std::unordered_set<std::string>>();
     Logger::instance().listen(
         verbosity == 1 ? Logger::Level::WARN : Logger::Level::LOCAL,
-        [](Logger::Level, const std::string& message) { std::cerr << message << '\n'; });
-}
-
-void write_report(const convert::Report& report, const ConvertRequest& request) {
-    print_report(std::cerr, report, request.quiet ? convert::Detail::LOSSES : convert::Detail::TABLE);
-    if (request.report_file.empty()) return;
-    std::ofstream file(request.report_file);
-    print_report_json(file, report);
-    if (!file.flush())
-        throw std::system_error(errno, std::generic_category(), "cannot write '" + request.report_file + "'");
+        [said](Logger::Level, const std::string& message) {
+            if (said->size() < most_messages_told_apart && !said->insert(message).second) return;
+            std::cerr << message << '\n';
+        });
 }
 
 int exit_code(const convert::Report& report, bool fail_on_truncation) {
@@ -128,7 +135,13 @@ int convert_recordings(ConvertRequest& request) {
     auto recordings = find_recordings(request.recordings, request.output);
     if (request.settings.to_stdout && recordings.size() != 1)
         throw std::runtime_error("standard output takes one recording");
+    ReportFile report_file(request.report_file, recordings);
     convert::Report report;
+    const auto tell = [&] {
+        const auto detail = request.quiet ? convert::Detail::LOSSES : convert::Detail::TABLE;
+        print_report(std::cerr, report, detail);
+        report_file.write(report);
+    };
     try {
         ProgressLine line(request.progress);
         const auto show = [&](const auto& activity, auto messages, auto total) {
@@ -136,10 +149,10 @@ int convert_recordings(ConvertRequest& request) {
         };
         make_conversion(request, std::move(recordings), {show, &end_requested()})->run(report);
     } catch (const std::exception&) {
-        write_report(report, request);
+        tell();
         throw;
     }
-    write_report(report, request);
+    tell();
     return exit_code(report, request.fail_on_truncation);
 }
 
@@ -156,11 +169,14 @@ void add_convert(CLI::App& app, Action& action) {
     add_recordings(command, *request, "what to convert");
     add_output(command, *request);
     add_choice_of_messages(command, *request);
-    add_cells(command, request->settings);
+    add_cell_values(command, request->settings);
     add_limits(command, *request);
     add_reading(command, *request);
-    add_talk(command, *request);
-    command.callback([request, &action] { action = [request] { return convert_recordings(*request); }; });
+    add_diagnostics(command, *request);
+    command.callback([request, &action] {
+        check_span(*request);
+        action = [request] { return convert_recordings(*request); };
+    });
 }
 
 }  // namespace zun::cli

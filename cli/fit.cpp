@@ -1,13 +1,13 @@
 #include <iostream>
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "cli/Request.hpp"
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "cli/open_recording.hpp"
+#include "cli/find_recordings.hpp"
 #include "convert/Conversion.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::cli {
 
@@ -20,7 +20,7 @@ int learn_limits(const Request& request) {
     const convert::LimitsByTopic limits = conversion->measure(report);
     convert::print_report(std::cerr, report, convert::Detail::LOSSES);
     if (!report.finished_any()) return FAILED;
-    std::ostringstream text;
+    TextStream text;
     convert::write_limits(text, limits);
     write_data(text.str());
     return report.lost_anything() ? SOMETHING_LOST : ALL_DONE;
@@ -29,8 +29,8 @@ int learn_limits(const Request& request) {
 }  // namespace
 
 void add_fit(CLI::App& app, Action& action) {
-    CLI::App& command = *app.add_subcommand(
-        "fit", "Learns the longest length of every unbounded sequence, for convert --limits");
+    CLI::App& command =
+        *app.add_subcommand("fit", "Learns the longest length of every sequence, for convert --limits");
     const auto request = std::make_shared<Request>();
     command.footer(
         "Example: dds2csv fit monday.mcap tuesday.mcap > limits.yaml\n"
@@ -39,7 +39,10 @@ void add_fit(CLI::App& app, Action& action) {
     add_recordings(command, *request, "what to learn from");
     add_choice_of_messages(command, *request);
     add_reading(command, *request);
-    command.callback([request, &action] { action = [request] { return learn_limits(*request); }; });
+    command.callback([request, &action] {
+        check_span(*request);
+        action = [request] { return learn_limits(*request); };
+    });
 }
 
 }  // namespace zun::cli

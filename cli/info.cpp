@@ -1,6 +1,5 @@
 #include <iomanip>
 #include <iostream>
-#include <sstream>
 #include <system_error>
 
 #include <CLI/CLI.hpp>
@@ -8,8 +7,9 @@
 #include "cli/Request.hpp"
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "cli/open_recording.hpp"
+#include "cli/find_recordings.hpp"
 #include "platform/error/InputError.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::cli {
 
@@ -23,7 +23,7 @@ double seconds_between(input::Time first, input::Time last) {
 }
 
 std::string fixed(double value, int digits) {
-    std::ostringstream text;
+    TextStream text;
     text << std::fixed << std::setprecision(digits) << value;
     return text.str();
 }
@@ -41,7 +41,7 @@ void print_table(std::ostream& out, const std::vector<std::vector<std::string>>&
         for (std::size_t i = 0; i < row.size(); ++i)
             widths[i] = std::max(widths[i], row[i].size());
     for (const auto& row : rows) {
-        std::ostringstream line;
+        TextStream line;
         for (std::size_t i = 0; i < row.size(); ++i)
             line << "  " << (i == 1 || i == 2 ? std::right : std::left)
                  << std::setw(static_cast<int>(widths[i])) << row[i];
@@ -98,7 +98,7 @@ int show_info(const Request& request) {
         all = all && stream && stream->problems().empty();
         if (!stream) continue;
         any = true;
-        std::ostringstream text;
+        TextStream text;
         print_recording(text, recording.name, *stream);
         write_data(text.str());
         for (const input::Problem& problem : stream->problems())

@@ -2,14 +2,18 @@
 
 #include <csignal>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 #include <CLI/CLI.hpp>
 
+#include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/heap.hpp"
+#include "convert/Settings.hpp"
 
 namespace zun::cli {
 
@@ -43,14 +47,23 @@ int run(int argc, char** argv) {
 }  // namespace zun::cli
 
 int main(int argc, char** argv) {
+    using namespace zun;
     using namespace zun::cli;
     prepare_heap();
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is the error code of a write
     try {
         return run(argc, argv);
+    } catch (const std::filesystem::filesystem_error& problem) {
+        const std::string text =
+            "cannot read '" + problem.path1().string() + "': " + problem.code().message();
+        return complain(text.c_str(), FAILED);
     } catch (const std::system_error& problem) {
         if (problem.code() == std::errc::broken_pipe) return ALL_DONE;
         return complain(problem.what(), FAILED);
+    } catch (const convert::Interrupted& interruption) {
+        complain(interruption.what(), FAILED);
+        end_as_requested();
+        return FAILED;
     } catch (const std::exception& problem) {
         return complain(problem.what(), FAILED);
     }

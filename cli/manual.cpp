@@ -44,7 +44,7 @@ std::string replaced(std::string text, std::string_view from, std::string_view t
 
 /// True for an option or a positional whose value is a topic of the recordings beside it.
 bool takes_topic(const CLI::Option& option) {
-    return option.get_type_name() == "TOPIC" || option.get_name() == "TOPIC";
+    return option.get_type_name() == "TOPIC";
 }
 
 bool is_positional(const CLI::Option& option) {
@@ -82,7 +82,8 @@ std::string synopsis(const CLI::App& command) {
     std::string text = "dds2csv " + command.get_name() + " [OPTIONS]";
     for (const CLI::Option* option : command.get_options({}))
         if (is_positional(*option))
-            text += ' ' + option->get_name() + (option->get_expected_max() > 1 ? "..." : "");
+            text += ' ' + option->get_name() + (option->get_expected_max() > 1 ? "..." : "") +
+                    (takes_topic(*option) ? " TOPIC" : "");
     return text;
 }
 

@@ -21,18 +21,8 @@ std::vector<std::string> file_list(const std::vector<Topic>& topics) {
     return files;
 }
 
-std::string quoted(const std::string& text) {
+std::string in_quotes(const std::string& text) {
     return '\'' + text + '\'';
-}
-
-std::string too_wide(const Limits& limits, std::uint64_t columns, std::uint64_t most) {
-    const Limits::Blame blame = limits.blame();
-    std::string text =
-        "it needs " + std::to_string(columns) + " columns, --max-columns allows " + std::to_string(most);
-    if (!blame.full_name.empty())
-        text += "; " + quoted(blame.full_name) + " has " + std::to_string(blame.elements) + " elements";
-    if (blame.limited) text += ", --limit '" + blame.full_name + "=N' keeps N of them";
-    return text + "; --max-columns " + std::to_string(columns) + " lets the topic through";
 }
 
 void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, TopicReport& report) {
@@ -41,47 +31,54 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
                                topic.file);
     if (topic.left_out)
         for (const std::string& name : names_of(*topic.type, *topic.left_out))
-            report.hints.push_back(quoted(name) + " is left out; --blobs columns keeps it");
+            report.hints.push_back(in_quotes(name) + " is left out; --blobs columns keeps it");
     for (const Limits::Field& field : limits.fields())
         if (field.blob && field.limit >= wide_blob && field.limit > columns / 2)
-            report.hints.push_back(quoted(field.full_name) + " holds bytes and takes " +
+            report.hints.push_back(in_quotes(field.full_name) + " holds bytes and takes " +
                                    std::to_string(field.limit) + " of " + std::to_string(columns) +
                                    " columns; --blobs skip leaves them out");
 }
 
-/// What would keep all elements of a cut field. A rule of the user's may come before any that could be added.
-std::string keeping_option(const TopicReport& report, const Limits& limits, const CutField& cut,
-                           std::uint64_t most) {
-    const Limits::Field& field = *limits.find(cut.field);
-    if (!field.element_rules.empty())
-        return "leaving out --limit " + quoted(field.element_rules.front().given);
-    if (!field.given.empty()) return "leaving out --limit " + quoted(field.given);
-    Limits whole = limits;
-    whole.set({{cut.field, cut.longest}}, Limits::Origin::GIVEN);
-    std::string option =
-        "--limit " + quoted(report.topic + ':' + cut.field + '=' + std::to_string(cut.longest));
-    const std::uint64_t columns = whole.columns();
-    return columns > most ? option + " --max-columns " + std::to_string(columns) : option;
+/// Whether a limits file says something about every sequence of a topic.
+bool names_all(const LimitsByTopic& limits, const Topic& topic) {
+    const auto given = limits.find(topic.name);
+    const Limits plain(*topic.type, topic.left_out.get());
+    const auto& fields = plain.fields();
+    return given != limits.end() &&
+           std::all_of(fields.begin(), fields.end(),
+                       [&](const Limits::Field& field) { return given->second.count(field.full_name) > 0; });
 }
 
-/// Keeps the fields that were cut.
+/// Keeps what was cut, and says for each what would keep all of it.
 void settle_cuts(TopicReport& report, const Limits& limits, std::uint64_t most) {
     std::erase_if(report.cuts, [](const CutField& cut) { return cut.rows == 0; });
-    for (CutField& cut : report.cuts)
-        cut.option = keeping_option(report, limits, cut, most);
+    if (report.cuts.empty()) return;
+    const std::vector<std::uint64_t> per_element = limits.columns_per_element();
+    for (CutField& cut : report.cuts) {
+        if (!cut.rule.empty()) {
+            cut.option = "leaving out --limit " + in_quotes(cut.rule);
+            continue;
+        }
+        const std::uint64_t columns = saturating_sum(
+            report.columns,
+            saturating_product(cut.longest - cut.columns, per_element[*limits.find(cut.field)]));
+        cut.option =
+            "--limit " + in_quotes(report.topic + ':' + cut.field + '=' + std::to_string(cut.longest));
+        if (columns > most) cut.option += " --max-columns " + std::to_string(columns);
+    }
 }
 
 std::string rule_note(const LimitRule& rule) {
-    const std::string start = "--limit " + quoted(rule.given) + " had no effect: ";
-    if (!rule.matched) return start + "it matches no unbounded sequence";
-    return start + quoted(rule.lost_to) + " comes before it in byte order and takes all its fields";
+    const std::string start = "--limit " + in_quotes(rule.given) + " had no effect: ";
+    if (!rule.matched) return start + "it matches no sequence";
+    return start + in_quotes(rule.lost_to) + " goes before it for all its fields";
 }
 
 }  // namespace
 
 void Conversion::add_types(const input::MessageStream& recording) {
     for (const input::Channel& channel : recording.channels())
-        catalog_.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
+        types_.catalog.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
 }
 
 std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report) {
@@ -89,7 +86,7 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     report.name = recording.name;
     report.folder = recording.folder.string();
     try {
-        auto run = std::make_unique<RecordingRun>(recording, catalog_, settings_, watch_);
+        auto run = std::make_unique<RecordingRun>(recording, types_, settings_, watch_);
         find_patterns_used(run->stream());
         if (!run->topics().empty() || run->stream().channels().empty()) return run;
         report.failure = "it has no topic that is wanted";
@@ -109,26 +106,37 @@ void Conversion::prepare(Report& report) {
         if (!run) continue;
         if (!settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
             OutputFiles::refuse_existing(recordings_[i].folder, file_list(run->topics()));
-        if (measures()) run->measure(lengths_);
+        measure(*run);
         if (keep) kept_run_ = std::move(run);
     }
 }
 
+void Conversion::measure(RecordingRun& run) {
+    if (!settings_.fit) return;
+    const bool whole = run.measure(lengths_, [&](const Topic& topic) {
+        return !settings_.limits || !names_all(*settings_.limits, topic);
+    });
+    lengths_are_sure_ = lengths_are_sure_ && whole;
+}
+
 Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
-    Limits limits(*topic.column_type);
+    Limits limits(*topic.type, topic.left_out.get());
     const auto measured = lengths_.find(topic.identity);
     if (measured != lengths_.end()) limits.set(measured->second, Limits::Origin::MEASURED);
     if (settings_.limits) {
         const auto given = settings_.limits->find(topic.name);
-        if (given != settings_.limits->end()) limits.set(given->second, Limits::Origin::GIVEN);
+        if (given != settings_.limits->end()) limits.set(given->second, Limits::Origin::FILE);
+        if (settings_.fit && !names_all(*settings_.limits, topic))
+            report.hints.push_back(given == settings_.limits->end()
+                                       ? "--limits does not name the topic; its lengths are measured"
+                                       : "--limits does not name all its sequences; the others are measured");
     }
     limits.apply(settings_.rules, topic.name);
     limits.hold(settings_.most_columns);
     const std::uint64_t columns = limits.columns();
     report.columns = columns;
     if (columns > settings_.most_columns) {
-        topic.refusal = too_wide(limits, columns, settings_.most_columns);
-        topic.file.clear();
+        topic.refuse(too_wide(limits.blame(), columns, settings_.most_columns));
     } else {
         add_hints(topic, limits, columns, report);
     }
@@ -141,12 +149,13 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     std::vector<Limits> limits;
     for (Topic& topic : run->topics()) {
         TopicReport& entry = report.topics.emplace_back(TopicReport{topic.name, topic.type_name});
-        limits.push_back(topic.type ? limits_of(topic, entry) : Limits());
+        entry.messages = topic.message_count;
+        limits.push_back(topic.file.empty() ? Limits() : limits_of(topic, entry));
         entry.file = topic.file;
         entry.refusal = topic.refusal;
     }
     const std::unique_ptr<Output> output = make_output(index, run->topics());
-    run->convert(limits, lengths_, *output, report);
+    run->convert(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), *output, report);
     output->finish();
     report.finished = true;
     for (std::size_t i = 0; i < limits.size(); ++i)
@@ -182,7 +191,7 @@ void Conversion::find_patterns_used(const input::MessageStream& stream) {
 void Conversion::add_notes(Report& report) const {
     for (const std::string& pattern : settings_.topics.wanted)
         if (patterns_used_.count(pattern) == 0)
-            report.losses.push_back("--topics " + quoted(pattern) + " matches no topic");
+            report.losses.push_back("--topics " + in_quotes(pattern) + " matches no topic");
     for (const LimitRule& rule : settings_.rules)
         if (!rule.won) report.notes.push_back(rule_note(rule));
 }
@@ -191,31 +200,37 @@ LimitsByTopic Conversion::measure(Report& report) {
     LimitsByTopic by_name;
     report.recordings.resize(recordings_.size());
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
-        const auto run = open(i, report.recordings[i]);
+        RecordingReport& entry = report.recordings[i];
+        const auto run = open(i, entry);
         if (!run) continue;
         TopicLengths lengths;
-        run->measure(lengths);
+        run->measure(lengths, [](const Topic&) { return true; });
         for (const Topic& topic : run->topics()) {
             merge(by_name[topic.name], lengths[topic.identity]);
-            report.recordings[i].topics.push_back(
-                {.topic = topic.name, .type_name = topic.type_name, .refusal = topic.refusal});
+            entry.topics.push_back({.topic = topic.name,
+                                    .type_name = topic.type_name,
+                                    .refusal = topic.refusal,
+                                    .messages = topic.message_count});
         }
-        report.recordings[i].finished = true;
+        entry.finished = true;
     }
     add_notes(report);
     return by_name;
 }
 
-std::pair<Topic, Limits> Conversion::plan(const std::string& name) {
-    const auto run = std::make_unique<RecordingRun>(recordings_[0], catalog_, settings_, watch_);
-    if (measures()) run->measure(lengths_);
-    for (Topic& topic : run->topics()) {
-        if (topic.name != name) continue;
-        if (!topic.type) throw std::runtime_error(name + ": " + topic.refusal);
-        TopicReport unused;
-        return {topic, limits_of(topic, unused)};
+Limits Conversion::plan(const std::string& name) {
+    std::optional<Topic> found;
+    for (std::size_t i = 0; i < recordings_.size(); ++i) {
+        RecordingRun run(recordings_[i], types_, settings_, watch_);
+        measure(run);
+        for (const Topic& topic : run.topics())
+            if (topic.name == name && (!found || !found->type)) found = topic;
     }
-    throw std::runtime_error(recordings_[0].name + " has no topic " + quoted(name));
+    if (!found) throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name));
+    TopicReport unused;
+    Limits limits = found->file.empty() ? Limits() : limits_of(*found, unused);
+    if (found->file.empty()) throw std::runtime_error(name + ": " + found->refusal);
+    return limits;
 }
 
 }  // namespace zun::convert

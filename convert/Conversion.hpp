@@ -28,7 +28,7 @@ public:
     Conversion& operator=(const Conversion&) = delete;
 
     // Types that a recording does not define itself; sources that were added first win.
-    void add_types(const std::filesystem::path& folder) { catalog_.add_folder(folder); }
+    void add_types(const std::filesystem::path& folder) { types_.catalog.add_folder(folder); }
     void add_types(const input::MessageStream& recording);
 
     /// Converts all recordings; fills `report` while it goes, so that it tells what was finished when this
@@ -43,27 +43,29 @@ public:
     /// The longest lengths of all recordings by topic name, for a limits file. Failures go into `report`.
     LimitsByTopic measure(Report& report);
 
-    /// One topic of the first recording with the limits that run() would give it. Throws std::runtime_error
-    /// when there is no such topic, or when it is refused.
-    std::pair<Topic, Limits> plan(const std::string& topic);
+    /// The limits that run() would give a topic, the columns of all recordings together. Throws
+    /// std::runtime_error when there is no such topic, or when it is refused; InputError and
+    /// std::system_error when a recording cannot be opened.
+    Limits plan(const std::string& topic);
 
 private:
     /// The run of recording `index`; null, with the reason in `report`, when it cannot be opened.
     std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report);
     void find_patterns_used(const input::MessageStream& stream);
     void prepare(Report& report);
+    void measure(RecordingRun& run);
     void add_notes(Report& report) const;
     void convert(std::size_t index, RecordingReport& report);
     std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
     Limits limits_of(Topic& topic, TopicReport& report);
-    bool measures() const { return settings_.fit && !settings_.limits; }
 
     Settings settings_;
     Watch watch_;
     std::vector<Recording> recordings_;
-    schema::TypeCatalog catalog_;
+    Types types_;
     std::set<std::string> patterns_used_;  // those of --topics that some channel matched
     TopicLengths lengths_;
+    bool lengths_are_sure_ = true;            // no message was missed when they were measured
     std::unique_ptr<RecordingRun> kept_run_;  // of the only recording, with the batches that it has kept
 };
 

@@ -18,6 +18,8 @@
 #include "convert/plan/Topic.hpp"
 #include "convert/plan/limits_file.hpp"
 #include "input/MessageStream.hpp"
+#include "platform/cdr/Encoding.hpp"
+#include "platform/printing/ValueText.hpp"
 
 namespace zun::convert {
 
@@ -37,6 +39,8 @@ struct Settings {
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
     bool skip_blobs = false;
+    printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
+    cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 
     unsigned jobs = 1;
     bool overwrite = false;

@@ -1,16 +1,16 @@
 // convert_recording: a recording in, CSV files out, the report as values.
 //
-// usage: convert_recording MCAP_FILE FOLDER
+// usage: convert_recording RECORDING FOLDER
 
 #include <iostream>
 
 #include "convert/Conversion.hpp"
-#include "input/mcap/McapStream.hpp"
+#include "input/recording/open_recording.hpp"
 
 int main(int argc, char** argv) {
     using namespace zun;
     if (argc != 3) return 2;
-    const auto open = [path = argv[1]] { return input::open_mcap(path); };
+    const auto open = [path = argv[1]] { return input::open_recording(path); };
     convert::Settings settings;
     settings.overwrite = true;
 

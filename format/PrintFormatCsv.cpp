@@ -148,6 +148,11 @@ void PrintFormatCsv::build_complex_member_column_info(ColumnInfo& column, const 
     }
 }
 
+template void PrintFormatCsv::build_complex_member_column_info(ColumnInfo&,
+                                                               const core::xtypes::StructTypeImpl&);
+template void PrintFormatCsv::build_complex_member_column_info(ColumnInfo&,
+                                                               const core::xtypes::UnionTypeImpl&);
+
 void PrintFormatCsv::add_element(ColumnInfo& column, const std::string& name, const DynamicTypeImpl& type) {
     build_column_info(column.add_child(ColumnInfo(name, type)), type);
 }
@@ -190,12 +195,15 @@ std::uint32_t PrintFormatCsv::element_columns(const ColumnInfo& column,
 // Row state
 
 void PrintFormatCsv::start_data_conversion() {
-    cursor_stack_.clear();
-    push_frame(root_column_);
-    sequence_contexts_.clear();
+    // Nothing known designates what is gone, should there be no memory for the new frame.
+    cursor_ = nullptr;
+    level_column_ = &root_column_;
     innermost_ = nullptr;
     dropped_collections_ = 0;
     note_level();
+    cursor_stack_.clear();
+    sequence_contexts_.clear();
+    push_frame(root_column_);
 }
 
 void PrintFormatCsv::advance_cursor() {
@@ -203,6 +211,9 @@ void PrintFormatCsv::advance_cursor() {
 }
 
 void PrintFormatCsv::push_cursor() {
+    if (cursor() == level_column().children().end())
+        throw std::logic_error("the engine announced more than the columns of '" +
+                               level_column().full_name() + "' hold");
     push_frame(*cursor());
 }
 
@@ -237,6 +248,11 @@ void PrintFormatCsv::skip_cursor_columns(const ColumnIterator& column, ZUNXMLSav
 void PrintFormatCsv::skip_cursor(ZUNXMLSaveContext* context) {
     if (cursor() == level_column().children().end()) return;
     skip_cursor_columns(cursor(), context, property_.empty_member_value_representation());
+}
+
+void PrintFormatCsv::skip_cursor(const char* name, ZUNXMLSaveContext* context) {
+    check(name);
+    skip_cursor(std::string_view(name), context);
 }
 
 void PrintFormatCsv::skip_cursor(std::string_view name, ZUNXMLSaveContext* context) {
@@ -302,6 +318,11 @@ void PrintFormatCsv::log_dropped_element(unsigned int index) const {
                              "), this and next item(s) will be ignored");
 }
 
+void PrintFormatCsv::leave_sequence_context(const char* name, ZUNXMLSaveContext* context) {
+    check(name);
+    leave_sequence_context(std::string_view(name), context);
+}
+
 void PrintFormatCsv::leave_sequence_context(std::string_view name, ZUNXMLSaveContext* context) {
     if (innermost_ == nullptr) return;
     const SequenceContext& sequence = *innermost_;
@@ -355,8 +376,8 @@ void PrintFormatCsv::find_member(const char* name, ZUNXMLSaveContext* context) {
 }
 
 void PrintFormatCsv::enter_collection(ZUNXMLSaveContext* context) {
-    const ColumnInfo& column = *cursor();
     push_cursor();
+    const ColumnInfo& column = level_column();
     if (column.type_kind() != TypeKind::SEQUENCE_TYPE) return;
     enter_sequence_context(column, context);
     advance_cursor();
@@ -437,7 +458,6 @@ void NativePrintFormatCsv::print_array_ending(DDS_PrintFormat* format, ZUNXMLSav
         --converter.dropped_collections_;
         return;
     }
-    check(name);
     converter.leave_sequence_context(name, context);
     converter.fill_level(context);
     converter.leave_column();

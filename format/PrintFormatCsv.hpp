@@ -121,7 +121,7 @@ public:
 
     /// Adds to `column`, made from `type`, all columns below it.
     void build_column_info(ColumnInfo& column, const core::xtypes::DynamicTypeImpl& type);
-    /// The same for the members of a structure or union.
+    /// The same for the members of a structure or union: for StructTypeImpl and UnionTypeImpl.
     template <typename ComplexType>
     void build_complex_member_column_info(ColumnInfo& column, const ComplexType& type);
 
@@ -133,8 +133,9 @@ public:
     /// The column whose children the cursor walks. Only where has_parent().
     ColumnIterator parent_cursor() const { return *std::next(cursor_stack_.rbegin()); }
     void advance_cursor();  ///< one sibling on, not past the end
-    void push_cursor();     ///< to the first child of the current column
-    void pop_cursor();      ///< back to the parent; nothing on an empty stack
+    /// To the first child of the current column. Throws std::logic_error at the end of the columns.
+    void push_cursor();
+    void pop_cursor();  ///< back to the parent; nothing on an empty stack
 
     // Empty cells: "," and the empty text, one for each leaf column passed over.
 
@@ -145,6 +146,7 @@ public:
     void skip_cursor(ZUNXMLSaveContext* context);
     /// Those of the columns before the sibling called `name`, to which the cursor goes, or to the end.
     void skip_cursor(std::string_view name, ZUNXMLSaveContext* context);
+    void skip_cursor(const char* name, ZUNXMLSaveContext* context);  ///< null: std::logic_error
     /// In an array, sequence or union, those of the current and all later siblings; the cursor goes to the
     /// end.
     void skip_cursor_siblings(ZUNXMLSaveContext* context);
@@ -156,6 +158,7 @@ public:
     /// Closes the innermost context when it is of the column called `name` whose children the cursor walks:
     /// cuts off what was written beyond the limit and puts the length into the placeholder.
     void leave_sequence_context(std::string_view name, ZUNXMLSaveContext* context);
+    void leave_sequence_context(const char* name, ZUNXMLSaveContext* context);  ///< null: std::logic_error
     /// Whether the innermost sequence has reached its limit. Logs when so.
     bool sequence_limit_reached() const;
     /// Whether the element `index` of the collection that the cursor walks is to be dropped. Logs when so.

@@ -15,7 +15,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -26,6 +25,9 @@
 
 namespace zun::input {
 
+/// Programs whose messages deviate from the encoding that they name, recognised by what they record besides.
+enum class Recorder { UNKNOWN, FAST_DDS };
+
 /// A topic as one writer recorded it. Two channels can bear one topic, with one type or with two.
 struct Channel {
     std::string topic;
@@ -33,15 +35,14 @@ struct Channel {
     std::string message_encoding;  ///< "cdr", "json", ...
     std::string schema_encoding;   ///< "ros2msg", "ros2idl", "omgidl", ..., empty for none
     std::string schema_text;
-    std::map<std::string, std::string> metadata = {};
-    std::string source = {};  ///< file that the channel is from
+    std::string source = {};                ///< file that the channel is from
+    Recorder recorder = Recorder::UNKNOWN;  ///< that wrote its messages
 };
 
 struct Message {
-    std::uint32_t channel = 0;   ///< index in MessageStream::channels()
-    Time log_time;               ///< of recording
-    Time publish_time;           ///< of sending; the log time where the recording has none
-    std::uint32_t sequence = 0;  ///< as recorded, 0 where the recording has none
+    std::uint32_t channel = 0;  ///< index in MessageStream::channels()
+    Time log_time;              ///< of recording
+    Time publish_time;          ///< of sending; the log time where the recording has none
     std::span<const std::byte> data;
 };
 

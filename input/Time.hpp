@@ -19,8 +19,9 @@ struct Time {
                 static_cast<std::uint32_t>(count % 1'000'000'000)};
     }
     static constexpr Time from_nanoseconds(std::int64_t count) {
-        const std::int64_t seconds = count / 1'000'000'000 - (count % 1'000'000'000 < 0 ? 1 : 0);
-        return {seconds, static_cast<std::uint32_t>(count - seconds * 1'000'000'000)};
+        const std::int64_t rest = count % 1'000'000'000;
+        if (rest >= 0) return {count / 1'000'000'000, static_cast<std::uint32_t>(rest)};
+        return {count / 1'000'000'000 - 1, static_cast<std::uint32_t>(rest + 1'000'000'000)};
     }
     friend constexpr auto operator<=>(const Time&, const Time&) = default;
 };

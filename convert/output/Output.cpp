@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <random>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <system_error>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -36,12 +38,29 @@ std::size_t most_open_files() {
     return std::clamp<std::size_t>(limit.rlim_cur / 2, 4, 512);
 }
 
-void rename_file(const std::filesystem::path& from, const std::filesystem::path& to, bool overwrite) {
-    if (!overwrite) {
-        if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
-        if (errno != EINVAL && errno != ENOSYS) fail("cannot make", to.string());  // a file system without it
+/// Gives `from` the name `to`, which nothing bears yet, a broken link included.
+void rename_new(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
+    if (errno != EINVAL && errno != ENOSYS) fail("cannot make", to.string());
+    // The file system cannot do both at once.
+    if (::link(from.c_str(), to.c_str()) != 0) fail("cannot make", to.string());
+    ::unlink(from.c_str());
+}
+
+/// Makes a file whose name begins with `path` and is no other process's; its descriptor and its name.
+std::pair<int, std::filesystem::path> make_part(const std::filesystem::path& path) {
+    static constexpr std::string_view digits = "0123456789abcdef";
+    std::random_device random;
+    for (;;) {
+        std::string mark = ".";
+        for (auto bits = random(); mark.size() <= 8; bits >>= 4)
+            mark += digits[bits & 15];
+        const std::filesystem::path part = path.string() + mark + ".part";
+        const int descriptor =
+            ::open(part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_CREAT | O_EXCL, 0666);
+        if (descriptor >= 0) return {descriptor, part};
+        if (errno != EEXIST) fail("cannot make", path.string());
     }
-    if (::rename(from.c_str(), to.c_str()) != 0) fail("cannot make", to.string());
 }
 
 }  // namespace
@@ -50,13 +69,13 @@ OutputFiles::OutputFiles(std::filesystem::path folder, const std::vector<std::st
     : folder_(std::move(folder)), overwrite_(overwrite), most_open_(most_open_files()) {
     files_.reserve(names.size());
     for (const std::string& name : names)
-        files_.push_back({folder_ / name, folder_ / (name + ".part")});
+        files_.push_back({folder_ / name});
 }
 
 OutputFiles::~OutputFiles() {
     for (File& file : files_) {
         if (file.descriptor >= 0) ::close(file.descriptor);
-        if (file.made) ::unlink(file.part.c_str());
+        if (!file.part.empty()) ::unlink(file.part.c_str());
     }
     for (const std::filesystem::path& folder : made_folders_)
         ::rmdir(folder.c_str());
@@ -77,29 +96,41 @@ void OutputFiles::write(std::size_t topic, std::string_view text) {
 }
 
 void OutputFiles::finish() {
-    make_folder();  // also where nothing was written
     for (File& file : files_) {
         flush(file);
         close(file);
     }
-    for (File& file : files_) {
-        if (!file.made) continue;
-        rename_file(file.part, file.path, overwrite_);
-        file.made = false;
-    }
+    for (File& file : files_)
+        if (!file.part.empty()) give_name(file);
+    for (File& file : files_)
+        file.part.clear();
     made_folders_.clear();
 }
 
+void OutputFiles::give_name(File& file) {
+    if (overwrite_) {
+        if (::rename(file.part.c_str(), file.path.c_str()) != 0) fail("cannot make", file.path.string());
+        file.part.clear();
+    } else {
+        rename_new(file.part, file.path);
+        file.part = file.path;  // goes again unless all the others get their names
+    }
+}
+
 void OutputFiles::make_folder() {
-    for (auto path = folder_; !path.empty() && !std::filesystem::exists(path); path = path.parent_path())
+    std::error_code error;
+    for (auto path = folder_; !path.empty() && !std::filesystem::exists(path, error);
+         path = path.parent_path())
         made_folders_.push_back(path);
-    std::filesystem::create_directories(folder_);
+    std::filesystem::create_directories(folder_, error);
+    if (error) throw std::system_error(error, "cannot make '" + folder_.string() + "'");
 }
 
 void OutputFiles::refuse_existing(const std::filesystem::path& folder,
                                   const std::vector<std::string>& names) {
     for (const std::string& name : names)
-        if (!name.empty() && std::filesystem::exists(folder / name))
+        if (std::error_code error;
+            !name.empty() && std::filesystem::exists(std::filesystem::symlink_status(folder / name, error)))
             throw std::runtime_error("'" + (folder / name).string() + "' exists; --overwrite replaces it");
 }
 
@@ -116,12 +147,14 @@ void OutputFiles::open(File& file) {
         open_.splice(open_.begin(), open_, file.use);
         return;
     }
-    if (!file.made) make_folder();
     if (open_.size() >= most_open_) close(*open_.back());
-    const int mode = file.made ? O_APPEND : O_CREAT | O_TRUNC;
-    file.descriptor = ::open(file.part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | mode, 0666);
-    if (file.descriptor < 0) fail("cannot make", file.part.string());
-    file.made = true;
+    if (file.part.empty()) {
+        make_folder();
+        std::tie(file.descriptor, file.part) = make_part(file.path);
+    } else {
+        file.descriptor = ::open(file.part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_APPEND);
+        if (file.descriptor < 0) fail("cannot write", file.part.string());
+    }
     open_.push_front(&file);
     file.use = open_.begin();
 }

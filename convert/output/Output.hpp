@@ -27,7 +27,8 @@ public:
 /// One file a topic, thousands at need: few are open at a time. Without finish() nothing is left behind.
 class OutputFiles : public Output {
 public:
-    /// Nothing is made before the first write.
+    /// Nothing is made before the first write, and no folder where nothing is written. Unfinished files have
+    /// names that no other process uses, so that several may write into one folder.
     ///
     /// `folder`     made when it is not there
     /// `names`      by topic, without folder; empty where nothing is written
@@ -40,20 +41,20 @@ public:
     void write(std::size_t topic, std::string_view text) override;
     void finish() override;
 
-    /// Throws std::runtime_error when `folder` has a file of one of these names.
+    /// Throws std::runtime_error when `folder` has anything of one of these names, a broken link included.
     static void refuse_existing(const std::filesystem::path& folder, const std::vector<std::string>& names);
 
 private:
     struct File {
         std::filesystem::path path;
-        std::filesystem::path part;           // the same while it is unfinished
+        std::filesystem::path part = {};      // the same under a name of its own while it is unfinished
         std::string pending = {};             // not yet written
         int descriptor = -1;                  // open while 0 or more
-        bool made = false;                    // the part exists
         std::list<File*>::iterator use = {};  // in open_, while open
     };
 
     void make_folder();
+    void give_name(File& file);
     void flush(File& file);
     void open(File& file);
     void close(File& file);

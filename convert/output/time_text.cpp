@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::uint32_t nanoseconds_per_second = 1'000'000'000;
 constexpr int fraction_digits = 9;
+constexpr std::uint64_t most_seconds = 100'000'000'000;  // of a count since 1970: the year 5138
 
 void append_number(std::string& text, std::uint64_t number, std::size_t digits = 1) {
     std::array<char, 20> buffer{};
@@ -136,22 +137,28 @@ std::optional<Time> parse_distance(Scanner scan) {
     const auto whole = scan.number(1, 18);
     const auto billionths = scan.fraction();
     if (!whole || !billionths) return std::nullopt;
+    const std::string_view name = scan.done() ? "s" : scan.rest();
     for (const Unit unit : time_units) {
-        if (scan.rest() != unit.name) continue;
+        if (unit.name != name) continue;
         if (*whole > UINT64_MAX / 2 / unit.nanoseconds) return std::nullopt;
         return Time::from_nanoseconds(*whole * unit.nanoseconds + fraction_of(unit, *billionths));
     }
     return std::nullopt;
 }
 
+/// Nanoseconds; with a point, seconds.
 std::optional<Time> parse_count(Scanner scan) {
     const auto count = scan.number(1, 20);
-    if (!count || !scan.done()) return std::nullopt;
-    return Time::from_nanoseconds(*count);
+    if (!count) return std::nullopt;
+    if (scan.done()) return Time::from_nanoseconds(*count);
+    const auto billionths = scan.fraction();
+    if (!billionths || !scan.done() || *count > most_seconds) return std::nullopt;
+    return Time{static_cast<std::int64_t>(*count), *billionths};
 }
 
-/// "Z", "+01:00" or "-01:00" as seconds to take away.
+/// "Z", "+01:00" or "-01:00" as seconds to take away; UTC where there is none.
 std::optional<std::int64_t> parse_zone(Scanner scan) {
+    if (scan.done()) return 0;
     if (scan.take('Z') || scan.take('z')) return scan.done() ? std::optional<std::int64_t>(0) : std::nullopt;
     const bool east = scan.take('+');
     if (!east && !scan.take('-')) return std::nullopt;
@@ -176,20 +183,43 @@ std::optional<std::array<unsigned, 3>> parse_triple(Scanner& scan, std::size_t f
     return triple;
 }
 
-std::optional<Time> parse_rfc3339(Scanner scan) {
-    const auto date = parse_triple(scan, 4, '-');
-    if (!date || !(scan.take('T') || scan.take('t') || scan.take(' '))) return std::nullopt;
+struct TimeOfDay {
+    std::int64_t seconds = 0;  // since midnight UTC; below 0 or beyond a day by the zone
+    std::uint32_t nanoseconds = 0;
+};
+
+/// What follows a date: nothing, or "T22:13:20.5+01:00", where the zone may be missing.
+std::optional<TimeOfDay> parse_time_of_day(Scanner scan) {
+    if (scan.done()) return TimeOfDay{};
+    if (!(scan.take('T') || scan.take('t') || scan.take(' '))) return std::nullopt;
     const auto clock = parse_triple(scan, 2, ':');
     const auto fraction = scan.fraction();
     const auto zone = parse_zone(scan);
     if (!clock || !fraction || !zone) return std::nullopt;
+    const auto [hours, minutes, seconds] = *clock;
+    if (hours > 23 || minutes > 59 || seconds > 59) return std::nullopt;
+    return TimeOfDay{std::int64_t{hours} * 3600 + minutes * 60 + seconds - *zone, *fraction};
+}
+
+std::optional<Time> parse_rfc3339(Scanner scan) {
+    const auto date = parse_triple(scan, 4, '-');
+    if (!date) return std::nullopt;
     const auto [year, month, day] = *date;
     const std::chrono::year_month_day calendar{std::chrono::year{static_cast<int>(year)},
                                                std::chrono::month{month}, std::chrono::day{day}};
-    if (!calendar.ok() || (*clock)[0] > 23 || (*clock)[1] > 59 || (*clock)[2] > 59) return std::nullopt;
+    const auto time = parse_time_of_day(scan);
+    if (!calendar.ok() || !time) return std::nullopt;
     const std::int64_t days = std::chrono::sys_days{calendar}.time_since_epoch().count();
-    const std::int64_t of_day = (*clock)[0] * 3600 + (*clock)[1] * 60 + (*clock)[2];
-    return Time{days * 86400 + of_day - *zone, *fraction};
+    return Time{days * 86400 + time->seconds, time->nanoseconds};
+}
+
+/// Nobody means the first minutes of 1970.
+void refuse_seconds(const std::string& text) {
+    if (text.find_first_not_of("0123456789") != std::string::npos || text.empty() || text.size() > 11) return;
+    if (text.find_first_not_of('0') == std::string::npos) return;
+    throw std::invalid_argument("'" + text +
+                                "' is a time in nanoseconds, and very small; for seconds write " + text +
+                                "000000000 or " + text + ".0");
 }
 
 }  // namespace
@@ -212,6 +242,7 @@ Time TimeBound::resolved(Time first, Time last) const {
 
 TimeBound parse_time_bound(const std::string& text) {
     using Origin = TimeBound::Origin;
+    refuse_seconds(text);
     Scanner scan{text};
     if (scan.take('+')) {
         if (const auto distance = parse_distance(scan)) return {Origin::FIRST, *distance};
@@ -221,9 +252,15 @@ TimeBound parse_time_bound(const std::string& text) {
                    text.find('-') == std::string::npos ? parse_count(scan) : parse_rfc3339(scan)) {
         return {Origin::EPOCH, *moment};
     }
-    throw std::invalid_argument("'" + text +
-                                "' is no time; nanoseconds since 1970, 2024-05-31T12:00:00Z, +10s (from the "
-                                "start) or -30s (from the end) are");
+    throw std::invalid_argument(
+        "cannot read '" + text +
+        "' as a time; expected nanoseconds since 1970, seconds with a point (1717156800.0), "
+        "2024-05-31T12:00:00Z, 2024-05-31, +10s (from the first message) or -30s (from the "
+        "last)");
+}
+
+bool is_before_start(const TimeBound& end, const TimeBound& start) {
+    return end.origin == start.origin && end.offset < start.offset;
 }
 
 }  // namespace zun::convert

@@ -31,10 +31,18 @@ struct TimeBound {
     input::Time resolved(input::Time first, input::Time last) const;
 };
 
-/// Reads nanoseconds ("1700000000123456789"), RFC 3339 ("2023-11-14T22:13:20.5+01:00"), or a distance from
-/// the first message ("+10s") or from the last ("-1.5m"); units ns, us, ms, s, m, h.
+/// Reads what append_time() writes for times since 1970, in each form, and more:
+///
+///     1700000000123456789        nanoseconds; 11 digits or fewer are refused, since seconds were meant
+///     1700000000.05              seconds
+///     2023-11-14T22:13:20+01:00  RFC 3339; without a zone UTC, without a time of day midnight
+///     +10s, +10, -1.5m           from the first message, from the last; ns, us, ms, s, m, h; seconds without
+///
 /// Throws std::invalid_argument for anything else.
 TimeBound parse_time_bound(const std::string& text);
+
+/// Whether it does not take a recording to see that a span ends before it starts.
+bool is_before_start(const TimeBound& end, const TimeBound& start);
 
 }  // namespace zun::convert
 

@@ -1,5 +1,7 @@
 #include "convert/passes/BatchSource.hpp"
 
+#include <system_error>
+
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -33,8 +35,10 @@ std::shared_ptr<input::Batch> BatchSource::read() {
         return stream_.next_batch();
     } catch (const InputError& problem) {
         cut_ = input::Problem{.source = "", .text = problem.what()};
-        return nullptr;
+    } catch (const std::system_error& problem) {
+        cut_ = input::Problem{.source = "", .text = problem.what()};
     }
+    return nullptr;
 }
 
 }  // namespace zun::convert

@@ -1,6 +1,5 @@
 #include "convert/passes/LengthPass.hpp"
 
-#include "convert/plan/type_walk.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -12,6 +11,7 @@ public:
     void work() override {
         Meters meters(all_.topics_.size());
         for_each_picked([&](std::size_t topic, const input::Message& message) {
+            if (!all_.measured_[topic]) return true;
             if (!meters[topic]) meters[topic] = all_.take(topic);
             try {
                 meters[topic]->measure(message.data);
@@ -25,6 +25,7 @@ public:
     }
 
     void finish() override {
+        all_.whole_ = all_.whole_ && batch()->problems().empty();
         pass().advance(batch()->messages().size());
         all_.batches_.keep(batch());
     }
@@ -43,12 +44,11 @@ std::unique_ptr<cdr::LengthMeter> LengthPass::take(std::size_t topic) {
         [&] { return std::make_unique<cdr::LengthMeter>(*made_for.type, made_for.name, made_for.writer); });
 }
 
-void LengthPass::add_to(TopicLengths& lengths) const {
+void LengthPass::add_to(TopicLengths& lengths) {
     for (std::size_t i = 0; i < topics_.size(); ++i) {
-        if (!topics_[i].type) continue;
+        if (!measured_[i]) continue;
+        if (meters_[i].idle().empty()) meters_[i].give(take(i));
         Lengths& of_topic = lengths[topics_[i].identity];
-        for_each_unbounded(*topics_[i].type, "",
-                           [&](const std::string& field, const auto&) { of_topic.try_emplace(field, 0); });
         for (const auto& meter : meters_[i].idle())
             for (const auto& field : meter->fields())
                 merge(of_topic, {{field.full_name, field.longest}});

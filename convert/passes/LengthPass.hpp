@@ -1,4 +1,4 @@
-// LengthPass: the pass that finds the longest length of every unbounded sequence.
+// LengthPass: the pass that finds the longest length of every sequence.
 
 #ifndef ZUN_CONVERT_PASSES_LENGTH_PASS_HPP
 #define ZUN_CONVERT_PASSES_LENGTH_PASS_HPP
@@ -15,13 +15,18 @@ namespace zun::convert {
 class LengthPass {
 public:
     /// All must outlive this; loaded batches go back to `batches`.
-    LengthPass(const std::vector<Topic>& topics, BatchSource& batches, Pass& pass)
-        : topics_(topics), batches_(batches), pass_(pass), meters_(topics.size()) {}
+    ///
+    /// `measured`  by topic
+    LengthPass(const std::vector<Topic>& topics, const std::vector<bool>& measured, BatchSource& batches,
+               Pass& pass)
+        : topics_(topics), measured_(measured), batches_(batches), pass_(pass), meters_(topics.size()) {}
 
     std::unique_ptr<Step> step(SourceBatch batch);
 
     /// Once all steps are finished.
-    void add_to(TopicLengths& lengths) const;
+    void add_to(TopicLengths& lengths);
+    /// False when a batch was damaged; what another pass reads of it may be longer.
+    bool whole() const { return whole_; }
 
 private:
     class LengthStep;
@@ -30,9 +35,11 @@ private:
     std::unique_ptr<cdr::LengthMeter> take(std::size_t topic);
 
     const std::vector<Topic>& topics_;
+    const std::vector<bool>& measured_;
     BatchSource& batches_;
     Pass& pass_;
     std::deque<Pool<cdr::LengthMeter>> meters_;  // by topic
+    bool whole_ = true;
 };
 
 }  // namespace zun::convert

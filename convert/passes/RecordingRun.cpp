@@ -14,33 +14,23 @@ namespace {
 /// Decompressed batches that wait from the first pass for the second.
 constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
 
-bool has_unbounded(const Topic& topic) {
-    bool found = false;
-    if (topic.type)
-        for_each_unbounded(*topic.column_type, "", [&](const auto&, const auto&) { found = true; });
-    return found;
-}
-
 }  // namespace
 
-RecordingRun::RecordingRun(const Recording& recording, schema::TypeCatalog& catalog, const Settings& settings,
+RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings,
                            const Watch& watch)
     : settings_(settings),
       watch_(watch),
       stream_(recording.open()),
-      topics_(topics_of(*stream_, catalog, settings.topics)),
-      batches_(*stream_, selection(), kept_batches_bytes) {
-    if (!settings.skip_blobs) return;
-    for (Topic& topic : topics_)
-        if (topic.type) leave_out_blobs(topic);
-}
+      topics_(topics_of(*stream_, types,
+                        {settings.topics, settings.skip_blobs, settings.most_columns, settings.writer})),
+      batches_(*stream_, selection(), kept_batches_bytes) {}
 
 input::Selection RecordingRun::selection() const {
     input::Selection selection;
     selection.channels.resize(stream_->channels().size());
     for (const Topic& topic : topics_)
         for (const std::uint32_t channel : topic.channels)
-            selection.channels[channel] = topic.type.has_value();
+            selection.channels[channel] = !topic.file.empty();
     const input::Summary& summary = stream_->summary();
     if (!summary.first || !summary.last) return selection;
     if (settings_.start) selection.start = settings_.start->resolved(*summary.first, *summary.last);
@@ -48,16 +38,21 @@ input::Selection RecordingRun::selection() const {
     return selection;
 }
 
-void RecordingRun::measure(TopicLengths& lengths) {
-    if (std::none_of(topics_.begin(), topics_.end(), has_unbounded)) return;
+bool RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
+    std::vector<bool> measured;
+    for (const Topic& topic : topics_)
+        measured.push_back(!topic.file.empty() && has_sequences(Part(*topic.type, topic.left_out.get())) &&
+                           wanted(topic));
+    if (std::count(measured.begin(), measured.end(), true) == 0) return true;
     Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
-    LengthPass measuring(topics_, batches_, pass);
+    LengthPass measuring(topics_, measured, batches_, pass);
     batches_.start();
     run_steps(settings_.jobs, [&] {
         SourceBatch batch = batches_.next();
         return batch.batch ? measuring.step(std::move(batch)) : nullptr;
     });
     measuring.add_to(lengths);
+    return measuring.whole() && !batches_.cut();
 }
 
 void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
@@ -73,6 +68,21 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
         return batch.batch ? converting.step(pass, std::move(batch)) : nullptr;
     });
     if (batches_.cut()) add_problem(report, *batches_.cut(), settings_.strict);
+    count_missing(report);
+}
+
+/// The messages that the recording counts and that neither became rows nor are known to be lost.
+void RecordingRun::count_missing(RecordingReport& report) const {
+    if (settings_.start || settings_.end) return;
+    std::uint64_t missing = 0;
+    for (std::size_t i = 0; i < topics_.size(); ++i) {
+        if (topics_[i].file.empty()) continue;
+        const std::uint64_t counted = topics_[i].message_count / settings_.every +
+                                      (topics_[i].message_count % settings_.every > 0 ? 1 : 0);
+        const std::uint64_t met = report.topics[i].rows + report.topics[i].unreadable;
+        missing += counted > met ? counted - met : 0;
+    }
+    report.messages_missing = missing > report.messages_lost ? missing - report.messages_lost : 0;
 }
 
 }  // namespace zun::convert

@@ -7,6 +7,7 @@
 #ifndef ZUN_CONVERT_PASSES_RECORDING_RUN_HPP
 #define ZUN_CONVERT_PASSES_RECORDING_RUN_HPP
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,24 +27,28 @@ using TopicLengths = std::map<std::string, Lengths>;
 class RecordingRun {
 public:
     /// Opens `recording` and finds its topics. `settings` and `watch` must outlive the run.
-    RecordingRun(const Recording& recording, schema::TypeCatalog& catalog, const Settings& settings,
-                 const Watch& watch);
+    RecordingRun(const Recording& recording, Types& types, const Settings& settings, const Watch& watch);
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }
 
-    /// Adds the longest lengths of all topics to `lengths`; the pass is left out when no topic needs it.
-    void measure(TopicLengths& lengths);
+    /// Adds the longest lengths of topics to `lengths`; the pass is left out when none needs it.
+    ///
+    /// `wanted`  says which topics to measure
+    /// Returns   false when not all messages could be read
+    bool measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted);
 
     /// Writes the header and the rows of every topic that has a file, and adds to `report`.
     ///
-    /// `limits`  by topic
-    /// `report`  its topics are those of the run
+    /// `limits`   by topic
+    /// `lengths`  the longest there are, of the topics where they are known for sure
+    /// `report`   its topics are those of the run
     void convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
                  RecordingReport& report);
 
 private:
     input::Selection selection() const;
+    void count_missing(RecordingReport& report) const;
 
     const Settings& settings_;
     const Watch& watch_;

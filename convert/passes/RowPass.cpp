@@ -10,49 +10,24 @@ namespace {
 
 constexpr std::size_t reasons_kept = 3;
 constexpr std::size_t problems_kept = 20;
-constexpr std::size_t most_padding = 3;
 constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one batch
-
-/// The fewest elements that a field keeps anywhere.
-std::uint32_t fewest_kept(const Limits::Field& field) {
-    std::uint32_t fewest = field.limit;
-    for (const Limits::ElementRule& rule : field.element_rules)
-        fewest = std::min(fewest, rule.limit);
-    return fewest;
-}
-
-bool may_be_cut(const Limits& limits, const Lengths* lengths) {
-    return std::any_of(limits.fields().begin(), limits.fields().end(), [&](const Limits::Field& field) {
-        if (lengths == nullptr) return true;
-        const auto longest = lengths->find(field.full_name);
-        return longest == lengths->end() || longest->second > fewest_kept(field);
-    });
-}
-
-void add_cuts(std::vector<CutField>& total, const std::vector<CutField>& more) {
-    for (std::size_t i = 0; i < more.size(); ++i) {
-        total[i].rows += more[i].rows;
-        total[i].longest = std::max(total[i].longest, more[i].longest);
-    }
-}
 
 }  // namespace
 
 TopicRows::TopicRows(const Topic& topic, const Settings& settings, const Limits& limits,
                      const Lengths* lengths)
-    : topic_(topic), settings_(settings) {
-    property_.empty_member_value_representation(settings.empty_text)
+    : topic_(topic), settings_(settings), columns_(limits) {
+    columns_.settings.empty_member_value_representation(settings.empty_text)
         .enum_as_string(settings.enum_as_string)
         .include_source_timestamp(settings.clock == Clock::BOTH);
-    limits.add_to(property_);
     if (!may_be_cut(limits, lengths)) return;
     auto meter = take_meter();
-    for (const auto& measured : meter->fields()) {
-        const Limits::Field* const field = limits.find(measured.full_name);  // null for one left out
-        fields_.push_back(
-            {.field = measured.full_name, .columns = field == nullptr ? UINT32_MAX : fewest_kept(*field)});
-    }
+    cut_slots_.emplace(limits, *meter);
     meters_.give(std::move(meter));
+}
+
+std::vector<CutField> TopicRows::cuts() const {
+    return cut_slots_ ? cut_slots_->fields() : std::vector<CutField>();
 }
 
 std::string TopicRows::header() {
@@ -63,7 +38,7 @@ std::string TopicRows::header() {
 }
 
 std::unique_ptr<RowWriter> TopicRows::take_converter() {
-    return converters_.take([&] { return std::make_unique<RowWriter>(topic_, property_, settings_); });
+    return converters_.take([&] { return std::make_unique<RowWriter>(topic_, columns_, settings_); });
 }
 
 std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
@@ -74,21 +49,21 @@ std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
 /// The rows that one batch adds to a topic.
 class TopicRows::Rows {
 public:
-    explicit Rows(TopicRows& work) : work_(work), converter_(work.take_converter()), cuts_(work.fields_) {
-        if (!cuts_.empty()) meter_ = work.take_meter();
+    explicit Rows(TopicRows& work) : work_(work), converter_(work.take_converter()) {
+        if (!work.cut_slots_) return;
+        meter_ = work.take_meter();
+        cuts_.emplace(*work.cut_slots_);
     }
 
     void add(const input::Message& message) {
         try {
-            const std::size_t left_over = converter_->append_row(message);
-            ++rows_;
-            if (left_over > most_padding) ++left_over_;
+            count(converter_->append_row(message));
         } catch (const InputError& problem) {
             if (work_.settings_.strict) throw;
             refuse(message, problem);
             return;
         }
-        if (meter_) count_cuts(message);
+        if (cuts_) cuts_->count(*meter_, message.data);
     }
 
     void release() {
@@ -103,12 +78,23 @@ public:
         report.rows += rows_;
         report.unreadable += unreadable_;
         report.left_over += left_over_;
+        report.unknown_members += unknown_members_;
+        report.absent_members += absent_members_;
+        report.invalid_text += invalid_text_;
         for (std::size_t i = 0; i < reasons_.size() && report.reasons.size() < reasons_kept; ++i)
             report.reasons.push_back(reasons_[i]);
-        add_cuts(report.cuts, cuts_);
+        if (cuts_) cuts_->add_to(report.cuts);
     }
 
 private:
+    void count(const cdr::Findings& findings) {
+        ++rows_;
+        left_over_ += findings.left_over > cdr::Findings::most_padding ? 1 : 0;
+        unknown_members_ += findings.unknown_members ? 1 : 0;
+        absent_members_ += findings.absent_members ? 1 : 0;
+        invalid_text_ += findings.invalid_text ? 1 : 0;
+    }
+
     void refuse(const input::Message& message, const InputError& problem) {
         ++unreadable_;
         if (reasons_.size() >= reasons_kept) return;
@@ -117,24 +103,17 @@ private:
         reasons_.push_back(reason + ": " + problem.what());
     }
 
-    void count_cuts(const input::Message& message) {
-        meter_->reset();
-        meter_->measure(message.data);
-        for (std::size_t i = 0; i < cuts_.size(); ++i) {
-            const std::uint32_t length = meter_->fields()[i].longest;
-            cuts_[i].longest = std::max(cuts_[i].longest, length);
-            if (length > cuts_[i].columns) ++cuts_[i].rows;
-        }
-    }
-
     TopicRows& work_;
     std::unique_ptr<RowWriter> converter_;
     std::unique_ptr<cdr::LengthMeter> meter_;
     std::uint64_t rows_ = 0;
     std::uint64_t unreadable_ = 0;
     std::uint64_t left_over_ = 0;
+    std::uint64_t unknown_members_ = 0;
+    std::uint64_t absent_members_ = 0;
+    std::uint64_t invalid_text_ = 0;
     std::vector<std::string> reasons_;
-    std::vector<CutField> cuts_;
+    std::optional<CutCounter> cuts_;  // while something can be cut
 };
 
 class RowPass::RowStep : public PassStep {
@@ -199,7 +178,7 @@ RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings,
         if (topics[i].file.empty()) continue;
         const auto known = lengths.find(topics[i].identity);
         work_[i].emplace(topics[i], settings, limits[i], known == lengths.end() ? nullptr : &known->second);
-        report.topics[i].cuts = work_[i]->fields();
+        report.topics[i].cuts = work_[i]->cuts();
     }
 }
 

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "convert/output/Output.hpp"
+#include "convert/passes/CutCounter.hpp"
 #include "convert/passes/PassStep.hpp"
 #include "convert/passes/Pool.hpp"
 #include "convert/passes/RowWriter.hpp"
@@ -19,15 +20,15 @@ namespace zun::convert {
 /// One topic, for all threads.
 class TopicRows {
 public:
-    /// `topic`, `settings`  must outlive this
-    /// `lengths`            the longest of each field, where they are known
+    /// `topic`, `settings`, `limits`  must outlive this
+    /// `lengths`                      the longest of each field, where they are known
     TopicRows(const Topic& topic, const Settings& settings, const Limits& limits, const Lengths* lengths);
 
     /// For one thread at a time: takes what it needs, and gives it back.
     class Rows;
 
     std::string header();
-    const std::vector<CutField>& fields() const { return fields_; }  ///< those that may be cut, uncounted
+    std::vector<CutField> cuts() const;  ///< what may be cut, uncounted
 
 private:
     std::unique_ptr<RowWriter> take_converter();
@@ -35,8 +36,8 @@ private:
 
     const Topic& topic_;
     const Settings& settings_;
-    tamber::utils::PrintFormatCsvProperty property_;
-    std::vector<CutField> fields_;  // those of the meter; empty when nothing can be cut
+    Columns columns_;
+    std::optional<CutSlots> cut_slots_;  // none when nothing can be cut
     Pool<RowWriter> converters_;
     Pool<cdr::LengthMeter> meters_;
 };

@@ -18,32 +18,32 @@ void set_capacity(std::vector<char>& buffer, std::size_t capacity) {
 
 }  // namespace
 
-RowWriter::RowWriter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-                     const Settings& settings)
-    : topic_(topic.name),
+RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings& settings)
+    : topic_(topic),
       settings_(settings),
-      format_(property, *topic.column_type, header_, buffer_),
-      printer_(*topic.type, topic.name, topic.writer) {
+      format_(columns.settings, columns.type, header_, buffer_),
+      printer_(*topic.type, topic.name, topic.writer, settings.invalid_text) {
+    columns.check(format_);
     set_capacity(buffer_, first_capacity);
     if (topic.left_out) filter_.emplace(*topic.left_out, *format_.native());
 }
 
-std::size_t RowWriter::append_row(const input::Message& message) {
+cdr::Findings RowWriter::append_row(const input::Message& message) {
     append_times(message);
     for (;;) {
         // The context counts from the start of the buffer, as the format does.
         ZUNXMLSaveContext context{
             .text = buffer_.data(), .length = size_, .capacity = static_cast<std::uint32_t>(buffer_.size())};
         ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
-        const std::size_t left_over =
+        const cdr::Findings findings =
             printer_.print(filter_ ? filter_->native() : *format_.native(), context, message.data);
         ZUNXMLSaveContext_appendString(&context, "\n");
         const std::size_t wanted = context.length + std::size_t{context.length} / 2;
         if (context.failed != 0 || wanted > UINT32_MAX)
-            throw InputError(topic_, 0, "the row of this sample is longer than a row can be");
+            throw InputError(topic_.name, 0, "the row of this sample is longer than a row can be");
         if (context.length <= context.capacity) {
             size_ = context.length;
-            return left_over;
+            return findings;
         }
         set_capacity(buffer_, wanted);
     }

@@ -7,33 +7,32 @@
 #define ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "convert/Settings.hpp"
+#include "convert/plan/Columns.hpp"
 #include "convert/plan/LeftOut.hpp"
 #include "convert/plan/Topic.hpp"
 #include "format/PrintFormatCsv.hpp"
 #include "input/MessageStream.hpp"
+#include "platform/error/TextStream.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 
 namespace zun::convert {
 
 class RowWriter {
 public:
-    /// The latter two must outlive the converter.
-    RowWriter(const Topic& topic, const tamber::utils::PrintFormatCsvProperty& property,
-              const Settings& settings);
+    /// All must outlive the writer.
+    RowWriter(const Topic& topic, const Columns& columns, const Settings& settings);
 
     std::string header() const { return header_.str(); }  ///< with line end
 
     /// Appends the row of `message` to the rows, or leaves them as they are.
     ///
-    /// Returns  the number of bytes after the sample; up to 3 are padding
-    /// Throws   InputError when the message is no sample of the topic's type
-    std::size_t append_row(const input::Message& message);
+    /// Throws InputError when the message is no sample of the topic's type.
+    cdr::Findings append_row(const input::Message& message);
 
     /// The rows since the last clear(), good until the next call.
     std::string_view rows() const { return {buffer_.data(), size_}; }
@@ -42,9 +41,9 @@ public:
 private:
     void append_times(const input::Message& message);
 
-    std::string topic_;
+    const Topic& topic_;
     const Settings& settings_;
-    std::ostringstream header_;
+    TextStream header_;
     std::string times_;         // of one row
     std::vector<char> buffer_;  // the rows, and room for more
     std::uint32_t size_ = 0;    // of the rows

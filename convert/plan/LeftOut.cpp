@@ -1,7 +1,6 @@
 #include "convert/plan/LeftOut.hpp"
 
 #include "convert/plan/type_walk.hpp"
-#include "platform/xtypes/TypeBuilder.hpp"
 
 namespace zun::convert {
 
@@ -9,51 +8,31 @@ using namespace core::xtypes;
 
 namespace {
 
-bool is_blob(const DynamicTypeImpl& type) {
-    if (!is_unbounded(type)) return false;
-    const TypeKind kind = CollectionTypeImpl(type.resolved()).content_type().resolved().kind();
-    return kind == TypeKind::OCTET_TYPE || kind == TypeKind::UINT_8_TYPE;
-}
-
-/// What remains of a member's type; null when nothing does.
-std::optional<DynamicTypeImpl> remaining_member(const std::string& name, const DynamicTypeImpl& type,
-                                                const LeftOut& parent) {
-    const auto concerned = parent.members.find(name);
-    if (concerned == parent.members.end()) return type;
-    if (concerned->second->whole) return std::nullopt;
-    return remaining_type(type, *concerned->second);
-}
-
-DynamicTypeImpl remaining_union(const UnionTypeImpl& type, const LeftOut& left_out) {
-    UnionSpec spec{.name = type.name(), .discriminator = type.discriminator(), .members = {}};
-    for (std::uint32_t i = 0; i < type.member_count(); ++i) {
-        const UnionMember& member = type.member(i);
-        if (const auto remaining = remaining_member(member.name(), member.type(), left_out))
-            spec.members.push_back({member.name(), *remaining, member.labels(), member.is_default()});
+/// Finds the byte collections of a type; each distinct type in it is looked through once.
+class BlobSearch {
+public:
+    std::shared_ptr<const LeftOut> in(const DynamicTypeImpl& declared) {
+        const DynamicTypeImpl type = declared.resolved();
+        const auto known = known_.find(type.node().get());
+        if (known != known_.end()) return known->second;
+        return known_[type.node().get()] = searched(type);
     }
-    return union_type(std::move(spec));
-}
 
-DynamicTypeImpl remaining_structure(const DynamicTypeImpl& type, const LeftOut& left_out) {
-    StructSpec spec{.name = type.name(), .members = {}};
-    for_each_member(type, [&](const std::string& name, const DynamicTypeImpl& member) {
-        if (const auto remaining = remaining_member(name, member, left_out))
-            spec.members.push_back({name, *remaining});
-    });
-    return struct_type(std::move(spec));
-}
+private:
+    std::shared_ptr<const LeftOut> searched(const DynamicTypeImpl& type) {
+        LeftOut found;
+        if (Part(type).is_collection()) found.element = in(CollectionTypeImpl(type).content_type());
+        for_each_member(type, [&](const std::string& name, const DynamicTypeImpl& member) {
+            if (auto concerned = is_blob(member) ? blob_ : in(member))
+                found.members.emplace(name, std::move(concerned));
+        });
+        const bool any = found.element || !found.members.empty();
+        return any ? std::make_shared<const LeftOut>(std::move(found)) : nullptr;
+    }
 
-DynamicTypeImpl remaining_collection(const DynamicTypeImpl& type, const LeftOut& left_out) {
-    const DynamicTypeImpl element =
-        remaining_type(CollectionTypeImpl(type).content_type(), *left_out.element);
-    if (type.kind() == TypeKind::SEQUENCE_TYPE)
-        return sequence_type(element, SequenceTypeImpl(type).bounds());
-    const ArrayTypeImpl array(type);
-    std::vector<std::uint32_t> dimensions;
-    for (std::uint32_t i = 0; i < array.dimension_count(); ++i)
-        dimensions.push_back(array.dimension(i));
-    return array_type(element, dimensions);
-}
+    const std::shared_ptr<const LeftOut> blob_ = std::make_shared<const LeftOut>(LeftOut{true, {}, {}});
+    std::map<const TypeNode*, std::shared_ptr<const LeftOut>> known_;
+};
 
 void add_names(std::vector<std::string>& names, const DynamicTypeImpl& type, const LeftOut& left_out,
                const std::string& full_name) {
@@ -63,34 +42,27 @@ void add_names(std::vector<std::string>& names, const DynamicTypeImpl& type, con
         add_names(names, CollectionTypeImpl(resolved).content_type(), *left_out.element,
                   full_name + any_indices(resolved));
     for_each_member(resolved, [&](const std::string& name, const DynamicTypeImpl& member) {
-        const auto concerned = left_out.members.find(name);
-        if (concerned != left_out.members.end())
-            add_names(names, member, *concerned->second, joined(full_name, name));
+        if (const LeftOut* const concerned = left_out.member(name))
+            add_names(names, member, *concerned, joined(full_name, name));
     });
 }
 
 }  // namespace
 
-std::unique_ptr<LeftOut> blobs_of(const DynamicTypeImpl& type) {
-    const DynamicTypeImpl resolved = type.resolved();
-    auto left_out = std::make_unique<LeftOut>();
-    if (is_collection(resolved)) left_out->element = blobs_of(CollectionTypeImpl(resolved).content_type());
-    for_each_member(resolved, [&](const std::string& name, const DynamicTypeImpl& member) {
-        auto concerned = blobs_of(member);
-        if (is_blob(member)) {
-            concerned = std::make_unique<LeftOut>();
-            concerned->whole = true;
-        }
-        if (concerned) left_out->members.emplace(name, std::move(concerned));
-    });
-    return left_out->element || !left_out->members.empty() ? std::move(left_out) : nullptr;
+const LeftOut* LeftOut::member(std::string_view name) const {
+    const auto concerned = members.find(name);
+    return concerned == members.end() ? nullptr : concerned->second.get();
 }
 
-DynamicTypeImpl remaining_type(const DynamicTypeImpl& type, const LeftOut& left_out) {
-    const DynamicTypeImpl resolved = type.resolved();
-    if (is_collection(resolved)) return remaining_collection(resolved, left_out);
-    if (resolved.kind() == TypeKind::UNION_TYPE) return remaining_union(UnionTypeImpl(resolved), left_out);
-    return remaining_structure(resolved, left_out);
+bool is_blob(const DynamicTypeImpl& type) {
+    const Part part(type);
+    if (!part.is_collection()) return false;
+    const TypeKind kind = element_of(part).type.kind();
+    return kind == TypeKind::OCTET_TYPE || kind == TypeKind::UINT_8_TYPE;
+}
+
+std::shared_ptr<const LeftOut> blobs_of(const DynamicTypeImpl& type) {
+    return BlobSearch().in(type);
 }
 
 std::vector<std::string> names_of(const DynamicTypeImpl& type, const LeftOut& left_out) {
@@ -100,10 +72,7 @@ std::vector<std::string> names_of(const DynamicTypeImpl& type, const LeftOut& le
 }
 
 const LeftOut* LeftOutFilter::member(const char* name) const {
-    const LeftOut* const here = places_.back();
-    if (here == nullptr) return nullptr;
-    const auto concerned = here->members.find(std::string_view(name));
-    return concerned == here->members.end() ? nullptr : concerned->second.get();
+    return places_.back() == nullptr ? nullptr : places_.back()->member(name);
 }
 
 const LeftOut* LeftOutFilter::element() const {

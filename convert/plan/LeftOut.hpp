@@ -3,7 +3,7 @@
 // The engine reads a sample by its whole type; the format only knows the rest of it. Between them, a filter
 // passes on the engine's calls but for those of the members left out:
 //
-//     engine, whole type  ->  LeftOutFilter  ->  format, remaining type
+//     engine, whole type  ->  LeftOutFilter  ->  format, column type
 
 #ifndef ZUN_CONVERT_PLAN_LEFT_OUT_HPP
 #define ZUN_CONVERT_PLAN_LEFT_OUT_HPP
@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/printing/DDS_PrintFormat.hpp"
@@ -21,17 +22,20 @@ namespace zun::convert {
 
 /// A part of a type that has members left out, or is one.
 struct LeftOut {
-    bool whole = false;                                                    ///< the member itself is left out
-    std::map<std::string, std::unique_ptr<LeftOut>, std::less<>> members;  ///< by name, those concerned
-    std::unique_ptr<LeftOut> element;  ///< of a collection, where concerned
+    bool whole = false;  ///< the member itself is left out
+    /// By name, those concerned; equal parts of a type share one.
+    std::map<std::string, std::shared_ptr<const LeftOut>, std::less<>> members;
+    std::shared_ptr<const LeftOut> element;  ///< of a collection, where concerned
+
+    /// What of a member is left out; null for nothing.
+    const LeftOut* member(std::string_view name) const;
 };
 
-/// The members of `type` that are unbounded sequences of bytes; null when there is none.
-std::unique_ptr<LeftOut> blobs_of(const core::xtypes::DynamicTypeImpl& type);
+/// Whether `type` is an array or a sequence of octets or uint8.
+bool is_blob(const core::xtypes::DynamicTypeImpl& type);
 
-/// `type` without the members left out. Only names and kinds count in it; no sample is ever read by it.
-core::xtypes::DynamicTypeImpl remaining_type(const core::xtypes::DynamicTypeImpl& type,
-                                             const LeftOut& left_out);
+/// The members of `type` that are arrays or sequences of bytes; null when there is none.
+std::shared_ptr<const LeftOut> blobs_of(const core::xtypes::DynamicTypeImpl& type);
 
 /// The full names of the members left out, "[*]" for indices.
 std::vector<std::string> names_of(const core::xtypes::DynamicTypeImpl& type, const LeftOut& left_out);

@@ -1,76 +1,20 @@
 #include "convert/plan/Limits.hpp"
 
 #include <algorithm>
-#include <charconv>
-#include <optional>
-#include <stdexcept>
-
-#include "convert/plan/type_walk.hpp"
-#include "platform/fnmatch/MOSSString_fnmatch.hpp"
+#include <tuple>
 
 namespace zun::convert {
 
+using core::xtypes::ArrayTypeImpl;
 using core::xtypes::DynamicTypeImpl;
+using core::xtypes::no_bound;
 using core::xtypes::SequenceTypeImpl;
 using core::xtypes::TypeKind;
 
 namespace {
 
-bool matches(const std::string& pattern, const std::string& text) {
-    return MOSSString_fnmatch(pattern.c_str(), text.c_str(), 0) == 0;
-}
-
-/// The length of a bracketed number or "*" at `position`; 0 where there is none.
-std::size_t index_size(const std::string& text, std::size_t position) {
-    if (text[position] != '[') return 0;
-    const std::size_t end = text.find(']', position);
-    if (end == std::string::npos || end == position + 1) return 0;
-    const std::string inside = text.substr(position + 1, end - position - 1);
-    const bool index = inside == "*" || inside.find_first_not_of("0123456789") == std::string::npos;
-    return index ? end - position + 1 : 0;
-}
-
-/// `expression` with each index replaced by what `escape` makes of its inside, brackets escaped.
-template <typename Escape>
-std::string with_indices(const std::string& expression, const Escape& escape) {
-    std::string result;
-    for (std::size_t i = 0; i < expression.size();) {
-        const std::size_t size = index_size(expression, i);
-        if (size > 0)
-            result += "\\[" + escape(expression.substr(i + 1, size - 2)) + "\\]";
-        else
-            result += expression[i];
-        i += std::max<std::size_t>(size, 1);
-    }
-    return result;
-}
-
-std::string any_index(const std::string& expression) {
-    return with_indices(expression, [](const std::string&) { return std::string("*"); });
-}
-
-std::size_t index_count(const std::string& full_name) {
-    return static_cast<std::size_t>(std::count(full_name.begin(), full_name.end(), '['));
-}
-
-/// A pattern for `full_name` alone. Patterns of a lower `rank` come first in byte order among those that
-/// could match the same names, which all start with one letter: "[mm]..." is before "[mmm]...".
-///
-/// "a[*].c" also matches "a[0].b[0].c", whose own pattern has more indices; so it must have the lower rank.
-std::string ranked_pattern(const std::string& full_name, std::size_t rank) {
-    return '[' + std::string(rank, full_name.front()) + ']' + escaped_indices(full_name.substr(1));
-}
-
 /// Rules that name elements do not reach into larger collections.
 constexpr std::uint64_t most_elements_apart = 1'000'000;
-
-std::uint64_t product(std::uint64_t a, std::uint64_t b) {
-    return a != 0 && b > UINT64_MAX / a ? UINT64_MAX : a * b;
-}
-
-std::uint64_t sum(std::uint64_t a, std::uint64_t b) {
-    return b > UINT64_MAX - a ? UINT64_MAX : a + b;
-}
 
 }  // namespace
 
@@ -81,215 +25,277 @@ void merge(Lengths& lengths, const Lengths& more) {
     }
 }
 
-LimitRule parse_limit_rule(const std::string& text) {
-    const auto refused = [&](const char* reason) {
-        return std::invalid_argument("'" + text + "': " + reason);
-    };
-    LimitRule rule;
-    rule.given = text;
-    const std::size_t equals = text.rfind('=');
-    if (equals == std::string::npos) throw refused("expected EXPR=N or TOPIC:EXPR=N");
-    const char* const end = text.data() + text.size();
-    const auto number = std::from_chars(text.data() + equals + 1, end, rule.limit);
-    if (number.ec != std::errc{} || number.ptr != end)
-        throw refused("the limit is no number from 0 to 4294967295");
-    rule.expression = text.substr(0, equals);
-    const std::size_t colon = rule.expression.rfind(':');
-    if (colon != std::string::npos) {
-        rule.topic = rule.expression.substr(0, colon);
-        rule.expression.erase(0, colon + 1);
-    }
-    if (rule.expression.empty()) throw refused("the expression is empty");
-    return rule;
+// Fields and their limits
+
+Limits::Limits(const DynamicTypeImpl& type, const LeftOut* left_out)
+    : root_(Part(type, left_out)), counts_(*root_) {
+    std::vector<Around> around;
+    add_fields(*root_, around);
 }
 
-std::string escaped_indices(const std::string& expression) {
-    return with_indices(expression, [](const std::string& inside) { return inside; });
-}
-
-/// A node of the type with its name among all elements and, while elements differ, its own.
-struct Limits::Place {
-    DynamicTypeImpl type;   // no alias
-    std::string full_name;  // "markers[*].points"
-    std::string own_name;   // "markers[3].points"
-    bool alike;  // no rule names elements here: one element stands for all, own names do not matter
-
-    Place member(const std::string& name, const DynamicTypeImpl& member_type) const {
-        return {member_type.resolved(), joined(full_name, name), alike ? "" : joined(own_name, name), alike};
+void Limits::add_fields(const Part& part, std::vector<Around>& around) {
+    if (counts_.of(part).sequences == 0) return;
+    if (!part.is_collection())
+        return for_each_member(part, [&](const Part& member) { add_fields(member, around); });
+    std::optional<std::size_t> field;
+    if (part.is_sequence()) {
+        const std::uint32_t bound = SequenceTypeImpl(part.type).bounds();
+        field = fields_.size();
+        indices_[part.full_name] = fields_.size();
+        fields_.push_back(
+            {part.full_name, is_blob(part.type), bound, bound == no_bound ? plain_limit : bound});
+        around_.push_back(around);
     }
-    Place element(std::uint64_t index, bool elements_alike) const {
-        return {core::xtypes::CollectionTypeImpl(type).content_type().resolved(),
-                full_name + any_indices(type), elements_alike ? "" : own_name + indices_of(index),
-                elements_alike};
-    }
-
-private:
-    /// "[1][0]" for the third element of an array of two columns.
-    std::string indices_of(std::uint64_t index) const {
-        if (type.kind() != TypeKind::ARRAY_TYPE) return '[' + std::to_string(index) + ']';
-        const core::xtypes::ArrayTypeImpl array(type);
-        std::string indices;
-        for (std::uint32_t i = array.dimension_count(); i-- > 0; index /= array.dimension(i))
-            indices.insert(0, '[' + std::to_string(index % array.dimension(i)) + ']');
-        return indices;
-    }
-};
-
-Limits::Limits(const DynamicTypeImpl& type) : type_(type) {
-    for_each_unbounded(type, "", [&](const std::string& full_name, const DynamicTypeImpl& element) {
-        const TypeKind kind = element.resolved().kind();
-        indices_[full_name] = fields_.size();
-        fields_.push_back({full_name, kind == TypeKind::OCTET_TYPE || kind == TypeKind::UINT_8_TYPE});
-    });
+    around.push_back({part.type, part.full_name, field});
+    add_fields(element_of(part), around);
+    around.pop_back();
 }
 
 void Limits::set(const Lengths& lengths, Origin origin) {
     for (Field& field : fields_) {
         const auto found = lengths.find(field.full_name);
         if (found == lengths.end()) continue;
-        field.limit = found->second;
+        field.limit = limit_of(field, found->second);
         field.origin = origin;
     }
 }
 
-const Limits::Field* Limits::find(const std::string& full_name) const {
+/// A limit is below the bound of the unbounded, which the format would look up in its settings.
+std::uint32_t Limits::limit_of(const Field& field, std::uint32_t wanted) {
+    return std::min(wanted, field.bound == no_bound ? no_bound - 1 : field.bound);
+}
+
+std::optional<std::size_t> Limits::find(const std::string& full_name) const {
     const auto index = indices_.find(full_name);
-    return index == indices_.end() ? nullptr : &fields_[index->second];
+    return index == indices_.end() ? std::nullopt : std::optional(index->second);
 }
 
 void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
-    std::vector<LimitRule*> order;  // byte order of the expressions; among equal ones the last given wins
-    for (LimitRule& rule : rules)
-        if (rule.topic.empty() || matches(rule.topic, topic)) order.insert(order.begin(), &rule);
-    std::stable_sort(order.begin(), order.end(),
-                     [](const LimitRule* a, const LimitRule* b) { return a->expression < b->expression; });
-    for (Field& field : fields_) {
-        const LimitRule* winner = nullptr;  // of all elements of the field
-        for (LimitRule* const rule : order) {
-            if (!matches(any_index(rule->expression), field.full_name)) continue;
+    const std::vector<LimitRule*> order = rules_for(rules, topic);
+    for (LimitRule* const rule : order) {
+        const std::string pattern = any_index(rule->expression);
+        for (Field& field : fields_) {
+            if (!matches(pattern, field.full_name)) continue;
             rule->matched = true;
-            if (winner != nullptr)
-                rule->lost_to = winner->given;
-            else if (give(field, *rule))
-                winner = rule;
+            if (!field.given.empty())
+                rule->lost_to = field.given;
+            else
+                give(field, *rule);
         }
     }
+    for (std::size_t i = 0; i < fields_.size(); ++i)
+        if (!fields_[i].element_rules.empty()) find_exceptions(i);
 }
 
-/// Sets the limit of all elements of a field, true then, or of those that the rule names.
-bool Limits::give(Field& field, LimitRule& rule) {
+/// Sets the limit of all elements of a field, or of those that the rule names.
+void Limits::give(Field& field, LimitRule& rule) {
     rule.won = true;
     const std::string pattern = escaped_indices(rule.expression);
+    const std::uint32_t limit = limit_of(field, rule.limit);
     if (!matches(pattern, field.full_name)) {
-        field.element_rules.push_back({pattern, rule.limit, rule.given});
-        return false;
+        field.element_rules.push_back({pattern, rule.expression, limit, rule.given});
+        return;
     }
-    field.limit = rule.limit;
-    field.origin = Origin::GIVEN;
+    field.limit = limit;
+    field.origin = Origin::RULE;
     field.given = rule.given;
-    return true;
 }
 
 void Limits::hold(std::uint64_t most) {
-    const auto length = [](const Field& field) { return field.origin == Origin::MEASURED ? field.limit : 0; };
-    while (columns() > most) {
-        const auto longest =
-            std::max_element(fields_.begin(), fields_.end(),
-                             [&](const Field& a, const Field& b) { return length(a) < length(b); });
-        if (longest == fields_.end() || length(*longest) <= plain_limit) return;
-        longest->limit = plain_limit;
-        longest->origin = Origin::HELD;
+    std::vector<Field*> order;
+    for (Field& field : fields_)
+        if (field.origin == Origin::MEASURED && field.limit > plain_limit) order.push_back(&field);
+    std::stable_sort(order.begin(), order.end(),
+                     [](const Field* a, const Field* b) { return a->limit > b->limit; });
+    std::vector<std::uint32_t> whole;
+    for (const Field* const field : order)
+        whole.push_back(field->limit);
+    const auto hold_first = [&](std::size_t count) {
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            order[i]->limit = i < count ? plain_limit : whole[i];
+            order[i]->origin = i < count ? Origin::HELD : Origin::MEASURED;
+        }
+        return columns() <= most;
+    };
+    // The more are held, the fewer columns: the fewest that suffice are found by halving.
+    std::size_t too_few = 0;
+    std::size_t enough = order.size();
+    if (hold_first(0)) return;
+    while (enough - too_few > 1) {
+        const std::size_t middle = (too_few + enough) / 2;
+        (hold_first(middle) ? enough : too_few) = middle;
+    }
+    hold_first(enough);
+}
+
+// Rules for single elements
+
+/// The most elements that a collection has columns for.
+std::uint32_t Limits::most_elements(const Around& collection) const {
+    if (!collection.field) return ArrayTypeImpl(collection.type).total_element_count();
+    const Field& field = fields_[*collection.field];
+    std::uint32_t most = field.limit;
+    for (const ElementRule& rule : field.element_rules)
+        most = std::max(most, rule.limit);
+    return most;
+}
+
+/// Tries the rules on each sequence of a field.
+void Limits::find_exceptions(std::size_t index) {
+    const Field& field = fields_[index];
+    std::vector<std::uint32_t> sizes;
+    std::uint64_t total = 1;
+    for (const Around& collection : around_[index]) {
+        sizes.push_back(most_elements(collection));
+        total = saturating_product(total, sizes.back());
+    }
+    if (total > most_elements_apart) return;
+    Place place(sizes.size(), 0);
+    for (std::uint64_t i = 0; i < total; ++i) {
+        const std::string name = own_name(index, place);
+        const auto rule = std::find_if(field.element_rules.begin(), field.element_rules.end(),
+                                       [&](const ElementRule& each) { return matches(each.pattern, name); });
+        if (rule != field.element_rules.end())
+            add_exception(index, place, static_cast<std::size_t>(rule - field.element_rules.begin()));
+        for (std::size_t d = place.size(); d-- > 0 && ++place[d] == sizes[d];)
+            place[d] = 0;
     }
 }
 
-/// The number of element columns of a collection.
-std::uint64_t Limits::elements_at(const Place& place) const {
-    if (place.type.kind() == TypeKind::ARRAY_TYPE)
-        return core::xtypes::ArrayTypeImpl(place.type).total_element_count();
-    if (!is_unbounded(place.type)) return SequenceTypeImpl(place.type).bounds();
-    const Field& sequence = *find(place.full_name);
-    for (const ElementRule& rule : sequence.element_rules)
-        if (!place.alike && matches(rule.pattern, place.own_name)) return rule.limit;
-    return sequence.limit;
-}
-
-/// Leaf columns at or below `place`; `visit` sees every unbounded sequence on the way with its own name.
-std::uint64_t Limits::columns_at(const Place& place, const SequenceVisitor& visit) const {
-    const bool is_union = place.type.kind() == TypeKind::UNION_TYPE;
-    if (is_collection(place.type)) return collection_columns_at(place, visit);
-    std::uint64_t columns = is_union ? 1 : 0;
-    bool leaf = !is_union;
-    for_each_member(place.type, [&](const std::string& name, const DynamicTypeImpl& type) {
-        leaf = false;
-        columns = sum(columns, columns_at(place.member(name, type), visit));
-    });
-    return leaf ? 1 : columns;
-}
-
-std::uint64_t Limits::collection_columns_at(const Place& place, const SequenceVisitor& visit) const {
-    const std::uint64_t elements = elements_at(place);
-    if (is_unbounded(place.type)) visit(place.own_name, static_cast<std::uint32_t>(elements));
-    const std::uint64_t length_columns = place.type.kind() == TypeKind::SEQUENCE_TYPE ? 1 : 0;
-    const Place any = place.element(0, true);
-    bool alike = place.alike || elements > most_elements_apart;
-    if (!alike) {
-        alike = true;
-        for_each_unbounded(any.type, "", [&](const std::string&, const DynamicTypeImpl&) { alike = false; });
+void Limits::add_exception(std::size_t field, const Place& place, std::size_t rule) {
+    fields_[field].exceptions.emplace(place, rule);
+    for (std::size_t depth = 0; depth < place.size(); ++depth) {
+        const auto inner = place.begin() + static_cast<std::ptrdiff_t>(depth);
+        apart_[{around_[field][depth].full_name, Place(place.begin(), inner)}].insert(*inner);
     }
-    if (alike) return sum(length_columns, product(elements, columns_at(any, visit)));
-    std::uint64_t columns = length_columns;
-    for (std::uint64_t i = 0; i < elements; ++i)
-        columns = sum(columns, columns_at(place.element(i, false), visit));
-    return columns;
 }
 
-Limits::Place Limits::root() const {
-    const bool alike = std::all_of(fields_.begin(), fields_.end(),
-                                   [](const Field& field) { return field.element_rules.empty(); });
-    return {type_->resolved(), "", "", alike};
+/// The full name of one sequence of a field.
+std::string Limits::own_name(std::size_t field, const Place& place) const {
+    const std::string& full_name = fields_[field].full_name;
+    std::string name;
+    std::size_t done = 0;
+    for (std::size_t i = 0; i < place.size(); ++i) {
+        const Around& collection = around_[field][i];
+        name += full_name.substr(done, collection.full_name.size() - done);
+        name += indices_of(collection.type, place[i]);
+        done = collection.full_name.size() + any_indices(collection.type).size();
+    }
+    return name + full_name.substr(done);
 }
+
+std::uint32_t Limits::limit_at(const Field& field, const Place& place) {
+    const auto exception = field.exceptions.find(place);
+    return exception == field.exceptions.end() ? field.limit : field.element_rules[exception->second].limit;
+}
+
+bool Limits::has_columns(std::size_t field, const Place& place) const {
+    for (std::size_t depth = 0; depth < place.size(); ++depth) {
+        const auto& sequence = around_[field][depth].field;
+        const auto element = place.begin() + static_cast<std::ptrdiff_t>(depth);
+        if (sequence && *element >= limit_at(fields_[*sequence], Place(place.begin(), element))) return false;
+    }
+    return true;
+}
+
+// Columns
+
+/// Counts columns. Elements are counted once for all, but for those with exceptions in them.
+class Limits::Count {
+public:
+    explicit Count(const Limits& limits, std::vector<std::uint64_t>* per_element = nullptr)
+        : limits_(limits), per_element_(per_element) {}
+
+    /// `first`  number of the first field at or below `part`
+    /// `place`  of the part, where exceptions may lie in it; null elsewhere
+    /// `times`  parts like this one in the type
+    std::uint64_t columns(const Part& part, std::size_t first, const Place* place, std::uint64_t times) {
+        const PartCounts::Counts& counts = limits_.counts_.of(part);
+        if (counts.sequences == 0) return counts.columns;
+        if (part.is_collection()) return of_collection(part, first, place, times);
+        std::uint64_t sum = part.type.kind() == TypeKind::UNION_TYPE ? 1 : 0;
+        for_each_member(part, [&](const Part& member) {
+            sum = saturating_sum(sum, columns(member, first, place, times));
+            first += limits_.counts_.of(member).sequences;
+        });
+        return sum;
+    }
+
+    std::uint64_t elements(const Part& part, std::size_t first, const Place* place) const {
+        if (!part.is_sequence()) return ArrayTypeImpl(part.type).total_element_count();
+        const Field& field = limits_.fields_[first];
+        return place == nullptr ? field.limit : limit_at(field, *place);
+    }
+
+private:
+    std::uint64_t of_collection(const Part& part, std::size_t first, const Place* place,
+                                std::uint64_t times) {
+        const Part element = element_of(part);
+        const std::uint64_t count = elements(part, first, place);
+        const std::size_t inner = part.is_sequence() ? first + 1 : first;
+        std::uint64_t sum = part.is_sequence() ? 1 : 0;
+        std::uint64_t alike = count;
+        if (place != nullptr) {
+            for (const std::uint32_t index : apart(part, *place)) {
+                if (index >= count) break;
+                Place own = *place;
+                own.push_back(index);
+                sum = saturating_sum(sum, columns(element, inner, &own, times));
+                --alike;
+            }
+        }
+        const std::uint64_t each = columns(element, inner, nullptr, saturating_product(times, alike));
+        if (per_element_ != nullptr && part.is_sequence())
+            (*per_element_)[first] = saturating_sum((*per_element_)[first], saturating_product(times, each));
+        return saturating_sum(sum, saturating_product(alike, each));
+    }
+
+    const std::set<std::uint32_t>& apart(const Part& part, const Place& place) const {
+        static const std::set<std::uint32_t> none;
+        const auto found = limits_.apart_.find({part.full_name, place});
+        return found == limits_.apart_.end() ? none : found->second;
+    }
+
+    const Limits& limits_;
+    std::vector<std::uint64_t>* per_element_;
+};
 
 std::uint64_t Limits::columns() const {
-    return columns_at(root(), [](const std::string&, std::uint32_t) {});
+    const Place outermost;
+    return Count(*this).columns(*root_, 0, apart_.empty() ? nullptr : &outermost, 1);
+}
+
+std::vector<std::uint64_t> Limits::columns_per_element() const {
+    std::vector<std::uint64_t> per_element(fields_.size(), 0);
+    Count(*this, &per_element).columns(*root_, 0, nullptr, 1);
+    return per_element;
 }
 
 Limits::Blame Limits::blame() const {
     Blame blame;
-    Place place = root();
-    place.alike = true;
-    const auto no_visit = [](const std::string&, std::uint32_t) {};
-    for (;;) {
-        if (is_collection(place.type)) {
-            const std::uint64_t elements = elements_at(place);
-            if (elements > blame.elements) blame = {place.full_name, elements, is_unbounded(place.type)};
-            place = place.element(0, true);
+    Count count(*this);
+    Part part = *root_;
+    for (std::size_t first = 0;;) {
+        if (part.is_collection()) {
+            const std::uint64_t elements = count.elements(part, first, nullptr);
+            if (elements > blame.elements)
+                blame = {part.full_name, elements, part.is_sequence(), is_blob(part.type)};
+            if (part.is_sequence()) ++first;
+            part = element_of(part);
             continue;
         }
         std::uint64_t most = 0;
-        std::optional<Place> widest;
-        for_each_member(place.type, [&](const std::string& name, const DynamicTypeImpl& type) {
-            Place member = place.member(name, type);
-            const std::uint64_t columns = columns_at(member, no_visit);
-            if (columns > most) widest.emplace(std::move(member));
+        std::optional<std::pair<Part, std::size_t>> widest;
+        std::size_t next = first;
+        for_each_member(part, [&](const Part& member) {
+            const std::uint64_t columns = count.columns(member, next, nullptr, 1);
+            if (columns > most) widest.emplace(member, next);
             most = std::max(most, columns);
+            next += counts_.of(member).sequences;
         });
         if (!widest) return blame;
-        place = *widest;
+        std::tie(part, first) = *widest;
     }
-}
-
-void Limits::add_to(tamber::utils::PrintFormatCsvProperty& property) const {
-    std::size_t most_indices = 0;
-    for (const Field& field : fields_)
-        most_indices = std::max(most_indices, index_count(field.full_name));
-    for (const Field& field : fields_)
-        if (field.origin != Origin::PLAIN || !field.element_rules.empty())
-            property.add_unbounded_seq_limit(
-                ranked_pattern(field.full_name, 2 + most_indices - index_count(field.full_name)),
-                field.limit);
-    columns_at(root(), [&](const std::string& own_name, std::uint32_t limit) {
-        if (!own_name.empty()) property.add_unbounded_seq_limit(ranked_pattern(own_name, 1), limit);
-    });
 }
 
 }  // namespace zun::convert

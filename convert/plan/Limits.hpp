@@ -1,30 +1,33 @@
-// Limits: how many elements of each unbounded sequence of a topic get columns.
+// Limits: how many elements of each sequence of a topic get columns.
 //
 // In: a type, the user's rules, and the longest lengths that a recording holds. Out: a limit for every field,
-// and with them the settings of the format.
+// at most the bound of its type, and from them what the format is given: the column type and settings.
 //
-//     rules "markers[*].points=5", "*=100"     the user's, tried in byte order of their expressions
+//     rules "markers[*].points=5", "*=100"     the user's; the most specific that matches a field wins
 //     field "markers[*].points"                all elements of the collections around it have one limit,
 //     field "markers[3].points"                unless a rule names an element by its number
 //
-// The settings get expressions that match one field each, so their own order decides nothing.
+// The column type is the sample's type without what is left out, each sequence bounded by its limit. Only a
+// field with a rule for single elements stays unbounded in it, and has expressions in the settings instead.
 
 #ifndef ZUN_CONVERT_PLAN_LIMITS_HPP
 #define ZUN_CONVERT_PLAN_LIMITS_HPP
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "convert/plan/limit_rules.hpp"
+#include "convert/plan/type_walk.hpp"
 #include "format/PrintFormatCsvProperty.hpp"
-#include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::convert {
 
-/// The format's own limit of a field that no expression matches.
+/// The limit of an unbounded field that nothing else limits.
 inline constexpr std::uint32_t plain_limit = 1000;
 
 /// The longest length of each field, by its full name with "[*]" for indices.
@@ -33,55 +36,45 @@ using Lengths = std::map<std::string, std::uint32_t>;
 /// Takes the longest of both.
 void merge(Lengths& lengths, const Lengths& more);
 
-/// What one --limit says, and what became of it over all topics.
-struct LimitRule {
-    std::string given;       ///< as the user wrote it: "/scan:ranges=10"
-    std::string topic;       ///< wildcards; empty for every topic
-    std::string expression;  ///< wildcards on the full name: "markers[*].points"
-    std::uint32_t limit = 0;
-    bool matched = false;      ///< some field
-    bool won = false;          ///< some field: no earlier rule took it
-    std::string lost_to = {};  ///< the rule that took a field it matched
-};
-
-/// Reads "EXPR=N" or "TOPIC:EXPR=N". Throws std::invalid_argument with the reason.
-LimitRule parse_limit_rule(const std::string& text);
-
-/// `expression` as a pattern in which brackets around a number or "*" are ordinary characters.
-std::string escaped_indices(const std::string& expression);
-
 class Limits {
 public:
     enum class Origin : std::uint8_t {
-        PLAIN,     ///< the format's own
+        PLAIN,     ///< the bound, or the plain limit where there is none
         MEASURED,  ///< the longest length of the data
         HELD,      ///< less than that, so that the topic fits
-        GIVEN,     ///< by a rule or a limits file
+        FILE,      ///< by a limits file
+        RULE,      ///< by a rule of the user's
     };
     /// A rule that names elements by their number.
     struct ElementRule {
-        std::string pattern;  ///< "markers\\[3\\].points"
+        std::string pattern;     ///< "markers\\[3\\].points"
+        std::string expression;  ///< "markers[3].points"
         std::uint32_t limit;
         std::string given;  ///< as the user wrote it
     };
+    /// The place of an element in the collections around a field, from the outermost inwards. An array
+    /// counts its elements in one row, whatever its dimensions.
+    using Place = std::vector<std::uint32_t>;
     struct Field {
         std::string full_name;  ///< "markers[*].points"
-        bool blob = false;      ///< a sequence of octets or uint8
-        std::uint32_t limit = plain_limit;
+        bool blob;              ///< a sequence of octets or uint8
+        std::uint32_t bound;    ///< of the type
+        std::uint32_t limit;
         Origin origin = Origin::PLAIN;
-        std::string given = {};                       ///< the rule that gave the limit, as the user wrote it
-        std::vector<ElementRule> element_rules = {};  ///< the first that matches wins over `limit`
+        std::string given = {};                        ///< the rule that gave the limit, as the user wrote it
+        std::vector<ElementRule> element_rules = {};   ///< the first that matches wins over `limit`
+        std::map<Place, std::size_t> exceptions = {};  ///< the sequences that such a rule takes, with it
     };
 
     Limits() = default;  ///< of a topic without type: no fields
 
-    /// The plain limits of `type`.
-    explicit Limits(const core::xtypes::DynamicTypeImpl& type);
+    /// The plain limits of what has columns.
+    explicit Limits(const core::xtypes::DynamicTypeImpl& type, const LeftOut* left_out = nullptr);
 
     const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
 
-    /// The field called `full_name`; null when there is none.
-    const Field* find(const std::string& full_name) const;
+    /// The index of the field called `full_name`; none where no field is.
+    std::optional<std::size_t> find(const std::string& full_name) const;
 
     /// Sets the fields that are in `lengths`.
     void set(const Lengths& lengths, Origin origin);
@@ -90,33 +83,62 @@ public:
     /// Holds measured fields to the plain limit, longest first, until there are at most `most` columns.
     void hold(std::uint64_t most);
 
+    /// Whether the sequence lies in elements that all have columns.
+    bool has_columns(std::size_t field, const Place& place) const;
+
     /// Leaf columns of the type with these limits, saturating; counted without building anything.
     std::uint64_t columns() const;
+    /// The columns that one more element of each field would add, by field; rules for elements aside.
+    std::vector<std::uint64_t> columns_per_element() const;
 
     /// The collection to blame for many columns.
     struct Blame {
         std::string full_name;  ///< empty when there is no collection
         std::uint64_t elements = 0;
-        bool limited = false;  ///< by these limits; false for arrays and bounded sequences
+        bool limited = false;  ///< by these limits; false for arrays
+        bool blob = false;     ///< of bytes
     };
     Blame blame() const;
 
-    /// Adds one expression a field to `property`; none for plain ones.
+    /// The type whose columns the topic's file has. Only names, kinds and bounds count in it; no sample is
+    /// ever read by it.
+    core::xtypes::DynamicTypeImpl column_type() const;
+
+    /// Adds expressions for the fields that have rules for single elements. Each matches sequences of one
+    /// field alone.
     void add_to(tamber::utils::PrintFormatCsvProperty& property) const;
 
 private:
-    struct Place;
-    using SequenceVisitor = std::function<void(const std::string& own_name, std::uint32_t limit)>;
+    class Count;
 
-    static bool give(Field& field, LimitRule& rule);
-    Place root() const;
-    std::uint64_t elements_at(const Place& place) const;
-    std::uint64_t columns_at(const Place& place, const SequenceVisitor& visit) const;
-    std::uint64_t collection_columns_at(const Place& place, const SequenceVisitor& visit) const;
+    /// A collection around a field.
+    struct Around {
+        core::xtypes::DynamicTypeImpl type;
+        std::string full_name;
+        std::optional<std::size_t> field;  // of a sequence
+    };
+    /// One collection: its full name and its own place.
+    using Collection = std::pair<std::string, Place>;
 
-    std::optional<core::xtypes::DynamicTypeImpl> type_;
+    void add_fields(const Part& part, std::vector<Around>& around);
+    static std::uint32_t limit_of(const Field& field, std::uint32_t wanted);
+    static void give(Field& field, LimitRule& rule);
+
+    static std::uint32_t limit_at(const Field& field, const Place& place);
+    std::uint32_t most_elements(const Around& collection) const;
+    void find_exceptions(std::size_t field);
+    void add_exception(std::size_t field, const Place& place, std::size_t rule);
+    std::string own_name(std::size_t field, const Place& place) const;
+
+    core::xtypes::DynamicTypeImpl column_type(const Part& part, std::size_t first) const;
+    std::vector<std::string> patterns_of_others(std::size_t field) const;
+
+    std::optional<Part> root_;
+    PartCounts counts_;
     std::vector<Field> fields_;
-    std::map<std::string, std::size_t> indices_;  // in fields_, by full name
+    std::vector<std::vector<Around>> around_;              // by field, the outermost first
+    std::map<std::string, std::size_t> indices_;           // in fields_, by full name
+    std::map<Collection, std::set<std::uint32_t>> apart_;  // the elements with exceptions in them
 };
 
 }  // namespace zun::convert

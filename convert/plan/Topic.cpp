@@ -20,19 +20,30 @@ bool matches_any(const std::vector<std::string>& patterns, const std::string& to
     });
 }
 
-std::string identity_of(const Channel& channel) {
+/// Channels of one topic belong together when their types are the same, however they are written; those
+/// without a type, when all that is known of it is.
+std::string identity_of(const Topic& topic, const Channel& channel, Types& types) {
     std::string identity;
-    for (const std::string* part : {&channel.topic, &channel.message_encoding, &channel.type_name,
-                                    &channel.schema_encoding, &channel.schema_text})
-        identity += std::to_string(part->size()) + ':' + *part;
+    const auto add = [&](const std::string& part) { identity += std::to_string(part.size()) + ':' + part; };
+    add(topic.name);
+    add(topic.type_name);
+    if (topic.type) {
+        add("type " + std::to_string(types.identities.of(*topic.type)));
+        add(topic.writer == cdr::Writer::ROS2 ? "ROS 2" : "");
+    } else {
+        for (const std::string* part :
+             {&channel.message_encoding, &channel.schema_encoding, &channel.schema_text})
+            add(*part);
+    }
     return identity;
 }
 
 /// Only ROS 2 has these schema encodings; and without any, type names of its form.
-cdr::Writer writer_of(const Channel& channel) {
+cdr::Writer writer_of(const Channel& channel, cdr::Writer given) {
     const bool ros = channel.schema_encoding == "ros2msg" || channel.schema_encoding == "ros2idl" ||
                      (channel.schema_text.empty() && channel.type_name.find('/') != std::string::npos);
-    return ros ? cdr::Writer::ROS2 : cdr::Writer::UNKNOWN;
+    if (ros || given != cdr::Writer::UNKNOWN) return ros ? cdr::Writer::ROS2 : given;
+    return channel.recorder == input::Recorder::FAST_DDS ? cdr::Writer::FAST_DDS : cdr::Writer::UNKNOWN;
 }
 
 /// Sets the type, or the reason why there is none.
@@ -49,7 +60,6 @@ void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalo
         const auto type = catalog.type_of(channel.type_name, channel.schema_encoding, channel.schema_text);
         const printing::SamplePrinter decodable(type, topic.name, topic.writer);  // throws when it is not
         topic.type = type;
-        topic.column_type = type;
     } catch (const schema::UnknownType& problem) {
         topic.refusal = problem.what();
         topic.refusal +=
@@ -59,6 +69,29 @@ void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalo
     } catch (const std::invalid_argument& problem) {
         topic.refusal = problem.what();
     }
+}
+
+constexpr std::uint64_t most_sequences = 1U << 20U;
+constexpr std::uint64_t most_sequences_blamed = 1U << 14U;
+
+/// Leaves members out, and refuses a topic that does not fit even while all sequences are empty.
+void choose_columns(Topic& topic, const TopicChoice& choice) {
+    if (PartCounts(Part(*topic.type)).of(Part(*topic.type)).sequences > most_sequences)
+        return topic.refuse("its type has more than " + std::to_string(most_sequences) + " sequences");
+    if (choice.skip_blobs) topic.left_out = blobs_of(*topic.type);
+    const Part root(*topic.type, topic.left_out.get());
+    const PartCounts::Counts counts = PartCounts(root).of(root);
+    if (counts.columns <= choice.most_columns) return;
+    Limits::Blame blame;
+    if (counts.sequences <= most_sequences_blamed) {
+        Limits limits(*topic.type, topic.left_out.get());
+        Lengths empty;
+        for (const Limits::Field& field : limits.fields())
+            empty[field.full_name] = 0;
+        limits.set(empty, Limits::Origin::MEASURED);
+        blame = limits.blame();
+    }
+    topic.refuse(too_wide(blame, counts.columns, choice.most_columns));
 }
 
 void name_files(std::vector<Topic>& topics) {
@@ -78,6 +111,16 @@ void name_files(std::vector<Topic>& topics) {
 
 }  // namespace
 
+std::string too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most) {
+    std::string text =
+        "it needs " + std::to_string(columns) + " columns, --max-columns allows " + std::to_string(most);
+    if (!blame.full_name.empty())
+        text += "; '" + blame.full_name + "' has " + std::to_string(blame.elements) + " elements";
+    if (blame.limited) text += ", --limit '" + blame.full_name + "=N' keeps N of them";
+    if (blame.blob) text += ", --blobs skip leaves them out";
+    return text + "; --max-columns " + std::to_string(columns) + " lets the topic through";
+}
+
 bool TopicFilter::accepts(const std::string& topic) const {
     return (wanted.empty() || matches_any(wanted, topic)) && !matches_any(unwanted, topic);
 }
@@ -90,31 +133,26 @@ std::string exact_pattern(const std::string& topic) {
     return pattern;
 }
 
-void leave_out_blobs(Topic& topic) {
-    topic.left_out = blobs_of(*topic.type);
-    if (topic.left_out) topic.column_type = remaining_type(*topic.type, *topic.left_out);
-}
-
-std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
-                             const TopicFilter& filter) {
+std::vector<Topic> topics_of(const input::MessageStream& stream, Types& types, const TopicChoice& choice) {
     std::vector<Topic> topics;
     std::map<std::string, std::size_t> known;  // by identity
     const auto& counts = stream.summary().channels;
     for (std::uint32_t i = 0; i < stream.channels().size(); ++i) {
         const Channel& channel = stream.channels()[i];
-        if (!filter.accepts(channel.topic)) continue;
-        const std::string identity = identity_of(channel);
-        const auto [place, is_new] = known.try_emplace(identity, topics.size());
-        if (is_new) {
-            topics.push_back({channel.topic, channel.type_name, identity});
-            topics.back().writer = writer_of(channel);
-            find_type(topics.back(), channel, catalog);
-        }
+        if (!choice.filter.accepts(channel.topic)) continue;
+        Topic found{channel.topic, channel.type_name};
+        found.writer = writer_of(channel, choice.writer);
+        find_type(found, channel, types.catalog);
+        found.identity = identity_of(found, channel, types);
+        const auto [place, is_new] = known.try_emplace(found.identity, topics.size());
+        if (is_new) topics.push_back(std::move(found));
         Topic& topic = topics[place->second];
         topic.channels.push_back(i);
         topic.message_count += i < counts.size() ? counts[i].message_count : 0;
     }
     name_files(topics);
+    for (Topic& topic : topics)
+        if (topic.type) choose_columns(topic, choice);
     return topics;
 }
 

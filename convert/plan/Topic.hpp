@@ -6,16 +6,20 @@
 #ifndef ZUN_CONVERT_PLAN_TOPIC_HPP
 #define ZUN_CONVERT_PLAN_TOPIC_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "convert/plan/LeftOut.hpp"
+#include "convert/plan/Limits.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
 #include "platform/xtypes/DynamicType.hpp"
+#include "platform/xtypes/TypeIdentities.hpp"
 #include "schema/TypeCatalog.hpp"
 
 namespace zun::convert {
@@ -34,24 +38,42 @@ std::string exact_pattern(const std::string& topic);
 struct Topic {
     std::string name;
     std::string type_name;
-    std::string identity;  ///< equal for the same topic with the same type, in all recordings
+    std::string identity = {};  ///< equal for the same topic with the same type, in all recordings
     std::vector<std::uint32_t> channels = {};
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
     std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
     std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
-    std::optional<core::xtypes::DynamicTypeImpl> column_type = {};  ///< the type without those
-    std::string refusal = {};                                       ///< why it is refused
-    std::string file = {};                                          ///< "a.b.csv"; empty for a refused topic
+    std::string refusal = {};                                ///< why it is refused
+    std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
     bool other_type = false;  ///< an earlier entry has this topic with another type
+
+    void refuse(std::string why) {
+        refusal = std::move(why);
+        file.clear();
+    }
 };
 
-/// Leaves out the unbounded sequences of bytes of a topic that has a type.
-void leave_out_blobs(Topic& topic);
+/// Why a topic of so many columns is refused, and what would help.
+std::string too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most);
 
-/// The topics of `stream` that `filter` accepts, in the order of their first channels.
-std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
-                             const TopicFilter& filter);
+/// Where types come from, and how they are told apart.
+struct Types {
+    schema::TypeCatalog catalog = {};
+    core::xtypes::TypeIdentities identities = {};
+};
+
+/// Which topics get files, and of what.
+struct TopicChoice {
+    TopicFilter filter = {};
+    bool skip_blobs = false;
+    std::uint64_t most_columns = 16'384;
+    cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages of types that are not ROS 2's
+};
+
+/// The topics of `stream` that `choice` accepts, in the order of their first channels. One that cannot fit,
+/// whatever its messages hold, is refused here; no more is done with its type than counting.
+std::vector<Topic> topics_of(const input::MessageStream& stream, Types& types, const TopicChoice& choice);
 
 }  // namespace zun::convert
 

@@ -1,8 +1,7 @@
 #include "convert/plan/column_list.hpp"
 
-#include <sstream>
-
-#include "format/PrintFormatCsv.hpp"
+#include "convert/plan/Columns.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::convert {
 
@@ -72,12 +71,12 @@ void print_leaves(std::ostream& out, const ColumnInfo& column) {
 
 }  // namespace
 
-void print_columns(std::ostream& out, const Topic& topic, const Limits& limits) {
-    tamber::utils::PrintFormatCsvProperty property;
-    limits.add_to(property);
-    std::ostringstream header;
+void print_columns(std::ostream& out, const Limits& limits) {
+    const Columns columns(limits);
+    TextStream header;
     std::vector<char> buffer;
-    const tamber::utils::PrintFormatCsv format(property, *topic.column_type, header, buffer);
+    const tamber::utils::PrintFormatCsv format(columns.settings, columns.type, header, buffer);
+    columns.check(format);
     print_leaves(out, format.root_column());
 }
 

@@ -6,13 +6,12 @@
 #include <ostream>
 
 #include "convert/plan/Limits.hpp"
-#include "convert/plan/Topic.hpp"
 
 namespace zun::convert {
 
 /// A line for each column: full name, kind, and for a length column the number of elements that have columns;
 /// a tab between them.
-void print_columns(std::ostream& out, const Topic& topic, const Limits& limits);
+void print_columns(std::ostream& out, const Limits& limits);
 
 }  // namespace zun::convert
 

@@ -7,19 +7,33 @@ using namespace core::xtypes;
 namespace {
 
 template <typename ComplexType>
-void visit_members(const ComplexType& type, const PartVisitor& visit) {
+void visit_members(const ComplexType& type, const MemberVisitor& visit) {
     for (std::uint32_t i = 0; i < type.member_count(); ++i)
         visit(type.member(i).name(), type.member(i).type());
 }
 
 }  // namespace
 
-void for_each_member(const DynamicTypeImpl& type, const PartVisitor& visit) {
+void for_each_member(const DynamicTypeImpl& type, const MemberVisitor& visit) {
     if (type.kind() == TypeKind::UNION_TYPE) return visit_members(UnionTypeImpl(type), visit);
     if (type.kind() != TypeKind::STRUCTURE_TYPE) return;
     const StructTypeImpl structure(type);
     if (structure.has_parent()) for_each_member(structure.parent().resolved(), visit);
     visit_members(structure, visit);
+}
+
+void for_each_member(const Part& part, const PartVisitor& visit) {
+    for_each_member(part.type, [&](const std::string& name, const DynamicTypeImpl& type) {
+        const LeftOut* const concerned = part.left_out == nullptr ? nullptr : part.left_out->member(name);
+        if (concerned == nullptr || !concerned->whole)
+            visit(Part(type, concerned, joined(part.full_name, name)));
+    });
+}
+
+Part element_of(const Part& collection) {
+    return Part(CollectionTypeImpl(collection.type).content_type(),
+                collection.left_out == nullptr ? nullptr : collection.left_out->element.get(),
+                collection.full_name + any_indices(collection.type));
 }
 
 std::string any_indices(const DynamicTypeImpl& collection) {
@@ -30,26 +44,47 @@ std::string any_indices(const DynamicTypeImpl& collection) {
     return indices;
 }
 
-void for_each_unbounded(const DynamicTypeImpl& type, const std::string& full_name, const PartVisitor& visit) {
-    const DynamicTypeImpl resolved = type.resolved();
-    if (is_collection(resolved)) {
-        const DynamicTypeImpl element = CollectionTypeImpl(resolved).content_type();
-        if (is_unbounded(resolved)) visit(full_name, element);
-        return for_each_unbounded(element, full_name + any_indices(resolved), visit);
+std::string indices_of(const DynamicTypeImpl& collection, std::uint64_t element) {
+    if (collection.kind() != TypeKind::ARRAY_TYPE) return '[' + std::to_string(element) + ']';
+    const ArrayTypeImpl array(collection);
+    std::string indices;
+    for (std::uint32_t i = array.dimension_count(); i-- > 0; element /= array.dimension(i))
+        indices.insert(0, '[' + std::to_string(element % array.dimension(i)) + ']');
+    return indices;
+}
+
+std::uint64_t saturating_sum(std::uint64_t a, std::uint64_t b) {
+    return b > UINT64_MAX - a ? UINT64_MAX : a + b;
+}
+
+std::uint64_t saturating_product(std::uint64_t a, std::uint64_t b) {
+    return a != 0 && b > UINT64_MAX / a ? UINT64_MAX : a * b;
+}
+
+PartCounts::Counts PartCounts::count(const Part& part) {
+    const auto known = known_.find(key_of(part));
+    return known != known_.end() ? known->second : known_.emplace(key_of(part), counted(part)).first->second;
+}
+
+PartCounts::Counts PartCounts::counted(const Part& part) {
+    if (part.is_sequence()) return {1, saturating_sum(1, count(element_of(part)).sequences)};
+    if (part.is_collection()) {
+        const Counts element = count(element_of(part));
+        return {saturating_product(ArrayTypeImpl(part.type).total_element_count(), element.columns),
+                element.sequences};
     }
-    for_each_member(resolved, [&](const std::string& name, const DynamicTypeImpl& member) {
-        for_each_unbounded(member, joined(full_name, name), visit);
+    Counts counts{part.type.kind() == TypeKind::UNION_TYPE ? 1U : 0U, 0};
+    for_each_member(part, [&](const Part& member) {
+        const Counts more = count(member);
+        counts.columns = saturating_sum(counts.columns, more.columns);
+        counts.sequences = saturating_sum(counts.sequences, more.sequences);
     });
+    if (counts.columns == 0) counts.columns = 1;  // a leaf, or a structure of which nothing has columns
+    return counts;
 }
 
-bool is_collection(const DynamicTypeImpl& type) {
-    const TypeKind kind = type.resolved().kind();
-    return kind == TypeKind::ARRAY_TYPE || kind == TypeKind::SEQUENCE_TYPE;
-}
-
-bool is_unbounded(const DynamicTypeImpl& type) {
-    const DynamicTypeImpl resolved = type.resolved();
-    return resolved.kind() == TypeKind::SEQUENCE_TYPE && SequenceTypeImpl(resolved).bounds() == no_bound;
+bool has_sequences(const Part& part) {
+    return PartCounts(part).of(part).sequences > 0;
 }
 
 }  // namespace zun::convert

@@ -1,11 +1,20 @@
-// type_walk: the parts of a type under the names that the format gives them.
+// type_walk: the parts of a type that get columns, under the names that the format gives them.
+//
+//     (whole)                  ""
+//     `- markers               "markers"             a sequence
+//        `- its elements       "markers[*]"          one part stands for all of them
+//           `- points          "markers[*].points"
 
 #ifndef ZUN_CONVERT_PLAN_TYPE_WALK_HPP
 #define ZUN_CONVERT_PLAN_TYPE_WALK_HPP
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 
+#include "convert/plan/LeftOut.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::convert {
@@ -14,21 +23,64 @@ inline std::string joined(const std::string& parent, const std::string& name) {
     return parent.empty() ? name : parent + '.' + name;
 }
 
-using PartVisitor = std::function<void(const std::string& name, const core::xtypes::DynamicTypeImpl& type)>;
+struct Part {
+    explicit Part(const core::xtypes::DynamicTypeImpl& declared, const LeftOut* concerned = nullptr,
+                  std::string name = "")
+        : type(declared.resolved()), left_out(concerned), full_name(std::move(name)) {}
 
-/// Visits the members of a structure, those of its bases first, or of a union; nothing for other types.
-void for_each_member(const core::xtypes::DynamicTypeImpl& type, const PartVisitor& visit);
+    core::xtypes::DynamicTypeImpl type;  ///< no alias
+    const LeftOut* left_out;             ///< what of it has no columns; null for nothing
+    std::string full_name;
+
+    bool is_sequence() const { return type.kind() == core::xtypes::TypeKind::SEQUENCE_TYPE; }
+    bool is_collection() const { return is_sequence() || type.kind() == core::xtypes::TypeKind::ARRAY_TYPE; }
+};
+
+using MemberVisitor = std::function<void(const std::string& name, const core::xtypes::DynamicTypeImpl& type)>;
+using PartVisitor = std::function<void(const Part& part)>;
+
+/// Visits all members of a structure, those of its bases first, or of a union; nothing for other types.
+void for_each_member(const core::xtypes::DynamicTypeImpl& type, const MemberVisitor& visit);
+
+/// Visits the members of a part that have columns.
+void for_each_member(const Part& part, const PartVisitor& visit);
+
+/// What stands for every element of a collection.
+Part element_of(const Part& collection);
 
 /// The indices that the elements of a collection type bear: "[*]" for each dimension.
 std::string any_indices(const core::xtypes::DynamicTypeImpl& collection);
 
-/// Visits the full name and the element type of every unbounded sequence in `type`, in the order of
-/// declaration; `full_name` is the name of `type` itself.
-void for_each_unbounded(const core::xtypes::DynamicTypeImpl& type, const std::string& full_name,
-                        const PartVisitor& visit);
+/// The indices of one element of a collection type: "[1][0]" for the third of an array of two columns.
+std::string indices_of(const core::xtypes::DynamicTypeImpl& collection, std::uint64_t element);
 
-bool is_collection(const core::xtypes::DynamicTypeImpl& type);  ///< an array or sequence, aliases resolved
-bool is_unbounded(const core::xtypes::DynamicTypeImpl& type);   ///< a sequence without bound, the same
+std::uint64_t saturating_sum(std::uint64_t a, std::uint64_t b);
+std::uint64_t saturating_product(std::uint64_t a, std::uint64_t b);
+
+/// Counts what is in a part. Each distinct type is counted once, however often it stands in another.
+class PartCounts {
+public:
+    struct Counts {
+        std::uint64_t columns = 0;    ///< leaf columns while every sequence is empty; saturating
+        std::uint64_t sequences = 0;  ///< saturating
+    };
+    PartCounts() = default;
+    explicit PartCounts(const Part& root) { count(root); }
+
+    /// The counts of the root or of a part of it.
+    const Counts& of(const Part& part) const { return known_.at(key_of(part)); }
+
+private:
+    using Key = std::pair<const core::xtypes::TypeNode*, const LeftOut*>;
+
+    static Key key_of(const Part& part) { return {part.type.node().get(), part.left_out}; }
+    Counts count(const Part& part);
+    Counts counted(const Part& part);
+
+    std::map<Key, Counts> known_;
+};
+
+bool has_sequences(const Part& part);
 
 }  // namespace zun::convert
 

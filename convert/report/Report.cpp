@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <iomanip>
+#include <map>
 
 namespace zun::convert {
 
@@ -57,7 +58,6 @@ std::string cut_sentence(const CutField& cut) {
 
 void add_losses(Lines& lines, const TopicReport& topic) {
     const std::string start = topic.topic + ": ";
-    if (!topic.refusal.empty()) lines.push_back(start + "not converted: " + topic.refusal);
     if (topic.unreadable > 0)
         lines.push_back(start + counted(topic.unreadable, "message") +
                         (topic.unreadable == 1 ? " is no sample of " : " are no samples of ") +
@@ -65,7 +65,31 @@ void add_losses(Lines& lines, const TopicReport& topic) {
     for (const std::string& reason : topic.reasons)
         lines.push_back("  " + reason);
     for (const CutField& cut : topic.cuts)
-        lines.push_back(start + cut_sentence(cut));
+        if (cut.rule.empty()) lines.push_back(start + cut_sentence(cut));
+}
+
+/// Topics that are refused for one reason are told in one line; those without messages lose nothing.
+void add_refusals(Lines& lines, const RecordingReport& recording, bool with_messages) {
+    std::map<std::string, std::size_t> told;  // by refusal: index in `refused`
+    struct Refused {
+        std::string topics;
+        std::uint64_t messages;
+        std::string why;
+    };
+    std::vector<Refused> refused;
+    for (const TopicReport& topic : recording.topics) {
+        if (topic.refusal.empty() || (topic.messages > 0) != with_messages) continue;
+        const auto [place, is_new] = told.try_emplace(topic.refusal, refused.size());
+        if (is_new) refused.push_back({"", 0, topic.refusal});
+        Refused& entry = refused[place->second];
+        entry.topics += (entry.topics.empty() ? "" : ", ") + topic.topic;
+        entry.messages += topic.messages;
+    }
+    for (const Refused& entry : refused)
+        lines.push_back(entry.topics + ": " +
+                        (with_messages ? counted(entry.messages, "message") + " not converted: "
+                                       : "not converted, without messages: ") +
+                        entry.why);
 }
 
 /// Damage that ended the recording names its place itself.
@@ -76,17 +100,40 @@ std::string place_of(const input::Problem& problem) {
 Lines losses_of(const RecordingReport& recording) {
     Lines lines;
     if (!recording.failure.empty()) lines.push_back("not converted: " + recording.failure);
+    add_refusals(lines, recording, true);
     for (const TopicReport& topic : recording.topics)
         add_losses(lines, topic);
+    if (recording.messages_missing > 0)
+        lines.push_back(counted(recording.messages_missing, "message") +
+                        " that the recording counts cannot be found");
     if (recording.problem_count > 0)
-        lines.push_back("the recording is damaged in " + counted(recording.problem_count, "place") + ", " +
-                        counted(recording.messages_lost, "message") + " known to be lost");
+        lines.push_back("the recording is damaged in " + counted(recording.problem_count, "place") +
+                        (recording.messages_lost == 0
+                             ? ""
+                             : ", " + counted(recording.messages_lost, "message") + " known to be lost"));
     for (const input::Problem& problem : recording.problems)
         lines.push_back("  " + place_of(problem) + problem.text);
     if (recording.problem_count > recording.problems.size())
         lines.push_back("  and " + std::to_string(recording.problem_count - recording.problems.size()) +
                         " more");
     return lines;
+}
+
+/// What the messages of a topic had beside their values.
+void add_message_hints(Lines& lines, const TopicReport& topic) {
+    const auto add = [&](std::uint64_t count, const char* one, const char* many, const std::string& rest) {
+        if (count > 0)
+            lines.push_back(topic.topic + ": " + counted(count, "message") + (count == 1 ? one : many) +
+                            rest);
+    };
+    add(topic.left_over, " goes", " go",
+        " on after the sample: the sender may know a longer type than " + topic.type_name);
+    add(topic.unknown_members, " has", " have",
+        " members that " + topic.type_name + " does not have, which are left out");
+    add(topic.absent_members, " lacks", " lack",
+        " members of " + topic.type_name + ", whose cells show their default values");
+    add(topic.invalid_text, " holds", " hold",
+        " text that is not UTF-8, or zeros in it; --invalid-text says what becomes of it");
 }
 
 void add_reader_hints(Lines& lines, const TopicReport& topic) {
@@ -102,14 +149,14 @@ void add_reader_hints(Lines& lines, const TopicReport& topic) {
 
 Lines hints_of(const RecordingReport& recording, bool for_readers) {
     Lines lines;
+    add_refusals(lines, recording, false);
     for (const TopicReport& topic : recording.topics) {
         const std::string start = topic.topic + ": ";
+        for (const CutField& cut : topic.cuts)
+            if (!cut.rule.empty()) lines.push_back(start + cut_sentence(cut));
         for (const std::string& hint : topic.hints)
             lines.push_back(start + hint);
-        if (topic.left_over > 0)
-            lines.push_back(
-                start + counted(topic.left_over, "message") + (topic.left_over == 1 ? " goes" : " go") +
-                " on after the sample: the sender may know a longer type than " + topic.type_name);
+        add_message_hints(lines, topic);
         if (for_readers) add_reader_hints(lines, topic);
     }
     return lines;

@@ -18,20 +18,25 @@ struct CutField {
     std::uint32_t columns = 0;  ///< elements that have columns
     std::uint32_t longest = 0;  ///< elements of the longest sequence seen
     std::uint64_t rows = 0;     ///< rows with more elements than columns
+    std::string rule = {};      ///< the --limit that asked for it, as the user wrote it; empty where none did
     std::string option = {};    ///< what would keep all of it
 };
 
 struct TopicReport {
     std::string topic;
     std::string type_name;
-    std::string file = {};     ///< empty when the topic has none
-    std::string refusal = {};  ///< why it has none
+    std::string file = {};       ///< empty when the topic has none
+    std::string refusal = {};    ///< why it has none
+    std::uint64_t messages = 0;  ///< as the recording counts them
     std::uint64_t rows = 0;
     std::uint64_t columns = 0;              ///< without the timestamps
     std::uint64_t bytes = 0;                ///< of the file
     std::uint64_t unreadable = 0;           ///< messages that are no samples of the type
     std::vector<std::string> reasons = {};  ///< of the first few of them
     std::uint64_t left_over = 0;            ///< rows whose message goes on after the sample
+    std::uint64_t unknown_members = 0;      ///< rows whose message has members that the type does not have
+    std::uint64_t absent_members = 0;       ///< rows whose message lacks members of the type
+    std::uint64_t invalid_text = 0;         ///< rows with text that is not UTF-8, or holds a zero
     std::vector<CutField> cuts = {};
     std::vector<std::string> hints = {};
 };
@@ -44,6 +49,7 @@ struct RecordingReport {
     std::vector<TopicReport> topics = {};
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
+    std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found
     std::vector<input::Problem> problems = {};  ///< the first few
 };
 

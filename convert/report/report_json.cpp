@@ -88,6 +88,7 @@ void write_cut(JsonWriter& json, const CutField& cut) {
         json.key("longest").value(std::uint64_t{cut.longest});
         json.key("rows").value(cut.rows);
         json.key("option").value(cut.option);
+        if (!cut.rule.empty()) json.key("asked_by").value(cut.rule);
     });
 }
 
@@ -98,12 +99,16 @@ void write_topic(JsonWriter& json, const TopicReport& topic) {
         json.key("type").value(topic.type_name);
         if (!topic.file.empty()) json.key("file").value(topic.file);
         if (!topic.refusal.empty()) json.key("refusal").value(topic.refusal);
+        json.key("messages").value(topic.messages);
         json.key("rows").value(topic.rows);
         json.key("columns").value(topic.columns);
         json.key("bytes").value(topic.bytes);
         json.key("unreadable").value(topic.unreadable);
         json.key("reasons").list_of(topic.reasons, text);
         json.key("left_over").value(topic.left_over);
+        json.key("unknown_members").value(topic.unknown_members);
+        json.key("absent_members").value(topic.absent_members);
+        json.key("invalid_text").value(topic.invalid_text);
         json.key("cuts").list_of(topic.cuts, [&](const CutField& cut) { write_cut(json, cut); });
         json.key("hints").list_of(topic.hints, text);
     });
@@ -128,6 +133,7 @@ void write_recording(JsonWriter& json, const RecordingReport& recording) {
                                    [&](const TopicReport& topic) { write_topic(json, topic); });
         json.key("problem_count").value(recording.problem_count);
         json.key("messages_lost").value(recording.messages_lost);
+        json.key("messages_missing").value(recording.messages_missing);
         json.key("problems").list_of(recording.problems, [&](const input::Problem& problem) {
             write_problem(json, problem);
         });

@@ -19,6 +19,8 @@ ColumnInfo& ColumnInfo::add_child(const ColumnInfo& child) {
     ColumnInfo& added = children_.emplace_back(child);
     added.parent_ = this;
     added.position_ = static_cast<std::uint32_t>(children_.size() - 1);
+    for (ColumnInfo* above = this; above != nullptr && above->leaf_count_ != 0; above = above->parent_)
+        above->leaf_count_ = 0;
     return added;
 }
 
@@ -28,6 +30,13 @@ std::string ColumnInfo::full_name() const {
         above = above->parent_;
     const std::string path = above != nullptr ? above->full_name() : "";
     return path.empty() ? name_ : path + "." + name_;
+}
+
+std::uint32_t ColumnInfo::count_leaves() const {
+    std::uint32_t count = children_.empty() ? 1 : 0;
+    for (const ColumnInfo& child : children_)
+        count += child.leaf_count();
+    return count;
 }
 
 std::uint32_t ColumnInfo::number_leaves(std::uint32_t first) {

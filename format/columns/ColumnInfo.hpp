@@ -58,10 +58,13 @@ public:
     /// Numbers the leaf columns at and below this node, depth first, from `first` on; call it on the root
     /// when the tree is complete. Returns the number after the last.
     std::uint32_t number_leaves(std::uint32_t first);
-    std::uint32_t first_leaf() const { return first_leaf_; }
-    std::uint32_t leaf_count() const { return leaf_count_; }
+    std::uint32_t first_leaf() const { return first_leaf_; }  ///< only since number_leaves()
+    /// Leaf columns at and below this node, which are counted anew where they have not been numbered.
+    std::uint32_t leaf_count() const { return leaf_count_ != 0 ? leaf_count_ : count_leaves(); }
 
 private:
+    std::uint32_t count_leaves() const;
+
     ColumnInfo* parent_ = nullptr;  // not owned
     std::string name_;
     TypeKind type_kind_;
@@ -71,7 +74,7 @@ private:
     // Known so that a run of empty cells is counted without walking it.
     std::uint32_t position_ = 0;
     std::uint32_t first_leaf_ = 0;
-    std::uint32_t leaf_count_ = 1;
+    std::uint32_t leaf_count_ = 0;  // 0 since a child came
 };
 
 }  // namespace zun::tamber::utils

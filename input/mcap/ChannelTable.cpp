@@ -2,6 +2,16 @@
 
 namespace zun::input::mcap {
 
+namespace {
+
+/// The recorder of Fast DDS keeps the partitions of a topic, and whether its types have the names of ROS,
+/// with the channel; it collects the types themselves in an attachment.
+bool is_fast_dds(const ChannelRecord& channel) {
+    return channel.metadata.count("ros2-types") > 0 || channel.metadata.count("partitions") > 0;
+}
+
+}  // namespace
+
 bool ChannelTable::add_schema(SchemaRecord schema) {
     if (schema.id == 0) return true;
     const auto [known, is_new] = schemas_.try_emplace(schema.id, schema);
@@ -17,14 +27,21 @@ bool ChannelTable::add_channel(ChannelRecord record, Place place) {
     Channel& channel = channels_.emplace_back();
     channel.topic = record.topic;
     channel.message_encoding = record.message_encoding;
-    channel.metadata = record.metadata;
+    if (is_fast_dds(record)) channel.recorder = Recorder::FAST_DDS;
     channel.source = source_;
     set_schema(record.schema_id, channel);
     known.push_back({place, index, std::move(record)});
     return known.size() == 1;
 }
 
-void ChannelTable::resolve_schemas() {
+void ChannelTable::add_attachment(std::string_view name) {
+    has_type_attachment_ |= name == "dynamic_types";
+}
+
+void ChannelTable::complete() {
+    if (has_type_attachment_)
+        for (Channel& channel : channels_)
+            channel.recorder = Recorder::FAST_DDS;
     for (const auto& [id, definitions] : definitions_)
         for (const Definition& definition : definitions)
             if (Channel& channel = channels_[definition.index];

@@ -31,8 +31,11 @@ public:
     bool add_schema(SchemaRecord schema);
     /// False when the id was another channel until now.
     bool add_channel(ChannelRecord record, Place place);
-    /// Gives their schemas to the channels that were defined before them.
-    void resolve_schemas();
+    /// An attachment can tell what recorded the channels.
+    void add_attachment(std::string_view name);
+    /// Gives their schemas to the channels that were defined before them, and to all what the attachments
+    /// told.
+    void complete();
 
     bool has_schema(std::uint16_t id) const { return schemas_.count(id) > 0; }
     const std::vector<Channel>& channels() const { return channels_; }
@@ -47,6 +50,7 @@ private:
     std::map<std::uint16_t, SchemaRecord> schemas_;
     Definitions definitions_;
     std::vector<Channel> channels_;
+    bool has_type_attachment_ = false;
 };
 
 struct Contents {

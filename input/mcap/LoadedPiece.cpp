@@ -1,7 +1,5 @@
 #include "input/mcap/LoadedPiece.hpp"
 
-#include <system_error>
-
 namespace zun::input::mcap {
 
 Filter::Filter(const ChannelTable& channels, const Selection& selection)
@@ -31,15 +29,10 @@ void LoadedPiece::load() {
 }
 
 void LoadedPiece::read() {
-    try {
-        content_ = read_content(recording_->file, piece_);
-    } catch (const std::system_error& error) {
-        content_.damage = std::string("cannot be read: ") + error.code().message();
-        content_.is_lost = true;
-    }
+    content_ = read_content(file_->bytes, piece_);
     messages_.reserve(std::min<std::uint64_t>(piece_.message_count, content_.records.size() / message_bytes));
     const WalkEnd end = walk_records(content_, *this);
-    if (!piece_.is_reported) report_walk(end);
+    report_walk(end);
     sort();
 }
 
@@ -50,15 +43,14 @@ void LoadedPiece::message(std::size_t offset, const MessageRecord& message) {
     if (channel >= Filter::unwanted) return;
     const Time log_time = Time::from_nanoseconds(message.log_time);
     if (!filter_->wants(log_time)) return;
-    messages_.push_back(
-        {channel, log_time, Time::from_nanoseconds(message.publish_time), message.sequence, message.data});
+    messages_.push_back({channel, log_time, Time::from_nanoseconds(message.publish_time), message.data});
 }
 
 /// The channels of an indexed recording are those of its summary. The records within the chunks must agree.
 void LoadedPiece::record(std::size_t, Opcode opcode, Bytes content) {
     if (opcode != Opcode::CHANNEL || piece_.is_reported) return;
     const auto channel = parse_channel(content);
-    const auto& definitions = recording_->contents.channels.definitions();
+    const auto& definitions = file_->contents.channels.definitions();
     if (!channel) return report("channel record is too short for its fields");
     const auto known = definitions.find(channel->id);
     if (known != definitions.end() && known->second.front().record == *channel) return;
@@ -69,6 +61,11 @@ void LoadedPiece::record(std::size_t, Opcode opcode, Bytes content) {
 void LoadedPiece::report_walk(const WalkEnd& end) {
     const std::string damage = describe_damage(piece_, content_, end);
     const std::uint64_t lost = piece_.message_count - std::min(piece_.message_count, walked_);
+    if (piece_.is_reported) {
+        // The scan has counted what can be read, so that less than this is news.
+        if (lost > 0) report(damage.empty() ? "fewer messages than when the file was opened" : damage, lost);
+        return;
+    }
     if (!damage.empty() || lost > 0)
         report(damage.empty() ? "chunk has fewer messages than its index" : damage, lost);
     for (const auto& [id, count] : undefined_)

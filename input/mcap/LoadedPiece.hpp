@@ -10,11 +10,11 @@
 
 namespace zun::input::mcap {
 
-/// An open recording; its stream and its batches share it.
-struct Recording {
-    explicit Recording(const std::filesystem::path& path);
+/// An open file with its contents; its stream and its batches share it.
+struct IndexedFile {
+    explicit IndexedFile(const std::filesystem::path& path);
 
-    File file;
+    File bytes;
     Contents contents;
 };
 
@@ -53,9 +53,9 @@ private:
 /// Read once, on the first thread that asks; batches that need the same piece share it.
 class LoadedPiece {
 public:
-    LoadedPiece(std::shared_ptr<const Recording> recording, std::shared_ptr<const Filter> filter,
+    LoadedPiece(std::shared_ptr<const IndexedFile> file, std::shared_ptr<const Filter> filter,
                 const Piece& piece)
-        : recording_(std::move(recording)), filter_(std::move(filter)), piece_(piece) {}
+        : file_(std::move(file)), filter_(std::move(filter)), piece_(piece) {}
 
     void load();
 
@@ -73,12 +73,11 @@ private:
     void read();
     void report_walk(const WalkEnd& end);
     void report(std::string text, std::uint64_t messages_lost = 0) {
-        problems_.push_back(
-            make_problem(recording_->file.name(), piece_.offset, std::move(text), messages_lost));
+        problems_.push_back(make_problem(file_->bytes.name(), piece_.offset, std::move(text), messages_lost));
     }
     void sort();
 
-    std::shared_ptr<const Recording> recording_;
+    std::shared_ptr<const IndexedFile> file_;
     std::shared_ptr<const Filter> filter_;
     const Piece& piece_;
     std::once_flag once_;

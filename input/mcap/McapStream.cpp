@@ -1,5 +1,6 @@
 #include "input/mcap/McapStream.hpp"
 
+#include "input/bytes/first_bytes.hpp"
 #include "input/mcap/Batches.hpp"
 #include "platform/error/InputError.hpp"
 
@@ -22,16 +23,37 @@ void check_magic(const File& file) {
                                        : "other bytes"));
 }
 
+/// Comes after the messages of a pass, and tells when the file has become another meanwhile.
+class ClosingBatch final : public Batch {
+public:
+    explicit ClosingBatch(std::shared_ptr<const IndexedFile> file) : file_(std::move(file)) {}
+
+    void load() override {
+        if (file_->bytes.has_changed())
+            problems_.push_back(make_problem(file_->bytes.name(), 0,
+                                             "the file has changed since it was opened; "
+                                             "its messages may be others than those that were read"));
+    }
+    std::span<const Message> messages() const override { return {}; }
+    std::span<const Problem> problems() const override { return problems_; }
+    std::size_t loaded_bytes() const override { return 0; }
+    bool is_costly() const override { return false; }
+
+private:
+    std::shared_ptr<const IndexedFile> file_;
+    std::vector<Problem> problems_;
+};
+
 class McapStream final : public MessageStream {
 public:
     McapStream(const std::filesystem::path& path, const McapLimits& limits)
-        : recording_(std::make_shared<const Recording>(path)), limits_(limits) {
+        : file_(std::make_shared<const IndexedFile>(path)), limits_(limits) {
         start({});
     }
 
-    const std::vector<Channel>& channels() const override { return recording_->contents.channels.channels(); }
-    const Summary& summary() const override { return recording_->contents.summary; }
-    std::span<const Problem> problems() const override { return recording_->contents.problems; }
+    const std::vector<Channel>& channels() const override { return file_->contents.channels.channels(); }
+    const Summary& summary() const override { return file_->contents.summary; }
+    std::span<const Problem> problems() const override { return file_->contents.problems; }
     void start(const Selection& selection) override;
     std::unique_ptr<Batch> next_batch() override;
 
@@ -42,35 +64,40 @@ private:
     std::unique_ptr<Batch> pick();
     bool is_room() const { return open_bytes_ + waiting_[next_]->loaded_bytes() <= limits_.batch_bytes; }
     Part closed(const Piece& piece) const {
-        return {std::make_shared<LoadedPiece>(recording_, filter_, piece), true};
+        return {std::make_shared<LoadedPiece>(file_, filter_, piece), true};
     }
 
-    std::shared_ptr<const Recording> recording_;
+    std::shared_ptr<const IndexedFile> file_;
     McapLimits limits_;
     std::shared_ptr<const Filter> filter_;
     std::vector<const Piece*>
         waiting_;  // wanted ones, by their first keys; those before next_ have been opened
     std::size_t next_ = 0;
+    bool has_ended_ = false;
     std::vector<Part> open_;  // reach into the slice that comes
     std::size_t open_bytes_ = 0;
     Key from_;  // where that slice begins
 };
 
 void McapStream::start(const Selection& selection) {
-    filter_ = std::make_shared<const Filter>(recording_->contents.channels, selection);
+    filter_ = std::make_shared<const Filter>(file_->contents.channels, selection);
     waiting_.clear();
     open_.clear();
     next_ = 0;
+    has_ended_ = false;
     open_bytes_ = 0;
     from_ = {{std::numeric_limits<std::int64_t>::min(), 0}, 0};
-    for (const Piece& piece : recording_->contents.pieces)
+    for (const Piece& piece : file_->contents.pieces)
         if (filter_->wants(piece)) waiting_.push_back(&piece);
     std::sort(waiting_.begin(), waiting_.end(),
               [](const Piece* a, const Piece* b) { return a->first_key() < b->first_key(); });
 }
 
 std::unique_ptr<Batch> McapStream::next_batch() {
-    if (open_.empty() && next_ == waiting_.size()) return nullptr;
+    if (open_.empty() && next_ == waiting_.size()) {
+        if (std::exchange(has_ended_, true)) return nullptr;
+        return std::make_unique<ClosingBatch>(file_);
+    }
     if (next_ < waiting_.size()) open_piece();
     while (next_ < waiting_.size() && is_room())
         open_piece();
@@ -123,22 +150,22 @@ std::unique_ptr<Batch> McapStream::pick() {
 
 }  // namespace
 
-Recording::Recording(const std::filesystem::path& path) : file(path), contents{ChannelTable(file.name())} {
-    check_magic(file);
+IndexedFile::IndexedFile(const std::filesystem::path& path)
+    : bytes(path), contents{ChannelTable(bytes.name())} {
+    check_magic(bytes);
     std::optional<Problem> doubt;
-    if (auto by_summary = read_summary(file, doubt)) {
+    if (auto by_summary = read_summary(bytes, doubt)) {
         contents = std::move(*by_summary);
         return;
     }
-    contents = scan(file);
+    contents = scan(bytes);
     if (doubt) contents.problems.insert(contents.problems.begin(), *doubt);
 }
 
 }  // namespace mcap
 
 bool is_mcap(std::span<const std::byte> first_bytes) {
-    constexpr std::size_t needed = 5;
-    return first_bytes.size() >= needed && std::memcmp(first_bytes.data(), mcap::magic.data(), needed) == 0;
+    return starts_with(first_bytes, mcap::magic.substr(0, 5));
 }
 
 std::unique_ptr<MessageStream> open_mcap(const std::filesystem::path& path, const McapLimits& limits) {

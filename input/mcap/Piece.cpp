@@ -1,6 +1,8 @@
 #include "input/mcap/Piece.hpp"
 
-#include "input/mcap/Decompressor.hpp"
+#include <system_error>
+
+#include "input/bytes/Decompressor.hpp"
 
 namespace zun::input::mcap {
 
@@ -65,7 +67,12 @@ Content read_content(const File& file, const Piece& piece) {
         return content;
     }
     content.storage.resize(piece.bytes);
-    content.storage.resize(file.read(piece.offset, content.storage));
+    try {
+        content.storage.resize(file.read(piece.offset, content.storage));
+    } catch (const std::system_error& error) {
+        lose(content, "cannot be read: " + error.code().message());
+        return content;
+    }
     content.records = content.storage;
     if (!piece.is_chunk) return content;
 

@@ -96,6 +96,14 @@ std::optional<StatisticsRecord> parse_statistics(Bytes content) {
     return fields.ok() && counts.ok() ? std::optional(std::move(statistics)) : std::nullopt;
 }
 
+std::string attachment_name(Opcode opcode, Bytes content) {
+    constexpr std::uint64_t times = 2 * sizeof(std::uint64_t);
+    constexpr std::uint64_t place_and_size = 3 * sizeof(std::uint64_t);
+    Fields fields(content);
+    fields.take(opcode == Opcode::ATTACHMENT ? times : times + place_and_size);
+    return fields.string();
+}
+
 std::optional<FooterRecord> parse_footer(Bytes content) {
     Fields fields(content);
     FooterRecord footer;

@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "input/mcap/File.hpp"
+#include "input/bytes/File.hpp"
 
 namespace zun::input::mcap {
 
@@ -41,6 +41,8 @@ enum class Opcode : std::uint8_t {
     CHUNK = 0x06,
     MESSAGE_INDEX = 0x07,
     CHUNK_INDEX = 0x08,
+    ATTACHMENT = 0x09,
+    ATTACHMENT_INDEX = 0x0A,
     STATISTICS = 0x0B,
     DATA_END = 0x0F,
 };
@@ -151,17 +153,18 @@ std::optional<ChunkIndexRecord> parse_chunk_index(Bytes content);
 std::optional<StatisticsRecord> parse_statistics(Bytes content);
 std::optional<FooterRecord> parse_footer(Bytes content);
 
+/// The name in an Attachment or in an AttachmentIndex, of which the beginning suffices; empty when it is cut.
+std::string attachment_name(Opcode opcode, Bytes content);
+
 /// A message record, which has `message_fields_bytes` at least.
 struct MessageRecord {
     explicit MessageRecord(Bytes content)
         : channel_id(load<std::uint16_t>(content.data())),
-          sequence(load<std::uint32_t>(content.data() + 2)),
           log_time(load<std::uint64_t>(content.data() + 6)),
           publish_time(load<std::uint64_t>(content.data() + 14)),
           data(content.subspan(message_fields_bytes)) {}
 
     std::uint16_t channel_id;
-    std::uint32_t sequence;
     std::uint64_t log_time;
     std::uint64_t publish_time;
     Bytes data;

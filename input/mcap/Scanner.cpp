@@ -3,6 +3,8 @@
 // Top-level records are followed by their lengths to the footer or to where the file breaks off; the records
 // of each piece tell its channels, its time range and its messages.
 
+#include <system_error>
+
 #include "input/mcap/Contents.hpp"
 
 namespace zun::input::mcap {
@@ -69,10 +71,15 @@ private:
 };
 
 Contents Scanner::run() {
-    while (step()) {
+    try {
+        while (step()) {
+        }
+    } catch (const std::system_error& error) {
+        end_run();
+        report(at_, "cannot be read on: " + error.code().message());
     }
     report_damaged_chunk();
-    contents_.channels.resolve_schemas();
+    contents_.channels.complete();
     fill_summary();
     compare_statistics();
     return std::move(contents_);
@@ -106,6 +113,9 @@ void Scanner::step_over(RecordHead head, std::uint64_t end) {
     const auto content = [&] { return window_.at(at_ + head_bytes, std::min(head.length, largest_bytes)); };
     if (head.opcode == Opcode::CHUNK) survey({.offset = at_, .bytes = end - at_, .is_chunk = true});
     if (head.opcode == Opcode::MESSAGE_INDEX && damaged_) count_index(content());
+    if (head.opcode == Opcode::ATTACHMENT)
+        contents_.channels.add_attachment(
+            attachment_name(head.opcode, window_.at(at_ + head_bytes, std::min(head.length, run_bytes))));
     if (head.opcode == Opcode::STATISTICS) statistics_ = parse_statistics(content());
     if (head.opcode == Opcode::DATA_END) check_data_end(content());
     if (head.opcode == Opcode::FOOTER) check_file_end(end);

@@ -117,6 +117,8 @@ void SummaryReader::read_record(Opcode opcode, Bytes content) {
     } else if (opcode == Opcode::CHANNEL) {
         auto channel = parse_channel(content);
         is_sound = channel && contents_.channels.add_channel(std::move(*channel), {});
+    } else if (opcode == Opcode::ATTACHMENT_INDEX) {
+        contents_.channels.add_attachment(attachment_name(opcode, content));
     } else if (opcode == Opcode::STATISTICS) {
         statistics_ = parse_statistics(content);
         is_sound = statistics_.has_value();
@@ -188,7 +190,7 @@ bool SummaryReader::is_complete() const {
 }
 
 void SummaryReader::fill_contents() {
-    contents_.channels.resolve_schemas();
+    contents_.channels.complete();
     contents_.summary.channels.resize(contents_.channels.channels().size());
     for (const auto& [id, count] : statistics_->channel_message_counts)
         contents_.summary.channels[contents_.channels.index_at(id, {})].message_count += count;

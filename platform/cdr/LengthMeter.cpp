@@ -12,33 +12,34 @@ namespace {
 
 constexpr std::uint32_t field_limit = 1U << 20U;
 
-/// Notes the lengths that a walk meets. `base` is the number of the first field of the value it is in.
+/// Tells `note` of every sequence that a walk meets: the number of its field, its length, and the indices of
+/// the elements around it.
+template <typename Note>
 class Lengths {
 public:
     static constexpr bool wants_absent = false;
 
-    explicit Lengths(std::vector<LengthMeter::Field>& fields) : fields_(fields) {}
+    explicit Lengths(const Note& note) : note_(note) {}
 
     void top_level_beginning() {}
     void top_level_ending() {}
     template <typename Place>
     void complex_beginning(const Place& place) {
-        base_ += first_field(place);
+        enter(place);
     }
     template <typename Place>
     void complex_ending(const Place& place) {
-        base_ -= first_field(place);
+        leave(place);
     }
     template <typename Place>
     void array_beginning(const Place& place, const Plan& plan, std::uint32_t count) {
-        base_ += first_field(place);
-        if (!plan.unbounded) return;
-        std::uint32_t& longest = fields_[base_++].longest;
-        longest = std::max(longest, count);
+        enter(place);
+        if (plan.kind == TypeKind::SEQUENCE_TYPE) note_(base_++, count, indices_);
     }
     template <typename Place>
     void array_ending(const Place& place, const Plan& plan) {
-        base_ -= first_field(place) + (plan.unbounded ? 1 : 0);
+        base_ -= plan.kind == TypeKind::SEQUENCE_TYPE ? 1 : 0;
+        leave(place);
     }
     void unset_optional(const Member&) {}
     template <bool Swapped, typename Place>
@@ -53,17 +54,20 @@ public:
     void elements(const Plan&, std::uint32_t, const std::byte*) {}
 
 private:
-    static std::uint32_t first_field(const Member& member) { return member.first_field; }
-    static std::uint32_t first_field(Item) { return 0; }
+    void enter(const Member& member) { base_ += member.first_field; }
+    void leave(const Member& member) { base_ -= member.first_field; }
+    void enter(Item item) { indices_.push_back(item.index); }
+    void leave(Item) { indices_.pop_back(); }
 
-    std::vector<LengthMeter::Field>& fields_;
-    std::uint32_t base_ = 0;
+    const Note& note_;
+    std::uint32_t base_ = 0;  // number of the first field of the value that the walk is in
+    std::vector<std::uint32_t> indices_;
 };
 
-/// Names the unbounded sequences of a value in the order in which Lengths numbers them.
+/// Names the sequences of a value in the order in which Lengths numbers them.
 void name_fields(const Plan& plan, const std::string& name, std::vector<LengthMeter::Field>& fields) {
     if (plan.fields == 0) return;
-    if (plan.unbounded) fields.push_back({name, 0});
+    if (plan.kind == TypeKind::SEQUENCE_TYPE) fields.push_back({name, 0});
     if (plan.kind == TypeKind::ARRAY_TYPE || plan.kind == TypeKind::SEQUENCE_TYPE) {
         std::string element = name;
         for (std::uint32_t i = 0; i < plan.dimensions; ++i)
@@ -82,12 +86,19 @@ struct LengthMeter::Impl {
         const Program program(type, {.writer = writer});
         if (program.root().fields > field_limit)
             throw std::invalid_argument("type '" + type.name() + "' has more than " +
-                                        std::to_string(field_limit) + " unbounded sequences");
+                                        std::to_string(field_limit) + " sequences");
         name_fields(program.root(), "", fields);
+    }
+
+    template <typename Note>
+    void decode(std::span<const std::byte> payload, const Note& note) {
+        Lengths<Note> lengths(note);
+        decoder.decode(payload, lengths);
     }
 
     SampleDecoder decoder;
     std::vector<Field> fields;
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> longer;  // of one sample: field and length
 };
 
 LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
@@ -96,17 +107,22 @@ LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string 
 LengthMeter::~LengthMeter() = default;
 
 void LengthMeter::measure(std::span<const std::byte> payload) {
-    Lengths lengths(impl_->fields);
-    impl_->decoder.decode(payload, lengths);
+    auto& longer = impl_->longer;
+    std::vector<Field>& fields = impl_->fields;
+    longer.clear();
+    impl_->decode(payload, [&](std::uint32_t field, std::uint32_t length, const auto&) {
+        if (length > fields[field].longest) longer.emplace_back(field, length);
+    });
+    for (const auto& [field, length] : longer)
+        fields[field].longest = std::max(fields[field].longest, length);
+}
+
+void LengthMeter::visit(std::span<const std::byte> payload, const Visitor& visitor) {
+    impl_->decode(payload, visitor);
 }
 
 const std::vector<LengthMeter::Field>& LengthMeter::fields() const {
     return impl_->fields;
-}
-
-void LengthMeter::reset() {
-    for (Field& field : impl_->fields)
-        field.longest = 0;
 }
 
 }  // namespace zun::cdr

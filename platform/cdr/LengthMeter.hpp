@@ -1,4 +1,4 @@
-// LengthMeter: the longest length of every unbounded sequence of a type over many samples.
+// LengthMeter: the longest length of every sequence of a type over many samples.
 //
 // Walks samples as the engine does, but skips values by their size and makes no text.
 
@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -19,7 +20,7 @@ namespace zun::cdr {
 
 class LengthMeter {
 public:
-    /// One unbounded sequence field, all elements of the collections around it taken together.
+    /// One sequence field, all elements of the collections around it taken together.
     struct Field {
         std::string full_name;  ///< "markers[*].points"; the indices of all dimensions are "[*]"
         std::uint32_t longest;  ///< elements; 0 while no sample had any
@@ -32,15 +33,19 @@ public:
     LengthMeter(const LengthMeter&) = delete;
     LengthMeter& operator=(const LengthMeter&) = delete;
 
-    /// Takes one sample's lengths into account. A sample that is not whole counts up to its damage, and
-    /// throws InputError as the engine does.
+    /// Takes one sample's lengths into account, which count only when it is whole.
+    /// Throws InputError as the engine does, for a sample that is not whole.
     void measure(std::span<const std::byte> payload);
 
     /// In the order of declaration.
     const std::vector<Field>& fields() const;
 
-    /// Sets every longest length to 0.
-    void reset();
+    /// Called with the number of a field in fields(), the length of one sequence of it, and the indices of
+    /// the elements around that sequence, from the outermost inwards.
+    using Visitor = std::function<void(std::uint32_t field, std::uint32_t length,
+                                       const std::vector<std::uint32_t>& indices)>;
+    /// Visits every sequence of one sample, and measures nothing. Throws as measure() does.
+    void visit(std::span<const std::byte> payload, const Visitor& visitor);
 
 private:
     struct Impl;

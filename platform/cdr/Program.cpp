@@ -104,7 +104,7 @@ Member member_of(const UnionMember& member, const Plan& plan) {
             .optional = false};
 }
 
-/// Numbers the unbounded sequences of the members one after the other.
+/// Numbers the sequences of the members one after the other.
 void count_fields(Plan& plan) {
     std::uint64_t fields = 0;
     for (Member& member : plan.members) {
@@ -223,7 +223,7 @@ private:
             throw std::invalid_argument(
                 "type '" + program_.type_.name() +
                 "' has a long double, whose form differs from writer to writer; it is "
-                "read only where Fast DDS is known to have written it");
+                "read only where Fast DDS is known to have written it, as --writer fastdds says");
         plan.scalar_size = size_of(plan.carrier);
         plan.alignment = std::min<std::uint8_t>(plan.scalar_size, xcdr2() ? 4 : 8);
         plan.minimal_size = plan.scalar_size;
@@ -258,17 +258,22 @@ private:
         plan.element = &plan_of(type.content_type());
         plan.delimited = xcdr2() && (type.is_map() ? map_delimits(type) : delimits_sequence(type));
         plan.bound = type.bounds();
-        plan.unbounded = plan.bound == core::xtypes::no_bound;
-        plan.fields = static_cast<std::uint32_t>(
-            capped(std::uint64_t{plan.element->fields} + (plan.unbounded ? 1 : 0)));
+        plan.fields = static_cast<std::uint32_t>(capped(std::uint64_t{plan.element->fields} + 1));
         plan.minimal_size = plan.delimited ? 8 : 4;
+    }
+
+    static bool is_primitive(const DynamicTypeImpl& type) {
+        return type.resolved().kind() <= TypeKind::CHAR_16_TYPE;
+    }
+    static bool is_enumerated(const DynamicTypeImpl& type) {
+        const TypeKind kind = type.resolved().kind();
+        return kind == TypeKind::ENUMERATION_TYPE || kind == TypeKind::BITMASK_TYPE;
     }
 
     /// Whether collections of `element` start with their size: those of all types but the primitive ones.
     bool delimits(const DynamicTypeImpl& element) {
-        const TypeKind kind = element.resolved().kind();
-        if (kind <= TypeKind::CHAR_16_TYPE) return false;
-        if (kind == TypeKind::ENUMERATION_TYPE || kind == TypeKind::BITMASK_TYPE) {
+        if (is_primitive(element)) return false;
+        if (is_enumerated(element)) {
             program_.dependence_.enumerations = true;
             if (!reading().delimited_enumerations) return false;
         }
@@ -276,17 +281,18 @@ private:
     }
 
     bool delimits_sequence(const SequenceTypeImpl& type) {
-        if (type.content_type().resolved().kind() > TypeKind::CHAR_16_TYPE)
-            return delimits(type.content_type());
+        if (!is_primitive(type.content_type())) return delimits(type.content_type());
         program_.dependence_.primitives = true;
         return reading().delimited_primitives;
     }
 
     bool map_delimits(const SequenceTypeImpl& type) {
         const StructTypeImpl pair(type.content_type());
-        const bool by_value = delimits(pair.member(1).type());
+        const DynamicTypeImpl value = pair.member(1).type().resolved();
+        const bool by_value = delimits(value);
         const bool by_key = delimits(pair.member(0).type());
-        program_.dependence_.keys |= by_key != by_value;
+        program_.dependence_.keys |=
+            !is_primitive(pair.member(0).type()) && (is_primitive(value) || is_enumerated(value));
         return by_value || (by_key && reading().keys_count);
     }
 

@@ -37,7 +37,7 @@ struct Member {
     const Plan* plan;
     ScalarBytes initial;            ///< value when a sample does not carry the member
     std::string_view initial_text;  ///< the same for a string
-    std::uint32_t first_field;      ///< unbounded sequences before this member in its structure or union
+    std::uint32_t first_field;      ///< sequences before this member in its structure or union
     bool optional;
 };
 
@@ -66,11 +66,10 @@ struct Plan {
     bool delimited = false;          ///< collection: its size in bytes comes first
     bool open_ended = false;         ///< structure, union: a sample may end before the last member
     bool placeholder = false;        ///< structure without members that takes one byte
-    bool unbounded = false;          ///< sequence
     std::uint32_t bound = 0;         ///< sequence, string
     std::uint32_t count = 0;         ///< array: elements
     std::uint32_t dimensions = 1;    ///< array
-    std::uint32_t fields = 0;        ///< unbounded sequences in it, itself included; at most UINT32_MAX
+    std::uint32_t fields = 0;        ///< sequences in it, itself included; at most UINT32_MAX
     std::uint64_t minimal_size = 0;  ///< bytes that every value takes at least; at most UINT32_MAX
     const Plan* element = nullptr;   ///< collection: element; union: discriminator; bit set: its integer
     ScalarBytes initial = {};        ///< scalar: value of an element that a sample does not carry

@@ -19,6 +19,8 @@
 
 namespace zun::cdr {
 
+/// `ChecksPadding`  whether bytes that are stepped over are looked at
+template <bool ChecksPadding>
 class Reader {
 public:
     /// `body_begin`  alignment counts from here
@@ -51,8 +53,17 @@ public:
 
     /// Moves on to a multiple of `alignment`, a power of 2, from the origin.
     void align(std::uint64_t alignment) {
-        position_ = origin_ + ((position_ - origin_ + alignment - 1) & ~(alignment - 1));
+        step_over(origin_ + ((position_ - origin_ + alignment - 1) & ~(alignment - 1)));
     }
+
+    /// Moves on to `position`, over padding.
+    void step_over(std::uint64_t position) {
+        if constexpr (ChecksPadding) padding_is_zero_ &= is_zero(position_, std::min(position, end_));
+        position_ = position;
+    }
+
+    /// False once a byte of padding was another than zero.
+    bool padding_is_zero() const { return padding_is_zero_; }
 
     /// The next `size` bytes. Throws InputError, with `what` for its text, when they are not all there.
     const std::byte* take(std::uint64_t size, const char* what) {
@@ -81,6 +92,11 @@ public:
     }
 
 private:
+    bool is_zero(std::uint64_t begin, std::uint64_t end) const {
+        return begin >= end ||
+               std::all_of(data_ + begin, data_ + end, [](std::byte byte) { return byte == std::byte{0}; });
+    }
+
     [[noreturn]] [[gnu::noinline]] [[gnu::cold]] void fail_short(std::uint64_t size, const char* what) const {
         const std::string bytes = size == 1 ? "1 byte" : std::to_string(size) + " bytes";
         fail(std::min(position_, end_),
@@ -92,6 +108,7 @@ private:
     std::uint64_t end_;
     std::uint64_t origin_;
     std::uint64_t body_end_;
+    bool padding_is_zero_ = true;
     const std::string& source_;
 };
 

@@ -9,8 +9,6 @@ namespace {
 
 using core::xtypes::Extensibility;
 
-constexpr std::size_t padding_limit = 3;
-
 /// Takes note of nothing but characters that are none.
 struct Validator {
     static constexpr bool wants_absent = false;
@@ -112,15 +110,22 @@ SampleDecoder::Fit SampleDecoder::fit_of(Candidate& candidate, const Encapsulati
                                          std::span<const std::byte> payload) {
     Validator validator;
     try {
-        const Outcome outcome = walk(program_of(candidate, head), head, payload, validator);
-        if (outcome.left > padding_limit) return Fit::FAILS;
-        const auto rest = payload.last(outcome.left);
-        const bool zero =
-            std::all_of(rest.begin(), rest.end(), [](std::byte byte) { return byte == std::byte{0}; });
-        return outcome.exact && zero && validator.well_formed ? Fit::EXACT : Fit::DEVIATES;
+        Reader<true> reader(payload, encapsulation_size, head.padding, source_);
+        const Findings findings = walk(program_of(candidate, head), head, reader, validator);
+        if (findings.left_over > Findings::most_padding) return Fit::FAILS;
+        reader.step_over(payload.size());
+        const bool exact = !findings.unknown_members && !findings.absent_members &&
+                           reader.padding_is_zero() && validator.well_formed;
+        return exact ? Fit::EXACT : Fit::DEVIATES;
     } catch (const InputError&) {
         return Fit::FAILS;
     }
+}
+
+void SampleDecoder::fail_longer(std::span<const std::byte> payload, const Findings& findings) const {
+    throw InputError(
+        source_, payload.size() - findings.left_over,
+        "expected the end of the sample, found " + std::to_string(findings.left_over) + " more bytes");
 }
 
 }  // namespace zun::cdr

@@ -27,22 +27,20 @@ public:
     /// Arguments and exceptions as SamplePrinter's constructor.
     SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer);
 
-    /// Tells `handler` what `payload` holds; the handler's interface is in Walk.hpp.
-    /// Returns the number of bytes after the last member. Throws InputError.
+    /// Tells `handler` what `payload` holds; the handler's interface is in Walk.hpp. Throws InputError.
     template <typename Handler>
-    std::size_t decode(std::span<const std::byte> payload, Handler& handler) {
+    Findings decode(std::span<const std::byte> payload, Handler& handler) {
         const Encapsulation head = encapsulation_of(payload);
-        return walk(program_for(head, payload), head, payload, handler).left;
+        Reader<false> reader(payload, encapsulation_size, head.padding, source_);
+        const Findings findings = walk(program_for(head, payload), head, reader, handler);
+        if (findings.left_over > Findings::most_padding && writer_ == Writer::ROS2)
+            fail_longer(payload, findings);
+        return findings;
     }
 
 private:
     /// How well a reading fits a sample.
     enum class Fit : std::uint8_t { EXACT, DEVIATES, FAILS };
-
-    struct Outcome {
-        std::size_t left;
-        bool exact;
-    };
 
     struct Candidate {
         Reading reading;
@@ -51,22 +49,17 @@ private:
     };
     using Candidates = std::vector<Candidate>;
 
-    template <typename Handler>
-    Outcome walk(const Program& program, const Encapsulation& head, std::span<const std::byte> payload,
-                 Handler& handler) {
+    template <typename Handler, bool ChecksPadding>
+    Findings walk(const Program& program, const Encapsulation& head, Reader<ChecksPadding>& reader,
+                  Handler& handler) {
         const bool native = head.little_endian == (std::endian::native == std::endian::little);
-        Reader reader(payload, encapsulation_size, head.padding, source_);
-        const bool exact =
-            native ? walk_as<false>(program, reader, handler) : walk_as<true>(program, reader, handler);
-        return {reader.left(), exact};
+        if (native)
+            return Walk<Handler, false, ChecksPadding>(program, reader, parameters_, handler).sample();
+        return Walk<Handler, true, ChecksPadding>(program, reader, parameters_, handler).sample();
     }
 
-    template <bool Swapped, typename Handler>
-    bool walk_as(const Program& program, Reader& reader, Handler& handler) {
-        Walk<Handler, Swapped> walk(program, reader, parameters_, handler);
-        walk.sample();
-        return walk.exact();
-    }
+    /// ROS 2 types do not evolve: what goes on after its last member is a sample of another type.
+    [[noreturn]] void fail_longer(std::span<const std::byte> payload, const Findings& findings) const;
 
     Encapsulation encapsulation_of(std::span<const std::byte> payload) const;
     const Program& program_for(const Encapsulation& head, std::span<const std::byte> payload);

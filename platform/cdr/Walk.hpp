@@ -20,6 +20,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/cdr/Findings.hpp"
 #include "platform/cdr/Parameters.hpp"
 #include "platform/cdr/Program.hpp"
 #include "platform/cdr/Reader.hpp"
@@ -81,10 +82,10 @@ private:
     Handler& handler_;
 };
 
-template <typename Handler, bool Swapped>
+template <typename Handler, bool Swapped, bool ChecksPadding>
 class Walk {
 public:
-    Walk(const Program& program, Reader& reader, ParameterTable& parameters, Handler& handler)
+    Walk(const Program& program, Reader<ChecksPadding>& reader, ParameterTable& parameters, Handler& handler)
         : root_(program.root()),
           wide_form_(program.layout().reading.wide_strings),
           origin_(program.layout().reading.origin),
@@ -96,15 +97,13 @@ public:
     }
 
     /// Walks the whole sample. Throws InputError at the first place that does not fit the program.
-    void sample() {
+    Findings sample() {
         handler_.top_level_beginning();
         aggregate(root_);
         handler_.top_level_ending();
+        findings_.left_over = reader_.left();
+        return findings_;
     }
-
-    /// False once the sample had anything that its type does not call for: members that are unknown, missing
-    /// or longer than their type, or characters that are none.
-    bool exact() const { return exact_; }
 
 private:
     // The end and the origin outside the value that is being read.
@@ -218,7 +217,7 @@ private:
     }
 
     void absent(const Member& member) {
-        exact_ &= member.optional;
+        findings_.absent_members |= !member.optional;
         if constexpr (Handler::wants_absent) AbsentValues<Handler>(handler_).member(member);
     }
 
@@ -286,7 +285,7 @@ private:
     }
 
     std::uint32_t length(const Plan& plan) {
-        const auto count = reader_.take_u32<Swapped>("a length");
+        const auto count = reader_.template take_u32<Swapped>("a length");
         if (count > plan.bound) fail_length(count, "elements", plan.bound);
         const std::uint64_t size = count * plan.element->minimal_size;
         if (!reader_.fits(size)) fail_count(count);
@@ -296,7 +295,7 @@ private:
     // ---- strings
 
     std::string_view string(const Plan& plan) {
-        const auto size = reader_.take_u32<Swapped>("a string length");
+        const auto size = reader_.template take_u32<Swapped>("a string length");
         if (size == 0) return {};  // not of the standard, yet written by some for an empty string
         if (size - 1 > plan.bound) fail_length(size - 1, "characters", plan.bound);
         const auto* const text = reinterpret_cast<const char*>(reader_.take(size, "a string"));
@@ -306,7 +305,7 @@ private:
     }
 
     WideText wide_string(const Plan& plan) {
-        const auto length = reader_.take_u32<Swapped>("a string length");
+        const auto length = reader_.template take_u32<Swapped>("a string length");
         const std::uint8_t unit_size = wide_form_ == WideForm::UNITS_OF_4 ? 4 : 2;
         const bool in_bytes = wide_form_ == WideForm::BYTES;
         if (in_bytes && length % 2 != 0)
@@ -322,15 +321,15 @@ private:
     // ---- values with a size of their own
 
     std::uint64_t begin_delimited() {
-        const auto size = reader_.take_u32<Swapped>("a delimiter");
+        const auto size = reader_.template take_u32<Swapped>("a delimiter");
         return reader_.narrow(size, "a delimited value");
     }
 
     void end_delimited(std::uint64_t outer) { end_value(reader_.end(), outer, 0); }
 
     void end_value(std::uint64_t end, std::uint64_t outer, std::uint64_t padding) {
-        exact_ &= end - reader_.position() <= padding;
-        reader_.set_position(end);
+        findings_.unknown_members |= end - reader_.position() > padding;
+        reader_.step_over(end);
         reader_.set_end(outer);
     }
 
@@ -387,10 +386,17 @@ private:
             if (const Member* const known = plan.find(parameter.id))
                 parameters_[base + static_cast<std::size_t>(known - plan.members.data())] = parameter;
             else
-                exact_ = false;
+                unknown(parameter);
             reader_.set_position(parameter.end);
         }
         return parameter;
+    }
+
+    void unknown(const Parameter& parameter) {
+        findings_.unknown_members = true;
+        if (parameter.must_understand)
+            reader_.fail(parameter.begin, "expected a member of the type, found one with the id " +
+                                              std::to_string(parameter.id) + " that has to be understood");
     }
 
     void parameter_value(const Member& member, const Parameter& parameter) {
@@ -433,10 +439,10 @@ private:
     const WideForm wide_form_;
     const Origin origin_;
     const bool xcdr2_;
-    Reader& reader_;
+    Reader<ChecksPadding>& reader_;
     ParameterTable& parameters_;
     Handler& handler_;
-    bool exact_ = true;
+    Findings findings_;
     std::uint64_t empty_elements_ = 0;
 };
 

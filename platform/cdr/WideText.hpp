@@ -19,6 +19,10 @@ struct WideText {
 /// Stands for a unit that is no character: half of a pair, or a number beyond all characters.
 inline constexpr char32_t no_character = 0xffffffff;
 
+inline bool is_half_pair(char32_t unit) {
+    return unit >= 0xd800 && unit <= 0xdfff;
+}
+
 template <bool Swapped>
 char32_t unit_at(const WideText& text, std::uint32_t index) {
     if (text.unit_size == 2) return load<Swapped, std::uint16_t>(text.data + std::size_t{index} * 2);

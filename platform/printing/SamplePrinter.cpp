@@ -30,8 +30,11 @@ class Printer {
 public:
     static constexpr bool wants_absent = true;
 
-    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles)
-        : format_(&format), context_(&context), doubles_(&doubles) {}
+    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles,
+            InvalidText invalid_text)
+        : format_(&format), context_(&context), doubles_(&doubles), invalid_text_(invalid_text) {}
+
+    bool met_invalid_text() const { return met_invalid_text_; }
 
     void top_level_beginning() { format_->print_top_level_beginning(format_, context_, "", depth_++); }
     void top_level_ending() { format_->print_top_level_ending(format_, context_, "", --depth_); }
@@ -97,7 +100,7 @@ public:
     template <typename Place>
     void string(const Place& place, std::string_view text) {
         beginning(place);
-        append_text(context_, text);
+        append(text);
         ending(place);
     }
 
@@ -200,6 +203,13 @@ private:
         ZUNXMLSaveContext_append(context_, begin, static_cast<std::size_t>(end - begin));
     }
 
+    void append(std::string_view text) { met_invalid_text_ |= !append_text(context_, text, invalid_text_); }
+
+    void append_invalid_unit(char32_t unit) {
+        append_invalid(context_, unit, invalid_text_);
+        met_invalid_text_ = true;
+    }
+
     void boolean(bool value) { ZUNXMLSaveContext_appendString(context_, value ? "true" : "false"); }
 
     template <bool Swapped>
@@ -222,7 +232,8 @@ private:
     template <bool Swapped>
     void character(const Plan& plan, const std::byte* bytes) {
         const auto code = static_cast<char32_t>(cdr::load_integer<Swapped>(plan.carrier, bytes));
-        append_text(context_, code == 0 ? std::string_view{} : utf8_of(code).view());
+        if (cdr::is_half_pair(code)) return append_invalid_unit(code);
+        append(code == 0 ? std::string_view{} : utf8_of(code).view());
     }
 
     /// As append_text(), without the text in UTF-8 ever being whole.
@@ -231,7 +242,12 @@ private:
         const bool quoted = needs_quotes<Swapped>(text);
         if (quoted) ZUNXMLSaveContext_append(context_, "\"", 1);
         for (std::uint32_t i = 0; i < text.units;) {
+            const char32_t unit = cdr::unit_at<Swapped>(text, i);
             const char32_t character = cdr::next_character<Swapped>(text, i);
+            if (character == 0 || character == cdr::no_character) {
+                append_invalid_unit(unit);
+                continue;
+            }
             const Utf8 utf8 = utf8_of(character);
             ZUNXMLSaveContext_append(context_, utf8.bytes.data(), utf8.size);
             if (character == U'"') ZUNXMLSaveContext_append(context_, "\"", 1);
@@ -251,28 +267,34 @@ private:
     DDS_PrintFormat* format_;
     ZUNXMLSaveContext* context_;
     DoubleTextCache* doubles_;
+    InvalidText invalid_text_;
+    bool met_invalid_text_ = false;
     int depth_ = 0;
 };
 
 }  // namespace
 
 struct SamplePrinter::Impl {
-    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer)
-        : decoder(type, std::move(source), writer) {}
+    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer,
+         InvalidText treatment)
+        : decoder(type, std::move(source), writer), invalid_text(treatment) {}
     cdr::SampleDecoder decoder;
+    InvalidText invalid_text;
     DoubleTextCache doubles;
 };
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                             cdr::Writer writer)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer)) {}
+                             cdr::Writer writer, InvalidText invalid_text)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text)) {}
 
 SamplePrinter::~SamplePrinter() = default;
 
-std::size_t SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
-                                 std::span<const std::byte> payload) {
-    Printer printer(format, context, impl_->doubles);
-    return impl_->decoder.decode(payload, printer);
+cdr::Findings SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
+                                   std::span<const std::byte> payload) {
+    Printer printer(format, context, impl_->doubles, impl_->invalid_text);
+    cdr::Findings findings = impl_->decoder.decode(payload, printer);
+    findings.invalid_text = printer.met_invalid_text();
+    return findings;
 }
 
 }  // namespace zun::printing

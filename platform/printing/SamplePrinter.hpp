@@ -6,13 +6,14 @@
 #ifndef ZUN_PLATFORM_PRINTING_SAMPLE_PRINTER_HPP
 #define ZUN_PLATFORM_PRINTING_SAMPLE_PRINTER_HPP
 
-#include <cstddef>
 #include <memory>
 #include <span>
 #include <string>
 
 #include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Findings.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
+#include "platform/printing/ValueText.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::printing {
@@ -24,7 +25,7 @@ public:
     /// `source`  names the samples in errors: the topic
     /// Throws    std::invalid_argument for any other type, or for one that no reader can decode
     SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                  cdr::Writer writer = cdr::Writer::UNKNOWN);
+                  cdr::Writer writer = cdr::Writer::UNKNOWN, InvalidText invalid_text = InvalidText::ESCAPE);
     ~SamplePrinter();
     SamplePrinter(const SamplePrinter&) = delete;
     SamplePrinter& operator=(const SamplePrinter&) = delete;
@@ -32,12 +33,10 @@ public:
     /// Prints one sample: its callbacks through `format`, its text into `context`.
     ///
     /// `payload`  the sample as recorded, encapsulation header included
-    /// Returns    the number of payload bytes after the last member; up to 3 are padding
     /// Throws     InputError with the offset in `payload` when it is no sample of the type; the callbacks
-    /// have
-    ///            then been called for a part of the sample
-    std::size_t print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
-                      std::span<const std::byte> payload);
+    ///            have then been called for a part of the sample
+    cdr::Findings print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
+                        std::span<const std::byte> payload);
 
 private:
     struct Impl;

@@ -5,14 +5,26 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "platform/printing/ZUNXMLSaveContext.hpp"
 
 namespace zun::printing {
 
+/// What becomes of bytes and units that are no text: those that are not Unicode's, and zeros.
+enum class InvalidText : std::uint8_t {
+    ESCAPE,   ///< their numbers: "\xff", "\ud83d"
+    REPLACE,  ///< U+FFFD
+    RAW,      ///< as they are; half of a UTF-16 pair, which has no bytes, is U+FFFD
+};
+
 /// Appends `text`: in double quotes, inner ones doubled, when it is empty or holds `,` `"` CR or LF.
-void append_text(ZUNXMLSaveContext* context, std::string_view text);
+/// False when some of it was no text.
+bool append_text(ZUNXMLSaveContext* context, std::string_view text, InvalidText invalid);
+
+/// Appends what stands for a unit of a wide string, or a character, that is no text.
+void append_invalid(ZUNXMLSaveContext* context, char32_t unit, InvalidText invalid);
 
 /// One character in UTF-8.
 struct Utf8 {
@@ -23,9 +35,6 @@ struct Utf8 {
 
 /// `character` in UTF-8; what is no character, half of a pair included, as U+FFFD.
 Utf8 utf8_of(char32_t character);
-
-/// Whether append_text() puts quotes around `text`.
-bool needs_quotes(std::string_view text);
 
 }  // namespace zun::printing
 

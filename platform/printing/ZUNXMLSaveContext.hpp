@@ -30,6 +30,7 @@ inline void ZUNXMLSaveContext_count(ZUNXMLSaveContext* context, std::size_t size
 }
 
 inline void ZUNXMLSaveContext_append(ZUNXMLSaveContext* context, const char* text, std::size_t size) {
+    if (size == 0) return;  // the text may be null
     if (!ZUNXMLSaveContext_fits(context, size)) return ZUNXMLSaveContext_count(context, size);
     std::memcpy(context->text + context->length, text, size);
     context->length += static_cast<std::uint32_t>(size);

@@ -154,6 +154,3 @@ void DynamicTypeNativeAdapter::finalize(DDS_TypeCode& code) {
 }
 
 }  // namespace zun::core
-
-const DDS_TypeCode DDS_g_tc_ulong(std::make_shared<const zun::core::xtypes::TypeNode>(
-    zun::core::xtypes::TypeNode{.kind = dds::core::xtypes::TypeKind::UINT_32_TYPE}));

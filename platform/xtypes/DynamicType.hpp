@@ -73,6 +73,10 @@ private:
 
 namespace zun::core::xtypes {
 
+class DynamicTypeImpl;
+/// See TypeBuilder.hpp.
+DynamicTypeImpl primitive_type(TypeKind kind);
+
 /// A filled handle.
 class DynamicTypeImpl : public DDS_TypeCode {
 public:
@@ -141,7 +145,7 @@ public:
         : AbstractAggregationMember(std::move(name), std::move(type), id),
           labels_(std::move(labels)),
           default_(is_default) {}
-    const std::vector<std::int64_t>& labels() const { return labels_; }
+    const std::vector<std::int64_t>& labels() const { return labels_; }  ///< those from 2^63 on wrap
     bool is_default() const { return default_; }  ///< selected by every value that is no label
 
 private:
@@ -159,6 +163,15 @@ public:
 protected:
     using DynamicTypeImpl::DynamicTypeImpl;
 };
+
+template <>
+std::uint32_t AbstractConstructedType<MemberImpl>::member_count() const;
+template <>
+const MemberImpl& AbstractConstructedType<MemberImpl>::member(unsigned int index) const;
+template <>
+std::uint32_t AbstractConstructedType<UnionMember>::member_count() const;
+template <>
+const UnionMember& AbstractConstructedType<UnionMember>::member(unsigned int index) const;
 
 class StructTypeImpl : public AbstractConstructedType<MemberImpl> {
 public:
@@ -248,7 +261,9 @@ public:
 
 }  // namespace zun::core
 
-/// The 32-bit unsigned integer, the type of every length column.
-extern const DDS_TypeCode DDS_g_tc_ulong;
+/// The 32-bit unsigned integer, the type of every length column. Defined here so that it is made before any
+/// object of a file that knows it.
+inline const DDS_TypeCode DDS_g_tc_ulong =
+    zun::core::xtypes::primitive_type(dds::core::xtypes::TypeKind::UINT_32_TYPE);
 
 #endif

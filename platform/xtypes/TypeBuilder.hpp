@@ -72,7 +72,7 @@ struct UnionMemberSpec {
 
 struct UnionSpec {
     std::string name;
-    DynamicTypeImpl discriminator;  ///< boolean, octet, char, integer or enumeration, or an alias of one
+    DynamicTypeImpl discriminator;  ///< boolean, octet, char, integer, enumeration or bit mask, or an alias
     std::vector<UnionMemberSpec> members = {};
     Extensibility extensibility = Extensibility::UNSPECIFIED;
 };

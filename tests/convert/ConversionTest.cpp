@@ -112,6 +112,23 @@ const SettingsCase settings_cases[] = {
      "12000000000,3,\"a,b\",0,0,-,-\n"},
 };
 
+TEST(Conversion, KnowsTheWriterByItsRecorder) {
+    FakeRecording fake;
+    for (const char* const noted : {"partitions", "ros2-types", "other"}) {
+        const auto channel = fake.add_channel(std::string("/") + noted, "S", "struct S { long double v; };");
+        fake.channels[channel].schema_encoding = "omgidl";
+        fake.channels[channel].metadata = {{noted, ""}};
+    }
+    Settings settings;
+    const Report by_recorder = convert_all(fake, settings, fresh_folder());
+    settings.writer = cdr::Writer::FAST_DDS;
+    const Report by_user = convert_all(fake, settings, fresh_folder());
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(i < 2, by_recorder.recordings[0].topics[i].refusal.empty());
+        EXPECT_EQ("", by_user.recordings[0].topics[i].refusal);
+    }
+}
+
 /// Blobs wherever a member can be: optional parts, elements, unions, behind aliases, beside others.
 const char* const full_of_blobs =
     "typedef sequence<octet> Bytes;\n"
@@ -236,7 +253,7 @@ TEST(BatchSource, ReadsAgainOnlyWhatItCouldNotKeep) {
 
 TEST(Conversion, MakesOneFileOfChannelsOfOneType) {
     FakeRecording fake = three_readings();
-    const auto again = fake.add_channel("/a", "p/msg/R", reading);
+    const auto again = fake.add_channel("/a", "p/msg/R", std::string("# The same again.\n") + reading);
     fake.add(again, 13'000'000'000, R"({"id": 4, "text": "", "list": [], "blob": []})");
     const Report report = convert_all(fake, {}, fresh_folder());
     ASSERT_EQ(1U, report.recordings[0].topics.size());
@@ -270,6 +287,8 @@ TEST(Conversion, NamesAllThatIsLost) {
     fake.add_channel("/a", "p/msg/Other", "int32[] list\n");
     fake.add_channel("/e", "p/msg/Wide", "int32[70000] grid\n");
     const auto f = fake.add_channel("/f", "p/msg/Long", "uint8[] blob\nint32[] list\n");
+    for (std::uint32_t channel = 1; channel <= 5; ++channel)
+        fake.add_bytes(channel, 12, {});
     fake.add_channel("/unwanted", "p/msg/R", "{}", "json");
     fake.add_bytes(0, 13, {std::byte{0}, std::byte{1}});
     std::string blob = "0";
@@ -278,7 +297,7 @@ TEST(Conversion, NamesAllThatIsLost) {
     fake.add(f, 14, ("{\"blob\": [" + blob + "], \"list\": [1]}").c_str());
     auto longer = fake.batches.back().back().data;
     longer.resize(longer.size() + 8);
-    fake.add_bytes(f, 15, longer);
+    fake.add_bytes(f, 15, longer);  // ROS types do not grow
     fake.problems = {{"fake.mcap", 5, "no summary"}};
     fake.batch_problems = {{"fake.mcap", 70, "chunk is damaged", 12}};
     fake.cut = "the file ends within a record";
@@ -296,6 +315,18 @@ TEST(Conversion, NamesAllThatIsLost) {
     EXPECT_TRUE(parsed["lost_anything"]);
     EXPECT_EQ(17000, parsed["recordings"][0]["topics"][6]["cuts"][0]["longest"]);
     EXPECT_EQ("chunk is damaged", parsed["recordings"][0]["problems"][1]["text"]);
+}
+
+TEST(Conversion, CountsWhatThePassOfLengthsDidNotSee) {
+    FakeRecording fake = three_readings();
+    fake.batches.front().swap(fake.batches.back());
+    fake.fails_at_first = true;
+    const Report report = convert_all(fake, {}, fresh_folder());
+    const TopicReport& topic = report.recordings[0].topics[0];
+    EXPECT_EQ(3U, topic.rows);
+    ASSERT_EQ(1U, topic.cuts.size());
+    EXPECT_EQ(3U, topic.cuts[0].longest);
+    EXPECT_EQ(1U, topic.cuts[0].rows);
 }
 
 TEST(Conversion, StopsAtTheFirstDamageWhereThatIsAnError) {

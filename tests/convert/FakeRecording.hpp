@@ -8,6 +8,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "convert/Settings.hpp"
@@ -28,9 +29,10 @@ public:
 
     std::vector<input::Channel> channels = {};
     std::vector<std::vector<Stored>> batches = {{}};
-    std::vector<input::Problem> problems = {};                          // of opening
-    std::vector<input::Problem> batch_problems = {};                    // of the first batch
-    std::string cut = {};                                               // how reading ends, when not well
+    std::vector<input::Problem> problems = {};        // of opening
+    std::vector<input::Problem> batch_problems = {};  // of the first batch
+    bool fails_at_first = false;  // the first pass over it finds no messages in the first batch
+    std::string cut = {};         // how reading ends, when not well
     std::map<std::uint32_t, core::xtypes::DynamicTypeImpl> types = {};  // of channels with messages
 
     std::uint32_t add_channel(const std::string& topic, const std::string& type, const std::string& text,
@@ -60,7 +62,7 @@ private:
     class Loaded : public input::Batch {
     public:
         Loaded(FakeRecording& fake, std::size_t index, const input::Selection& selection)
-            : fake_(fake), index_(index), selection_(selection) {}
+            : fake_(fake), index_(index), selection_(selection), costly_(!fake.fails_at_first) {}
 
         void load() override {
             for (const Stored& stored : fake_.batches[index_]) {
@@ -68,18 +70,23 @@ private:
                 const bool wanted = selection_.channels[stored.channel] &&
                                     (!selection_.start || time >= *selection_.start) &&
                                     (!selection_.end || time < *selection_.end);
-                if (wanted) messages_.push_back({stored.channel, time, {time.seconds, 7}, 0, stored.data});
+                if (wanted) messages_.push_back({stored.channel, time, {time.seconds, 7}, stored.data});
             }
             if (index_ == 0) problems_ = fake_.batch_problems;
+            if (index_ != 0 || !std::exchange(fake_.fails_at_first, false)) return;
+            messages_.clear();
+            problems_.push_back({"fake", 1, "read error"});
         }
         std::span<const input::Message> messages() const override { return messages_; }
         std::span<const input::Problem> problems() const override { return problems_; }
         std::size_t loaded_bytes() const override { return 1 << 20; }
+        bool is_costly() const override { return costly_; }
 
     private:
         FakeRecording& fake_;
         std::size_t index_;
         input::Selection selection_;
+        bool costly_;
         std::vector<input::Message> messages_;
         std::vector<input::Problem> problems_;
     };

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "convert/plan/Columns.hpp"
 #include "convert/plan/limits_file.hpp"
-#include "format/PrintFormatCsv.hpp"
 #include "platform/error/InputError.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 #include "tests/support/case_files.hpp"
@@ -23,8 +23,7 @@ namespace {
 
 const DynamicTypeImpl number = primitive_type(TypeKind::INT_32_TYPE);
 
-/// Every field here has a neighbour whose pattern could take it: a[*].b, a[*].c[*].b, grid[*][*].b, s[*],
-/// s[*][*].
+/// Every field here has a neighbour that resembles it: a[*].b, a[*].c[*].b, grid[*][*].b, s[*], s[*][*].
 DynamicTypeImpl tangled() {
     const auto b = MemberSpec{"b", sequence_type(number)};
     const auto leaf = struct_type({.name = "Leaf", .members = {b}});
@@ -32,7 +31,7 @@ DynamicTypeImpl tangled() {
     return struct_type(
         {.name = "Tangled",
          .members = {{"a", sequence_type(inner)},
-                     {"ab", sequence_type(primitive_type(TypeKind::OCTET_TYPE))},
+                     {"ab", sequence_type(primitive_type(TypeKind::OCTET_TYPE), 5)},
                      {"grid", array_type(leaf, {2, 2})},
                      {"s", alias_type("Rows", sequence_type(sequence_type(number)))},
                      {"choice", union_type({.name = "Choice",
@@ -41,12 +40,12 @@ DynamicTypeImpl tangled() {
                      {"nothing", struct_type({.name = "Nothing", .members = {}})}}});
 }
 
-std::vector<std::string> header(const DynamicTypeImpl& type, const Limits& limits) {
-    tamber::utils::PrintFormatCsvProperty property;
-    limits.add_to(property);
+std::vector<std::string> header(const Limits& limits) {
+    const Columns columns(limits);
     std::ostringstream line;
     std::vector<char> buffer;
-    const tamber::utils::PrintFormatCsv format(property, type, line, buffer);
+    const tamber::utils::PrintFormatCsv format(columns.settings, columns.type, line, buffer);
+    columns.check(format);
     std::istringstream cells(line.str().substr(0, line.str().size() - 1) + ",");
     std::vector<std::string> titles;
     for (std::string title; std::getline(cells, title, ',');)
@@ -73,8 +72,7 @@ TEST(Limits, EachFieldGetsItsOwnAndColumnsAreCounted) {
                              {"s", 2},           {"s[*]", 6},   {"choice.one.b", 0}};
     Limits limits(tangled());
     limits.set(lengths, Limits::Origin::MEASURED);
-    const auto titles = header(tangled(), limits);
-    EXPECT_EQ(titles.size(), limits.columns());
+    const auto titles = header(limits);
     const std::pair<const char*, int> wanted[] = {
         {"a", 2}, {"a[1].b", 3},       {"a[1].c", 2}, {"a[0].c[1].b", 5}, {"ab", 4},
         {"s", 2}, {"grid[1][0].b", 1}, {"s[1]", 6},   {"choice.one.b", 0}};
@@ -86,7 +84,7 @@ TEST(Limits, EachFieldGetsItsOwnAndColumnsAreCounted) {
 DynamicTypeImpl random_type(std::mt19937& random, int depth) {
     const auto pick = [&](int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); };
     std::vector<MemberSpec> members;
-    for (const char* name : {"a", "aa", "ab"}) {
+    for (const char* name : {"a", "A", "Ab"}) {
         if (pick(4) == 0) continue;
         DynamicTypeImpl type = depth > 0 && pick(2) == 0 ? random_type(random, depth - 1) : number;
         for (int wraps = pick(3); wraps > 0; --wraps)
@@ -107,17 +105,14 @@ TEST(Limits, HoldForAnyType) {
         for (const Limits::Field& field : limits.fields())
             lengths[field.full_name] = static_cast<std::uint32_t>(random() % 3);
         limits.set(lengths, Limits::Origin::MEASURED);
-        const auto titles = header(type, limits);
-        EXPECT_EQ(titles.size(), limits.columns());
+        const auto titles = header(limits);
         for (const std::string& title : titles) {
             if (!title.ends_with(".length")) continue;
             const std::string own_name = title.substr(0, title.size() - 7);
             std::string full_name = own_name;  // indices have one digit
             std::replace_if(
                 full_name.begin(), full_name.end(), [](char c) { return c == '0' || c == '1'; }, '*');
-            const auto field = lengths.find(full_name);
-            if (field == lengths.end()) continue;  // bounded
-            EXPECT_EQ(static_cast<int>(field->second), elements(titles, own_name)) << title;
+            EXPECT_EQ(static_cast<int>(lengths.at(full_name)), elements(titles, own_name)) << title;
         }
     }
 }
@@ -140,7 +135,16 @@ const RuleCase rule_cases[] = {
     {"OneIndexOfSeveral", {"a[*].c[1].b=0"}, {{"a[0].c[0].b", 2}, {"a[1].c[1].b", 0}}, {}, {}},
     {"OneIndexOfAnArray", {"grid[1][0].b=3"}, {{"grid[1][0].b", 3}, {"grid[0][1].b", 2}}, {}, {}},
     {"IndexAmongWildcards", {"*[1].b=3"}, {{"a[1].b", 3}, {"a[0].c[1].b", 3}, {"grid[0][1].b", 3}}, {}, {}},
-    {"StarIsFirst", {"a=4", "*=1"}, {{"a", 1}, {"s", 1}}, {}, {"a=4"}},
+    {"OneElementOfTwoFields",
+     {"a[0].c[1].b=4", "a[1].b=3", "a[1].c[1].b=0", "a[*].b=1"},
+     {{"a[0].b", 1}, {"a[1].b", 3}, {"a[0].c[0].b", 2}, {"a[0].c[1].b", 4}, {"a[1].c[1].b", 0}},
+     {},
+     {}},
+    {"ExactIsFirst", {"a=4", "*=1", "s[*]=3"}, {{"a", 4}, {"s", 1}, {"s[0]", 3}}, {}, {}},
+    {"LongerLiteralIsFirst", {"a[*].c*=3", "a*=1"}, {{"a", 1}, {"a[0].b", 1}, {"a[0].c", 3}}, {}, {}},
+    {"OneElementIsBeforeAll", {"a[1].b=3", "a[*].b=1"}, {{"a[0].b", 1}, {"a[1].b", 3}}, {}, {}},
+    {"TopicIsBeforeNone", {"/topic:a=4", "a=1"}, {{"a", 4}}, {}, {"a=1"}},
+    {"AtMostTheBound", {"ab=9"}, {{"ab", 5}}, {}, {}},
     {"LaterOfEqualsWins", {"a=4", "a=1"}, {{"a", 1}}, {}, {"a=4"}},
     {"BracketExpression", {"[as]=1"}, {{"a", 1}, {"s", 1}}, {}, {}},
     {"OtherTopic", {"/other:a=1", "/t*:s=3"}, {{"s", 3}}, {"/other:a=1"}, {}},
@@ -160,8 +164,7 @@ TEST_P(Rules, SetLimits) {
         all[field.full_name] = 2;
     limits.set(all, Limits::Origin::MEASURED);
     limits.apply(rules, "/topic");
-    const auto titles = header(tangled(), limits);
-    EXPECT_EQ(titles.size(), limits.columns());
+    const auto titles = header(limits);
     for (const auto& [field, count] : c.elements)
         EXPECT_EQ(count, elements(titles, field)) << field;
     for (const LimitRule& rule : rules) {
@@ -205,6 +208,26 @@ TEST(Limits, CountsWhatNoTreeCouldHold) {
     EXPECT_EQ("deep[*].cells[*]", blame.full_name);
     EXPECT_EQ(1'000'000'000U, blame.elements);
     EXPECT_FALSE(blame.limited);
+}
+
+TEST(Limits, CostNoMoreThanTheirElements) {
+    DynamicTypeImpl twice = sequence_type(number);
+    for (int i = 0; i < 13; ++i)
+        twice = struct_type({.name = "Twice", .members = {{"a", twice}, {"B", twice}}});
+    const auto part = struct_type({.name = "Part", .members = {{"b", sequence_type(number)}}});
+    Limits limits(struct_type({.name = "Many", .members = {{"parts", sequence_type(part)}, {"t", twice}}}));
+    Lengths lengths;
+    for (const Limits::Field& field : limits.fields())
+        lengths[field.full_name] = field.full_name == "parts" ? 16'000 : 1001;
+    lengths["parts[*].b"] = 1;
+    limits.set(lengths, Limits::Origin::MEASURED);
+    std::vector<LimitRule> rules = {parse_limit_rule("parts[3].b=0")};
+    limits.apply(rules, "/topic");
+    const std::uint64_t whole = limits.columns();
+    EXPECT_EQ(1 + 16'000 * 2 - 1 + 8192 * 1002, whole);
+    limits.hold(whole - 30'000 - 4000);
+    const auto held = [](const Limits::Field& field) { return field.origin == Limits::Origin::HELD; };
+    EXPECT_EQ(1 + 4000, std::count_if(limits.fields().begin(), limits.fields().end(), held));
 }
 
 TEST(LimitsFile, ComesBackWithTheLongestOfSeveral) {

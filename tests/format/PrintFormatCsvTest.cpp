@@ -110,6 +110,13 @@ PrintFormatCsvProperty limited(std::uint32_t limit) {
     return property;
 }
 
+// Made before main(), whatever else is made then.
+HandDriven early(limited(1), structure({{"list", sequence_type(int32)}}));
+
+TEST(Construction, WorksDuringStaticInitialisation) {
+    EXPECT_EQ("timestamp,list.length,list[0]\n", early.header.str());
+}
+
 TEST(Settings, DefaultsDiffer) {
     const PrintFormatCsvProperty made;
     EXPECT_EQ("", made.empty_member_value_representation());
@@ -170,6 +177,21 @@ TEST(Columns, CopyKeepsItsParentAndFullName) {
     EXPECT_EQ(&pose, copy.first_child()->parent());
     EXPECT_EQ("pose.x", x.full_name());
     EXPECT_EQ("pose.x", copy.first_child()->full_name());
+}
+
+TEST(Columns, MadeByHandHaveEmptyCells) {
+    ColumnInfo root("", structure({}));
+    ColumnInfo& first = root.add_child(ColumnInfo("first", structure({})));
+    root.add_child(ColumnInfo("later", int32));
+    early.converter.build_complex_member_column_info(
+        first, StructTypeImpl(structure({{"x", int32}, {"y", array_type(int32, {2})}})));
+    EXPECT_EQ(4U, root.leaf_count());
+    early.context.length = 0;
+    PrintFormatCsv::skip_cursor_columns(root.first_child(), &early.context, "-");
+    EXPECT_EQ(",-,-,-", early.text());
+    EXPECT_EQ(4U, root.number_leaves(0));
+    first.add_child(ColumnInfo("z", int32));
+    EXPECT_EQ(5U, root.leaf_count());
 }
 
 TEST(Construction, NamesTheRowsOfEachLimitOnce) {
@@ -295,6 +317,19 @@ TEST(Row, StartsAnewAfterHalfASample) {
     driven.ending();  // nothing is open: does nothing
 }
 
+TEST(Row, StartWithoutMemoryLeavesNothingUnderWay) {
+    HandDriven driven(limited(0), structure({{"list", sequence_type(int32)}}));
+    driven.beginning();
+    driven.record.print_array_beginning(&driven.record, &driven.context, "list", 0);
+    driven.item(0, "1");
+    allocations_to_failure = 0;
+    EXPECT_THROW(driven.beginning(), std::bad_alloc);
+    allocations_to_failure = SIZE_MAX;
+    driven.converter.advance_cursor();
+    EXPECT_FALSE(driven.converter.sequence_limit_reached());
+    EXPECT_FALSE(driven.converter.sequence_limit_reached(5, &driven.context));
+}
+
 TEST(Row, UnknownOrMissingNamesAreLogicErrors) {
     HandDriven driven(limited(1), structure({{"a", int32}, {"list", sequence_type(int32)}}));
     driven.beginning();
@@ -305,6 +340,20 @@ TEST(Row, UnknownOrMissingNamesAreLogicErrors) {
     EXPECT_THROW(driven.record.print_array_beginning(&driven.record, &driven.context, nullptr, 0),
                  std::logic_error);
     EXPECT_THROW(driven.record.print_complex_type_beginning(&driven.record, &driven.context, "b", 0),
+                 std::logic_error);
+    const char* const no_name = nullptr;
+    EXPECT_THROW(driven.converter.skip_cursor(no_name, &driven.context), std::logic_error);
+    EXPECT_THROW(driven.converter.leave_sequence_context(no_name, &driven.context), std::logic_error);
+}
+
+TEST(Row, ItemsBeyondAnArraysColumnsAreLogicErrors) {
+    HandDriven driven(limited(1), structure({{"a", array_type(structure({}), {1})}}));
+    driven.beginning();
+    driven.record.print_array_beginning(&driven.record, &driven.context, "a", 0);
+    driven.converter.advance_cursor();
+    EXPECT_THROW(driven.record.print_complex_item_beginning(&driven.record, &driven.context, 1, 0),
+                 std::logic_error);
+    EXPECT_THROW(driven.record.print_array_item_beginning(&driven.record, &driven.context, 1, 0),
                  std::logic_error);
 }
 

@@ -25,8 +25,11 @@ ARROWS = {
     "format/columns": "platform/xtypes",
     "format": "format/columns platform/printing platform/xtypes platform/fnmatch platform/logger",
     "input": "",
-    "input/mcap": "input",
-    "input/rosbag2": "input",
+    "input/bytes": "",
+    "input/mcap": "input input/bytes",
+    "input/sqlite": "input input/bytes",
+    "input/bag": "input input/bytes",
+    "input/recording": "input input/*",
     "convert/plan": "format schema input platform/*",
     "convert/output": "input",
     "convert/report": "convert/plan input",
@@ -41,10 +44,9 @@ ARROWS = {
 
 # Header that is neither ours nor the standard library's -> the folders that may include it, besides tests.
 DOORS = {
-    r"zstd\.h": "input/mcap input/rosbag2",
-    r"lz4frame\.h|libdeflate\.h": "input/mcap",
-    r"sqlite3\.h": "input/rosbag2",
-    r"yaml-cpp/.*": "input/rosbag2 convert/plan",
+    r"(zstd|lz4frame|libdeflate)\.h": "input/bytes",
+    r"sqlite3\.h": "input/sqlite",
+    r"yaml-cpp/.*": "input/bag convert/plan",
     r"CLI/.*|malloc\.h": "cli",
     r"(oneapi/)?tbb/.*|sanitizer/.*": "convert/passes",
     r"(nlohmann|gtest|gmock)/.*": "tests",

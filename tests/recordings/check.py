@@ -1,80 +1,109 @@
 #!/usr/bin/env python3
-"""Converts one recording of the shared collection as a user would, and holds the result against a table's line.
+"""Converts recordings as a user would, and holds what comes out against the lines of recordings.tsv.
 
-usage: check.py TOOL SHARED NODE LINE
+usage: check.py TOOL ROOT PREFIX [--accept]
 
-LINE is a line of recordings.tsv. What is checked: the exit code, the sentences on stderr, that every row is as wide
-as its header, the values where they are known, and that the recording itself is as it was.
+Tries each line whose recording begins with PREFIX, in ROOT, and complains about recordings in ROOT/PREFIX without a line.
+--accept writes the CSV files of each line as its expected ones: look at them before they are committed.
 """
 import csv
+import difflib
 import hashlib
+import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
 
-
-def expected_values(shared, path):
-    """The files that say what the recording holds, beside it or among those that another decoder wrote."""
-    recording = shared / "recordings" / path
-    if path.startswith("real/"):
-        decoded = shared / "recordings/expect" / path
-        return sorted(decoded.glob("*.jsonl")) if recording.is_dir() else [decoded.with_suffix(".decoded.jsonl")]
-    return [recording / "expect.jsonl" if recording.is_dir() else recording.with_suffix(".expect.jsonl")]
+TABLE = pathlib.Path(__file__).with_name("recordings.tsv")
+EXPECTED = TABLE.parents[1] / "data/csv"
+HEADING = re.compile(rb"^==> (.+) <==\n", re.MULTILINE)
 
 
 def fingerprint(recording):
     files = sorted(recording.rglob("*")) if recording.is_dir() else [recording]
-    return {file.name: hashlib.sha256(file.read_bytes()).hexdigest() for file in files if file.is_file()}
+    return [(file, hashlib.sha256(file.read_bytes()).digest()) for file in files if file.is_file()]
 
 
-def uneven_rows(folder):
+def unpacked(name):
+    """The CSV files in csv/NAME.txt: each behind a line with its name."""
+    _, *parts = HEADING.split((EXPECTED / f"{name}.txt").read_bytes())
+    return dict(zip(parts[::2], parts[1::2]))
+
+
+def accept(name, written):
+    (EXPECTED / f"{name}.txt").write_bytes(b"".join(b"==> %s <==\n%s" % file for file in written.items()))
+
+
+def wrong_files(names, written):
+    """One complaint for every CSV file that is not, byte by byte, the expected one."""
+    wanted = {file: text for name in names.split() for file, text in unpacked(name).items()}
+    for file in sorted(wanted.keys() | written.keys()):
+        texts = [files.get(file, b"").decode("utf-8", "backslashreplace") for files in (wanted, written)]
+        if wanted.get(file) != written.get(file):
+            yield "\n".join(difflib.unified_diff(*(text.split("\n") for text in texts), "wanted", file.decode(), "", "", 0))
+
+
+def uneven_rows(written):
     """One complaint for every CSV file that has a row of another width than its header."""
     csv.field_size_limit(2**31 - 1)
-    for file in sorted(folder.rglob("*.csv")):
-        with file.open(newline="", encoding="utf-8", errors="replace") as text:
-            rows = csv.reader(text)
-            width = len(next(rows))
-            bad = [number for number, row in enumerate(rows, 1) if len(row) != width]
+    for file, text in written.items():
+        header, *rows = csv.reader(text.decode("utf-8", "backslashreplace").splitlines(keepends=True))
+        bad = [number for number, row in enumerate(rows, 1) if len(row) != len(header)]
         if bad:
-            yield f"{file.name}: {len(bad)} rows are not {width} cells wide, the first is row {bad[0]}"
+            yield f"{file.decode()}: {len(bad)} rows are not {len(header)} cells wide, the first is row {bad[0]}"
 
 
-def wrong_values(shared, node, folder, path, differences):
-    """What the collection's own comparison says, unless it counts `differences` as the table does."""
-    for values in expected_values(shared, path):
-        check = [node, shared / "check/expect.mjs", folder, values]
-        run = subprocess.run(check, capture_output=True, text=True, check=False)
-        if not run.stdout.endswith(f" {differences} differences\n"):
+def other_values(folder, recording):
+    """What the shared comparison says about values that another decoder found."""
+    decoded = pathlib.Path("expect", recording)
+    whole_bag = pathlib.Path(recording).is_dir()
+    for values in sorted(decoded.glob("*.jsonl")) if whole_bag else [decoded.with_suffix(".decoded.jsonl")]:
+        run = subprocess.run(["node", "../check/expect.mjs", folder, values], capture_output=True, text=True, check=False)
+        if run.returncode:
             yield run.stdout + run.stderr
 
 
-def complaints(tool, shared, node, folder, line):
-    path, exit_code, differences, sentences, options = line.split("\t")
-    recording = shared / "recordings" / path
-    before = fingerprint(recording)
-    arguments = options.replace("RECORDINGS", str(shared / "recordings")).split()
-    run = subprocess.run(
-        [tool, "convert", recording, "-o", folder / "csv", *arguments],
-        capture_output=True, text=True, errors="replace", check=False)
-    print(run.stdout + run.stderr)
+def complaints(tool, line, folder, accepting):
+    recording, exit_code, names, sentences, options = line.split("\t")
+    before = fingerprint(pathlib.Path(recording))
+    command = [tool, "convert", recording, "-o", folder, *options.split()]
+    run = subprocess.run(command, capture_output=True, text=True, errors="replace", check=False)
     if run.returncode != int(exit_code):
-        yield f"exit code {run.returncode}, not {exit_code}"
+        yield f"exit code {run.returncode}, not {exit_code}\n{run.stderr}"
     for sentence in sentences.split(" | "):
         if sentence not in run.stderr:
-            yield f"stderr does not say: {sentence}"
-    yield from uneven_rows(folder)
-    if differences != "-":
-        yield from wrong_values(shared, node, folder / "csv", path, differences)
-    if fingerprint(recording) != before:
+            yield f"stderr does not say: {sentence}\n{run.stderr}"
+    written = {bytes(file.relative_to(folder)): file.read_bytes() for file in sorted(folder.rglob("*.csv"))}
+    if names in ("known", "unknown"):
+        yield from uneven_rows(written)
+        yield from other_values(folder, recording) if names == "known" else ()
+    elif accepting and len(names.split()) == 1:
+        accept(names, written)
+    else:
+        yield from wrong_files(names, written)
+    if fingerprint(pathlib.Path(recording)) != before:
         yield "the recording has changed"
 
 
-def main(tool, shared, node, line):
-    with tempfile.TemporaryDirectory() as folder:
-        found = list(complaints(tool, pathlib.Path(shared), node, pathlib.Path(folder), line))
-    print("\n".join(found))
-    sys.exit(1 if found else 0)
+def unlisted(lines, prefix):
+    listed = [pathlib.Path(line.split("\t")[0]) for line in lines]
+    for file in pathlib.Path(prefix).rglob("*"):
+        if file.suffix in {".mcap", ".db3", ".zstd"} and not any(one == file or one in file.parents for one in listed):
+            yield file
+
+
+def main(tool, root, prefix, *accepting):
+    os.chdir(root)
+    lines = [line for line in TABLE.read_text("utf-8").splitlines() if line.startswith(prefix)]
+    found = [f"{file}: not in the table" for file in unlisted(lines, prefix)]
+    for line in lines:
+        with tempfile.TemporaryDirectory() as folder:
+            said = complaints(tool, line, pathlib.Path(folder, "csv"), accepting)
+            found += [f"{line}\n{complaint}" for complaint in said]
+    print(*found, f"{len(lines)} lines, {len(found)} complaints", sep="\n")
+    sys.exit(1 if found or not lines else 0)
 
 
 if __name__ == "__main__":

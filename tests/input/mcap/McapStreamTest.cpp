@@ -25,6 +25,7 @@ using test::message_record;
 using test::record;
 using test::RecordingBuilder;
 using test::schema_record;
+using test::sized;
 using test::TemporaryFile;
 
 /// A message as a line of text: topic, log time, payload.
@@ -163,8 +164,7 @@ Lines conformance_lines(const fs::path& path) {
             data += static_cast<char>(std::stoi(byte));
         const std::string time = fields.at("log_time");
         std::string line = topics.at(fields.at("channel_id"));
-        for (const std::string& field : {time, fields.at("publish_time").get<std::string>(),
-                                         fields.at("sequence").get<std::string>(), data})
+        for (const std::string& field : {time, fields.at("publish_time").get<std::string>(), data})
             line.append(" ").append(field);
         timed.emplace_back(std::stoull(time), line);
     }
@@ -180,7 +180,7 @@ TEST(McapConformance, DeliversEveryMessageInLogTimeOrder) {
         SCOPED_TRACE(entry.path().filename());
         fs::path expectation = entry.path();
         const Delivery delivery = deliver(*open_mcap(entry.path()), {}, [](const Message& m) {
-            return nanoseconds(m.publish_time) + " " + std::to_string(m.sequence) + " " + text_of(m.data);
+            return nanoseconds(m.publish_time) + " " + text_of(m.data);
         });
         EXPECT_EQ(conformance_lines(expectation.replace_extension(".json")), delivery.lines);
         EXPECT_EQ("", delivery.report());
@@ -450,6 +450,42 @@ TEST(McapChannels, AnIdWithANewMeaningIsAnotherChannel) {
     EXPECT_EQ((Lines{"/a 1 x", "/c 2 y", "/c 3 z"}), deliver(*stream).lines);
     EXPECT_EQ("demo/msg/C", stream->channels()[2].type_name);
     EXPECT_EQ(2U, stream->summary().channels[2].message_count);
+}
+
+TEST(McapChannels, TellTheirRecorder) {
+    const std::string types = sized("dynamic_types") + sized("");
+    const std::string attachment =
+        record(9, std::string(16, '\0') + types) + record(10, std::string(40, '\0') + types);
+    const std::string partitions = sized(sized("partitions") + sized(""));
+    const std::string channel = record(4, std::string(4, '\1') + sized("/p") + sized("cdr") + partitions);
+    const auto recorder = [](const std::string& bytes, std::size_t n) {
+        const TemporaryFile file(bytes);
+        return open_mcap(file.path())->channels().at(n).recorder;
+    };
+    for (const std::string& more : {std::string(), attachment, channel}) {
+        const RecordingBuilder builder(plain_head + more);
+        const std::size_t n = more == channel ? 2 : 0;
+        const Recorder expected = more.empty() ? Recorder::UNKNOWN : Recorder::FAST_DDS;
+        EXPECT_EQ(expected, recorder(builder.unfinished(), n));
+        EXPECT_EQ(expected, recorder(builder.finished(), n));
+    }
+}
+
+TEST(McapChange, AfterOpeningIsReported) {
+    for (const bool has_summary : {true, false}) {
+        const MadeRecording made = random_recording(3, 12, has_summary);
+        const TemporaryFile file(made.bytes);
+        const auto stream = open_mcap(file.path());
+        const std::size_t told = stream->problems().size();
+        fs::resize_file(file.path(), made.bytes.size() / 2);
+        const Delivery delivery = deliver(*stream);
+        std::size_t messages = delivery.lines.size();
+        for (std::size_t n = told; n < delivery.problems.size(); ++n)
+            messages += delivery.problems[n].messages_lost;
+        EXPECT_LT(delivery.lines.size(), messages);
+        EXPECT_EQ(made.messages.size(), messages);
+        EXPECT_NE(std::string::npos, delivery.problems.back().text.find("changed since it was opened"));
+    }
 }
 
 TEST(McapHarm, EveryCutKeepsTheWholeMessagesBeforeIt) {

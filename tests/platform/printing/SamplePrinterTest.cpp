@@ -87,7 +87,7 @@ const SampleCase values[] = {
     {"CharactersOfLatin1", single(array_type(kind(TypeKind::CHAR_8_TYPE), {5})), "00010000 41 2c 22 e9 00",
      "[A, \",\", \"\"\"\", é, \"\"]"},
     {"WideCharacters", single(array_type(kind(TypeKind::CHAR_16_TYPE), {3})), "00000000 00e9 20ac d83d",
-     "[é, €, \uFFFD]"},
+     "[é, €, \\ud83d]"},
     {"EmptyStringOfNoBytes", single(sequence_type(text)), "00010000 02000000 00000000 01000000 00",
      "[\"\", \"\"]"},
     {"TextWithQuote", single(text), "00010000 04000000 61226200", "\"a\"\"b\""},
@@ -95,7 +95,12 @@ const SampleCase values[] = {
      "\"aaaaaaaaaaaaaaaaa,\""},
     {"LineEndWithinSixteenBytes", single(text), "00010000 12000000 61616161610a6161 6161616161616161 6100",
      "\"aaaaa\naaaaaaaaaaa\""},
-    {"BytesThatAreNoUtf8", single(text), "00010000 03000000 ff80 00", "\xff\x80"},
+    {"BytesThatAreNoUtf8", single(text), "00010000 03000000 ff80 00", "\\xff\\x80"},
+    {"ZeroInQuotedText", single(text), "00010000 04000000 2c0061 00", "\",\\x00a\""},
+    {"HalfPairAndZeroInWideText", single(wstring_type()), "00010000 06000000 00dc 0000 6100",
+     "\\udc00\\x00a"},
+    {"NumberBeyondAllCharacters", single(wstring_type()), "00010000 01000000 00001100", "\\U00110000",
+     Writer::ROS2},
     {"Enumerators", single(array_type(color, {2})), "00010000 02000000 f9ffffff", "[BLUE, -7]"},
     {"EnumerationOfOneUnsignedByte", single(enum_type({"E", {{"A", 0}, {"B", 200}}, 8})), "00010000 c8", "B"},
     {"Bitmasks", structure({{"a", bitmask_type("A", 9)}, {"b", bitmask_type("B", 64)}}),
@@ -163,6 +168,10 @@ const SampleCase encodings[] = {
     {"UnionOfBoolean",
      single(union_type({"U", kind(TypeKind::BOOLEAN_TYPE), {{"t", octet, {1}}, {"f", text, {0}}}})),
      "00010000 02 09", "{v: {_d: true, t: 9}}"},
+    {"UnionOfFlags", union_type({"U", bitmask_type("B", 8), {{"a", octet, {0x80}}, {"b", int16, {2}}}}),
+     "00010000 80 05", "{_d: 128, a: 5}"},
+    {"UnionOfLargeLabels", union_type({"U", kind(TypeKind::UINT_64_TYPE), {{"a", octet, {-1}}}}),
+     "00010000 ffffffffffffffff 05", "{_d: 18446744073709551615, a: 5}"},
     {"TopLevelUnion", union_type({"U", octet, {{"a", octet, {1}}, {"b", int16, {2}}}}), "00010000 02 00 0500",
      "{_d: 2, b: 5}"},
     {"MapOfStringValues", structure({{"m", map_type(int32, text)}, {"y", octet}}),
@@ -183,6 +192,12 @@ const SampleCase encodings[] = {
      "{v: {a: 1, b: 2}, y: 9}"},
     {"UnannotatedFinal", structure({{"v", unsaid}, {"y", octet}}, appendable),
      "00090002 06000000 01000000 02 09", "{v: {a: 1, b: 2}, y: 9}"},
+    {"MapToEnumerationsWithoutDelimiter", structure({{"m", map_type(text, color)}, {"y", octet}}),
+     "00070003 01000000 02000000 6b00 0000 02000000 09", "{m: [{key: k, value: BLUE}], y: 9}"},
+    {"WideStringThatPaddingTellsFromAShorterOne", structure({{"s", wstring_type()}, {"n", int32}}),
+     "00010000 02000000 4400 4500 00000000", "{s: DE, n: 0}"},
+    {"WideStringThatItsMembersEndTellsFromAShorterOne", structure({{"s", wstring_type()}}, mutable_form),
+     "000b0000 10000000 00000040 08000000 02000000 4400 4500", "{s: DE}"},
     {"WideStringOfRos", structure({{"s", wstring_type()}, {"n", octet}}),
      "00010000 02000000 68000000 e9000000 07", "{s: hé, n: 7}", Writer::ROS2},
     {"WideStringOfPairsAndQuotes", single(wstring_type()), "00010000 03000000 3dd8 00de 2200", "\"😀\"\"\""},
@@ -243,6 +258,14 @@ const SampleCase damage[] = {
      "topic:8: expected a discriminator, found none"},
     {"WideStringOfHalfAUnit", single(wstring_type()), "00010000 01000000 61",
      "topic:4: expected an even number of bytes for a wide string, found 1"},
+    {"UnknownMemberToBeUnderstood", parts, "000b0000 08000000 770000a0 00000000",
+     "topic:12: expected a member of the type, found one with the id 119 that has to be understood"},
+    {"UnknownParameterToBeUnderstood", parts, "00030000 7740 0400 00000000 023f0000",
+     "topic:8: expected a member of the type, found one with the id 119 that has to be understood"},
+    {"UnknownLongParameterToBeUnderstood", parts, "00030000 017f0800 77000040 04000000 00000000 027f0000",
+     "topic:16: expected a member of the type, found one with the id 119 that has to be understood"},
+    {"RosSampleOfALongerType", single(int16), "00010000 0100 00000000",
+     "topic:6: expected the end of the sample, found 4 more bytes", Writer::ROS2},
     {"FlagOfOptionalBeyondTheEnd", structure({optional("a", octet)}), "00070000",
      "topic:4: expected 1 byte for the flag of an optional member, found 0"},
 };
@@ -274,9 +297,51 @@ TEST_P(Damage, IsAnErrorWithItsPlace) {
 }
 INSTANTIATE_TEST_SUITE_P(, Damage, testing::ValuesIn(damage), CaseName());
 
-TEST(SamplePrinter, ReturnsTheBytesAfterTheLastMember) {
-    SamplePrinter printer(single(int16), "topic");
-    EXPECT_EQ(5U, print_json(printer, bytes_of("00010000 0100 0102030405")).left);
+TEST(SamplePrinter, FindsWhatItsTextDoesNotShow) {
+    const auto findings_of = [](const DynamicTypeImpl& type, std::string_view payload) {
+        SamplePrinter printer(type, "topic");
+        const cdr::Findings found = print_json(printer, bytes_of(payload)).findings;
+        return std::to_string(found.left_over) + (found.unknown_members ? " unknown" : "") +
+               (found.absent_members ? " absent" : "") + (found.invalid_text ? " invalid" : "");
+    };
+    EXPECT_EQ("5", findings_of(single(int16), "00010000 0100 0102030405"));
+    EXPECT_EQ("0", findings_of(structure({optional("a", octet)}, mutable_form), "000b0000 00000000"));
+    EXPECT_EQ("0 absent", findings_of(app, "00090000 04000000 01000000"));
+    EXPECT_EQ("0 unknown", findings_of(app, "00090000 06000000 01000000 02 03"));
+    EXPECT_EQ("0 unknown absent", findings_of(parts, "000b0000 05000000 77000000 01"));
+    EXPECT_EQ("0", findings_of(single(text), "00010000 03000000 c3a9 00"));
+    EXPECT_EQ("0 invalid", findings_of(single(text), "00010000 03000000 e9e9 00"));
+    EXPECT_EQ("0 invalid", findings_of(single(wstring_type()), "00010000 02000000 00dc"));
+    EXPECT_EQ("0 invalid", findings_of(single(kind(TypeKind::CHAR_16_TYPE)), "00010000 00dc"));
+}
+
+TEST(ValueText, ReplacesWhatIsNoText) {
+    const struct {
+        std::string_view text, escaped, replaced;
+    } cases[] = {
+        {"\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf", "é€😀\xf4\x8f\xbf\xbf",
+         "é€😀\xf4\x8f\xbf\xbf"},
+        {"a\x80z", "a\\x80z", "a\uFFFDz"},
+        {"\xe2\x82z", "\\xe2\\x82z", "\uFFFDz"},  // cut
+        {"\xf0\x9f\x98", "\\xf0\\x9f\\x98", "\uFFFD"},
+        {"\xc0\xaf", "\\xc0\\xaf", "\uFFFD\uFFFD"},  // not the shortest form
+        {"\xe0\x9f\xbf", "\\xe0\\x9f\\xbf", "\uFFFD\uFFFD\uFFFD"},
+        {"\xed\xa0\x80", "\\xed\\xa0\\x80", "\uFFFD\uFFFD\uFFFD"},  // half of a pair
+        {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"aaaaaaaaaaaaaaaaéaaaaaaaaaaaaaaaa\xff,", "\"aaaaaaaaaaaaaaaaéaaaaaaaaaaaaaaaa\\xff,\"",
+         "\"aaaaaaaaaaaaaaaaéaaaaaaaaaaaaaaaa\uFFFD,\""},
+    };
+    const auto text_of = [](std::string_view given, printing::InvalidText invalid) {
+        std::string room(100, '#');
+        ZUNXMLSaveContext context{.text = room.data(), .capacity = 100};
+        printing::append_text(&context, given, invalid);
+        return room.substr(0, context.length);
+    };
+    for (const auto& [given, escaped, replaced] : cases) {
+        EXPECT_EQ(escaped, text_of(given, printing::InvalidText::ESCAPE));
+        EXPECT_EQ(replaced, text_of(given, printing::InvalidText::REPLACE));
+    }
+    EXPECT_EQ("\xff\xe2\x82", text_of("\xff\xe2\x82", printing::InvalidText::RAW));
 }
 
 TEST(SamplePrinter, KeepsToTheReadingThatHasFitted) {
@@ -286,7 +351,7 @@ TEST(SamplePrinter, KeepsToTheReadingThatHasFitted) {
     EXPECT_EQ("{v: h}", print_json(printer, payload).text);
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ("{v: hey}", print_json(printer, bytes_of("00010000 03000000 6800 6500 7900")).text);
-    EXPECT_EQ(std::string("{v: h\0}", 7), print_json(printer, payload).text);
+    EXPECT_EQ("{v: h\\x00}", print_json(printer, payload).text);
 }
 
 TEST(SamplePrinter, TakesDamageForWhatItIsOnceAReadingIsProven) {

@@ -68,7 +68,7 @@ TEST_P(Vectors, PrintTheirValue) {
     printing::SamplePrinter printer(catalog.type_of("ex::" + vector.type, "omgidl", idl), "topic");
     const Printed printed = print_json(printer, vector.payload, false);
     EXPECT_EQ(common_form(vector.value), common_form(printed.text));
-    EXPECT_LE(printed.left, 3U);
+    EXPECT_LE(printed.findings.left_over, 3U);
 }
 INSTANTIATE_TEST_SUITE_P(, Vectors, testing::ValuesIn(load_vectors()), CaseName());
 

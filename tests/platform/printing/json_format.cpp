@@ -68,10 +68,10 @@ Printed print_json(printing::SamplePrinter& printer, const std::vector<std::byte
     format.enum_as_string = enum_as_string ? 1 : 0;
     std::string text(1 << 20, '\0');
     ZUNXMLSaveContext context{.text = text.data(), .capacity = static_cast<std::uint32_t>(text.size())};
-    const std::size_t left = printer.print(format, context, payload);
+    const cdr::Findings findings = printer.print(format, context, payload);
     if (context.length > text.size()) throw std::length_error("a test sample with too much text");
     text.resize(context.length);
-    return {text, left};
+    return {text, findings};
 }
 
 std::vector<std::byte> bytes_of(std::string_view hex) {

@@ -3,7 +3,6 @@
 #ifndef ZUN_TESTS_PLATFORM_PRINTING_JSON_FORMAT_HPP
 #define ZUN_TESTS_PLATFORM_PRINTING_JSON_FORMAT_HPP
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +15,7 @@ DDS_PrintFormat json_format();
 
 struct Printed {
     std::string text;
-    std::size_t left;  ///< bytes after the last member
+    cdr::Findings findings;
 };
 Printed print_json(printing::SamplePrinter& printer, const std::vector<std::byte>& payload,
                    bool enum_as_string = true);

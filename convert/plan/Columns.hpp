@@ -1,0 +1,28 @@
+// Columns: what the format is given for a topic, from its limits.
+
+#ifndef ZUN_CONVERT_PLAN_COLUMNS_HPP
+#define ZUN_CONVERT_PLAN_COLUMNS_HPP
+
+#include <cstdint>
+
+#include "convert/plan/Limits.hpp"
+#include "format/PrintFormatCsv.hpp"
+
+namespace zun::convert {
+
+struct Columns {
+    explicit Columns(const Limits& limits) : type(limits.column_type()), count(limits.columns()) {
+        limits.add_to(settings);
+    }
+
+    core::xtypes::DynamicTypeImpl type;
+    std::uint64_t count;  ///< of leaf columns, as planned
+    tamber::utils::PrintFormatCsvProperty settings = {};
+
+    /// Throws std::logic_error when `format`, made from these, has another number of columns.
+    void check(const tamber::utils::PrintFormatCsv& format) const;
+};
+
+}  // namespace zun::convert
+
+#endif

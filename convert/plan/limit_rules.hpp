@@ -1,0 +1,40 @@
+// limit_rules: what --limit says, and which of several rules goes before the others.
+
+#ifndef ZUN_CONVERT_PLAN_LIMIT_RULES_HPP
+#define ZUN_CONVERT_PLAN_LIMIT_RULES_HPP
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zun::convert {
+
+/// What one --limit says, and what became of it over all topics.
+struct LimitRule {
+    std::string given;       ///< as the user wrote it: "/scan:ranges=10"
+    std::string topic;       ///< wildcards; empty for every topic
+    std::string expression;  ///< wildcards on the full name: "markers[*].points"
+    std::uint32_t limit = 0;
+    bool matched = false;      ///< some field
+    bool won = false;          ///< some field: no other rule took it
+    std::string lost_to = {};  ///< the rule that took a field it matched
+};
+
+/// Reads "EXPR=N" or "TOPIC:EXPR=N". Throws std::invalid_argument with the reason.
+LimitRule parse_limit_rule(const std::string& text);
+
+/// The rules for `topic`, the most specific first: an expression without wildcards before one that has some
+/// ([*] is none), more literal characters before fewer, the same for topics, the later rule before the
+/// earlier.
+std::vector<LimitRule*> rules_for(std::vector<LimitRule>& rules, const std::string& topic);
+
+/// `expression` as a pattern in which brackets around a number or "*" are ordinary characters.
+std::string escaped_indices(const std::string& expression);
+/// The same with a "*" that matches itself alone in place of every index: what matches names of fields.
+std::string any_index(const std::string& expression);
+
+bool matches(const std::string& pattern, const std::string& text);
+
+}  // namespace zun::convert
+
+#endif

@@ -1,0 +1,42 @@
+#include "input/recording/open_recording.hpp"
+
+#include "input/bag/BagFolder.hpp"
+#include "input/bytes/first_bytes.hpp"
+#include "input/mcap/McapStream.hpp"
+#include "input/sqlite/SqliteStream.hpp"
+#include "platform/error/InputError.hpp"
+
+namespace zun::input {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Payloads of any storage can be zstd frames: the recorder compresses messages before it stores them.
+std::unique_ptr<MessageStream> open_storage(const fs::path& path) {
+    const auto bytes = read_first_bytes(path);
+    if (is_mcap(bytes)) return rosbag2::inflate_messages(open_mcap(path));
+    if (rosbag2::is_sqlite(bytes)) return rosbag2::inflate_messages(rosbag2::open_sqlite(path));
+    if (starts_with(bytes, "#ROSBAG"))
+        throw InputError(path.string(), 0,
+                         "this is a bag of ROS 1; expected a recording (MCAP, or SQLite of rosbag2)");
+    throw InputError(path.string(), 0,
+                     "expected a recording (MCAP, or SQLite of rosbag2; zstd around either)");
+}
+
+}  // namespace
+
+bool is_recording(const fs::path& path) {
+    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path);
+    if (!fs::is_regular_file(path)) return false;
+    const auto bytes = read_first_bytes(path);
+    return is_mcap(bytes) || rosbag2::is_sqlite(bytes) || is_zstd(bytes);
+}
+
+std::unique_ptr<MessageStream> open_recording(const fs::path& path) {
+    if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage);
+    if (is_zstd(read_first_bytes(path))) return rosbag2::open_compressed(path, open_storage);
+    return open_storage(path);
+}
+
+}  // namespace zun::input

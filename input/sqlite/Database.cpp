@@ -1,0 +1,139 @@
+#include "input/sqlite/Database.hpp"
+
+#include <new>
+#include <system_error>
+
+#include <sqlite3.h>
+
+namespace zun::input::rosbag2 {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void fail(int code, const std::string& text) {
+    switch (code & 0xff) {
+        case SQLITE_NOMEM:
+            throw std::bad_alloc();
+        case SQLITE_FULL:
+            throw std::system_error(std::make_error_code(std::errc::no_space_on_device),
+                                    "temporary files of SQLite");
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+        case SQLITE_IOERR:
+        case SQLITE_TOOBIG:
+            throw DatabaseError(text, true);
+        default:
+            throw DatabaseError(text, false);
+    }
+}
+
+std::string percent_encoded(const std::string& path) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::string encoded;
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c != '%' && c != '?' && c != '#' && byte > ' ') {
+            encoded += c;
+        } else {
+            encoded += {'%', digits[byte >> 4U], digits[byte & 15U]};
+        }
+    }
+    return encoded;
+}
+
+bool has_write_ahead_log(const fs::path& file) {
+    std::error_code absent;
+    const auto size = fs::file_size(fs::path(file) += "-wal", absent);
+    return !absent && size > 0;
+}
+
+}  // namespace
+
+// An immutable file is read without a look at its write-ahead log. Where there is one, it is read without
+// locks, and its index, which is otherwise a shared-memory file beside it, stays in the heap in exclusive
+// mode.
+Database::Database(const fs::path& file) {
+    const bool log = has_write_ahead_log(file);
+    const std::string uri = "file:" + percent_encoded(fs::absolute(file).string()) +
+                            (log ? "?mode=ro&vfs=unix-none" : "?immutable=1");
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    connection_.reset(opened);
+    if (code != SQLITE_OK) fail(code, sqlite3_errmsg(opened));
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    // With a writable schema (of a file that is read-only) SQLite also opens a file that is cut short.
+    execute(
+        "PRAGMA writable_schema = ON; PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; "
+        "PRAGMA temp_store = FILE;");
+}
+
+void Database::Close::operator()(sqlite3* connection) const {
+    sqlite3_close(connection);
+}
+
+void Database::execute(const char* sql) {
+    const int code = sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) fail(code, sqlite3_errmsg(connection_.get()));
+}
+
+bool Database::has_table(const std::string& name) {
+    Statement columns(*this, "SELECT 1 FROM pragma_table_info('" + name + "')");
+    return columns.step();
+}
+
+void Statement::Finalize::operator()(sqlite3_stmt* statement) const {
+    sqlite3_finalize(statement);
+}
+
+Statement::Statement(Database& database, const std::string& sql) : connection_(database.connection_.get()) {
+    sqlite3_stmt* prepared = nullptr;
+    const int code = sqlite3_prepare_v2(connection_, sql.c_str(), -1, &prepared, nullptr);
+    statement_.reset(prepared);
+    check(code);
+}
+
+void Statement::start(std::initializer_list<std::int64_t> values) {
+    sqlite3_reset(statement_.get());
+    int index = 0;
+    for (const std::int64_t value : values)
+        check(sqlite3_bind_int64(statement_.get(), ++index, value));
+}
+
+bool Statement::step() {
+    const int code = sqlite3_step(statement_.get());
+    if (code != SQLITE_ROW) check(code);
+    return code == SQLITE_ROW;
+}
+
+int Statement::column_count() const {
+    return sqlite3_column_count(statement_.get());
+}
+
+std::string Statement::column_name(int column) const {
+    return sqlite3_column_name(statement_.get(), column);
+}
+
+std::int64_t Statement::integer(int column) const {
+    return sqlite3_column_int64(statement_.get(), column);
+}
+
+std::string Statement::text(int column) const {
+    const unsigned char* const characters = sqlite3_column_text(statement_.get(), column);
+    if (characters == nullptr) return {};
+    return {reinterpret_cast<const char*>(characters),
+            static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
+std::span<const std::byte> Statement::blob(int column) const {
+    const void* const bytes = sqlite3_column_blob(statement_.get(), column);
+    return {static_cast<const std::byte*>(bytes),
+            static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
+void Statement::check(int code) const {
+    if (code != SQLITE_OK && code != SQLITE_DONE) fail(code, sqlite3_errmsg(connection_));
+}
+
+}  // namespace zun::input::rosbag2

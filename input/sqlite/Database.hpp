@@ -1,0 +1,83 @@
+// Database: a SQLite file opened for reading, and the statements that run on it.
+
+#ifndef ZUN_INPUT_SQLITE_DATABASE_HPP
+#define ZUN_INPUT_SQLITE_DATABASE_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace zun::input::rosbag2 {
+
+/// What SQLite says of a file or of a statement: "database disk image is malformed".
+class DatabaseError : public std::runtime_error {
+public:
+    DatabaseError(const std::string& text, bool damage) : std::runtime_error(text), damage_(damage) {}
+    /// Whether the bytes that were read are at fault: other rows may still be good.
+    bool damage() const { return damage_; }
+
+private:
+    bool damage_;
+};
+
+/// Owns one connection. The file and its folder stay as they are: no lock, no shared-memory file, no
+/// checkpoint. Temporary tables lie in SQLite's own temporary files.
+class Database {
+public:
+    /// Throws DatabaseError.
+    explicit Database(const std::filesystem::path& file);
+
+    void execute(const char* sql);
+    bool has_table(const std::string& name);
+
+private:
+    friend class Statement;
+
+    struct Close {
+        void operator()(sqlite3* connection) const;
+    };
+
+    std::unique_ptr<sqlite3, Close> connection_;
+};
+
+/// Owns one prepared statement of a database that outlives it.
+///
+/// Throws  DatabaseError; std::system_error when the disk for temporary files is full
+class Statement {
+public:
+    Statement(Database& database, const std::string& sql);
+
+    /// Starts again, with `values` for the parameters from ?1 on.
+    void start(std::initializer_list<std::int64_t> values);
+    /// Goes to the next row; false after the last one.
+    bool step();
+
+    int column_count() const;
+    std::string column_name(int column) const;
+    /// Of the current row; good until the next step.
+    std::int64_t integer(int column) const;
+    std::string text(int column) const;
+    std::span<const std::byte> blob(int column) const;
+
+private:
+    struct Finalize {
+        void operator()(sqlite3_stmt* statement) const;
+    };
+
+    void check(int code) const;
+
+    sqlite3* connection_;  // not owned
+    std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+}  // namespace zun::input::rosbag2
+
+#endif
