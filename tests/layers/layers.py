@@ -48,7 +48,7 @@ DOORS = {
     r"sqlite3\.h": "input/sqlite",
     r"yaml-cpp/.*": "input/bag convert/plan",
     r"CLI/.*|malloc\.h": "cli",
-    r"(oneapi/)?tbb/.*": "convert/passes",
+    r"(oneapi/)?tbb/.*|sanitizer/.*": "convert/passes",
     r"(nlohmann|gtest|gmock)/.*": "tests",
     r"benchmark/.*": "benchmarks",
     r"[a-z]*mmintrin\.h": "platform/printing",
