@@ -110,6 +110,11 @@ void add_reading(CLI::App& command, Request& request) {
         "where types are defined that a recording does not define: a folder with .msg and .idl files, or "
         "another recording; AMENT_PREFIX_PATH is searched too")
         ->group(group);
+    command
+        .add_flag_callback(
+            "--no-standard-types", [&] { request.standard_types = false; },
+            "do not use the common ROS interfaces that are built in")
+        ->group(group);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")
         ->type_name("N")
@@ -154,6 +159,7 @@ std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
                                                      convert::Watch watch) {
     auto conversion =
         std::make_unique<convert::Conversion>(request.settings, std::move(recordings), std::move(watch));
+    if (!request.standard_types) conversion->leave_out_standard_types();
     for (const std::string& path : request.types) {
         if (fs::is_directory(path) && !is_recording(path))
             conversion->add_types(fs::path(path));

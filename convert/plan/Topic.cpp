@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "convert/plan/file_names.hpp"
+#include "convert/plan/layouts.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 
@@ -35,21 +36,31 @@ cdr::Writer writer_of(const Channel& channel) {
     return ros ? cdr::Writer::ROS2 : cdr::Writer::UNKNOWN;
 }
 
-/// Sets the type, or the reason why there is none.
-void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
+void set_type(Topic& topic, const core::xtypes::DynamicTypeImpl& type) {
+    topic.type = type;
+    topic.column_type = type;
+}
+
+/// Sets the type, or the reason why there is none. Returns what is known of the type where the messages have
+/// to confirm it.
+const schema::KnownType* find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
     if (channel.message_encoding != "cdr") {
         topic.refusal = "its messages are encoded as '" + channel.message_encoding + "', not as CDR";
-        return;
+        return nullptr;
     }
     if (channel.type_name.empty()) {
         topic.refusal = "the recording does not name its type";
-        return;
+        return nullptr;
     }
     try {
-        const auto type = catalog.type_of(channel.type_name, channel.schema_encoding, channel.schema_text);
-        const printing::SamplePrinter decodable(type, topic.name, topic.writer);  // throws when it is not
-        topic.type = type;
-        topic.column_type = type;
+        const schema::KnownType& known =
+            catalog.find(channel.type_name, channel.schema_encoding, channel.schema_text);
+        for (const auto& layout : known.layouts)  // throws when one is not decodable
+            const printing::SamplePrinter decodable(layout, topic.name, topic.writer);
+        if (!known.hint.empty()) topic.hints.push_back(known.hint);
+        topic.built_in = known.built_in;
+        set_type(topic, known.layouts.front());
+        if (known.uncertain) return &known;
     } catch (const schema::UnknownType& problem) {
         topic.refusal = problem.what();
         topic.refusal +=
@@ -58,6 +69,32 @@ void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalo
         topic.refusal = std::string("its schema cannot be read: ") + problem.what();
     } catch (const std::invalid_argument& problem) {
         topic.refusal = problem.what();
+    }
+    return nullptr;
+}
+
+/// Lets the messages decide where `uncertain`, by topic, is not null.
+void confirm_types(std::vector<Topic>& topics, const std::vector<const schema::KnownType*>& uncertain,
+                   input::MessageStream& stream) {
+    std::vector<LayoutQuestion> questions;
+    std::vector<Topic*> asking;
+    for (std::size_t i = 0; i < topics.size(); ++i) {
+        if (!uncertain[i]) continue;
+        questions.push_back({topics[i].channels, uncertain[i]});
+        asking.push_back(&topics[i]);
+    }
+    find_layouts(stream, questions);
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        Topic& topic = *asking[i];
+        if (questions[i].answer) {
+            set_type(topic, *questions[i].answer);
+            continue;
+        }
+        topic.type.reset();
+        topic.column_type.reset();
+        topic.built_in.clear();
+        topic.refusal = "the recording does not define its type, and its messages fit no known layout of " +
+                        topic.type_name + "; --types PATH names a folder or a recording that defines it";
     }
 }
 
@@ -95,10 +132,11 @@ void leave_out_blobs(Topic& topic) {
     if (topic.left_out) topic.column_type = remaining_type(*topic.type, *topic.left_out);
 }
 
-std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
+std::vector<Topic> topics_of(input::MessageStream& stream, schema::TypeCatalog& catalog,
                              const TopicFilter& filter) {
     std::vector<Topic> topics;
-    std::map<std::string, std::size_t> known;  // by identity
+    std::vector<const schema::KnownType*> uncertain;  // by topic
+    std::map<std::string, std::size_t> known;         // by identity
     const auto& counts = stream.summary().channels;
     for (std::uint32_t i = 0; i < stream.channels().size(); ++i) {
         const Channel& channel = stream.channels()[i];
@@ -108,12 +146,13 @@ std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCat
         if (is_new) {
             topics.push_back({channel.topic, channel.type_name, identity});
             topics.back().writer = writer_of(channel);
-            find_type(topics.back(), channel, catalog);
+            uncertain.push_back(find_type(topics.back(), channel, catalog));
         }
         Topic& topic = topics[place->second];
         topic.channels.push_back(i);
         topic.message_count += i < counts.size() ? counts[i].message_count : 0;
     }
+    confirm_types(topics, uncertain, stream);
     name_files(topics);
     return topics;
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,8 @@ struct Topic {
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
     std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
+    std::set<std::string> built_in = {};                     ///< types that only the tool itself defines
+    std::vector<std::string> hints = {};                     ///< what was assumed about the type
     std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
     std::optional<core::xtypes::DynamicTypeImpl> column_type = {};  ///< the type without those
     std::string refusal = {};                                       ///< why it is refused
@@ -49,8 +52,9 @@ struct Topic {
 /// Leaves out the unbounded sequences of bytes of a topic that has a type.
 void leave_out_blobs(Topic& topic);
 
-/// The topics of `stream` that `filter` accepts, in the order of their first channels.
-std::vector<Topic> topics_of(const input::MessageStream& stream, schema::TypeCatalog& catalog,
+/// The topics of `stream` that `filter` accepts, in the order of their first channels. Reads messages where
+/// only they can tell which layout of its type a topic has.
+std::vector<Topic> topics_of(input::MessageStream& stream, schema::TypeCatalog& catalog,
                              const TopicFilter& filter);
 
 }  // namespace zun::convert

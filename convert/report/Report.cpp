@@ -112,6 +112,10 @@ Lines hints_of(const RecordingReport& recording, bool for_readers) {
                 " on after the sample: the sender may know a longer type than " + topic.type_name);
         if (for_readers) add_reader_hints(lines, topic);
     }
+    std::string names;
+    for (const std::string& name : recording.built_in)
+        names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty()) lines.push_back("types built in: " + names);
     return lines;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,7 @@ struct RecordingReport {
     std::string failure = {};  ///< why it was not converted
     bool finished = false;     ///< its files are complete
     std::vector<TopicReport> topics = {};
+    std::set<std::string> built_in = {};  ///< types that nothing but the tool itself defines
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
     std::vector<input::Problem> problems = {};  ///< the first few

@@ -35,10 +35,13 @@ public:
         return walk(program_for(head, payload), head, payload, handler).left;
     }
 
-private:
     /// How well a reading fits a sample.
     enum class Fit : std::uint8_t { EXACT, DEVIATES, FAILS };
 
+    /// The best fit that a reading of the type has to `payload`.
+    Fit fit(std::span<const std::byte> payload);
+
+private:
     struct Outcome {
         std::size_t left;
         bool exact;

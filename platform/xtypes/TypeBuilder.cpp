@@ -153,8 +153,8 @@ DynamicTypeImpl bitset_type(std::string name, const std::vector<BitFieldSpec>& f
 DynamicTypeImpl union_type(UnionSpec spec) {
     const TypeKind kind = spec.discriminator.resolved().kind();
     require(is_integer(kind) || kind == TypeKind::CHAR_8_TYPE || kind == TypeKind::CHAR_16_TYPE ||
-                kind == TypeKind::ENUMERATION_TYPE,
-            spec.name, "the discriminator is no boolean, character, integer or enumeration");
+                kind == TypeKind::ENUMERATION_TYPE || kind == TypeKind::BITMASK_TYPE,
+            spec.name, "the discriminator is no boolean, character, integer, enumeration or bit mask");
     TypeNode node{
         .kind = TypeKind::UNION_TYPE, .related = spec.discriminator, .extensibility = spec.extensibility};
     std::unordered_set<std::string> names{"_d"};

@@ -87,7 +87,7 @@ const RefusedCase refused_cases[] = {
      },
      "type 'B': a bit set has 1 to 64 bits"},
     {"UnionByString", [] { union_type({.name = "U", .discriminator = string_type(), .members = {}}); },
-     "type 'U': the discriminator is no boolean, character, integer or enumeration"},
+     "type 'U': the discriminator is no boolean, character, integer, enumeration or bit mask"},
     {"UnionLabelTwice",
      [] {
          union_type({.name = "U", .discriminator = int32, .members = {{"a", int32, {1}}, {"b", int32, {1}}}});
