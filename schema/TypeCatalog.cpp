@@ -106,10 +106,12 @@ core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const std::string& type_na
                                                       LayoutChoice& choice, KnownType& known) {
     std::map<const Definition*, std::string> built_in;
     const auto find_standard = [&](const std::string& name) -> const Definition* {
-        const std::size_t count = uses_standard_types ? standard.layout_count(name) : 0;
+        // Times belong to the language: recorders leave them out, and nobody needs to be told.
+        const bool is_basic = name.starts_with("builtin_interfaces::");
+        const std::size_t count = uses_standard_types || is_basic ? standard.layout_count(name) : 0;
         if (count == 0) return nullptr;
         const Definition* const found = standard.find(name, count > 1 ? choice.of(name, count) : 0);
-        built_in.emplace(found, display_name(name));
+        if (!is_basic) built_in.emplace(found, display_name(name));
         return found;
     };
     std::vector<Source> all{[&](const std::string& name) { return own.find(name); }};
