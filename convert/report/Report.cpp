@@ -159,6 +159,10 @@ Lines hints_of(const RecordingReport& recording, bool for_readers) {
         add_message_hints(lines, topic);
         if (for_readers) add_reader_hints(lines, topic);
     }
+    std::string names;
+    for (const std::string& name : recording.built_in)
+        names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty()) lines.push_back("types built in: " + names);
     return lines;
 }
 

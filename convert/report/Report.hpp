@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,7 @@ struct RecordingReport {
     std::string failure = {};  ///< why it was not converted
     bool finished = false;     ///< its files are complete
     std::vector<TopicReport> topics = {};
+    std::set<std::string> built_in = {};  ///< types that nothing but the tool itself defines
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
     std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found

@@ -40,10 +40,10 @@ public:
         separate();
         out_ << (flag ? "true" : "false");
     }
-    template <typename Item, typename Write>
-    void list_of(const std::vector<Item>& items, const Write& write) {
+    template <typename Items, typename Write>
+    void list_of(const Items& items, const Write& write) {
         list([&] {
-            for (const Item& item : items)
+            for (const auto& item : items)
                 write(item);
         });
     }
@@ -131,6 +131,7 @@ void write_recording(JsonWriter& json, const RecordingReport& recording) {
         if (!recording.failure.empty()) json.key("failure").value(recording.failure);
         json.key("topics").list_of(recording.topics,
                                    [&](const TopicReport& topic) { write_topic(json, topic); });
+        json.key("built_in").list_of(recording.built_in, [&](const std::string& name) { json.value(name); });
         json.key("problem_count").value(recording.problem_count);
         json.key("messages_lost").value(recording.messages_lost);
         json.key("messages_missing").value(recording.messages_missing);
