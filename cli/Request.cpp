@@ -126,6 +126,11 @@ void add_reading(CLI::App& command, Request& request) {
         "who wrote the messages whose types are not ROS 2's: DDS implementations differ in the form of "
         "wide strings, long doubles and some headers")
         ->group(group);
+    command
+        .add_flag_callback(
+            "--no-standard-types", [&] { request.standard_types = false; },
+            "do not use the common ROS interfaces that are built in")
+        ->group(group);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")
         ->type_name("N")
@@ -171,6 +176,7 @@ std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
                                                      convert::Watch watch) {
     auto conversion =
         std::make_unique<convert::Conversion>(request.settings, std::move(recordings), std::move(watch));
+    if (!request.standard_types) conversion->leave_out_standard_types();
     for (const std::string& path : request.types) {
         if (fs::is_directory(path) && !input::is_recording(path))
             conversion->add_types(fs::path(path));

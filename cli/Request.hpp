@@ -17,6 +17,7 @@ namespace zun::cli {
 struct Request {
     std::vector<std::string> recordings = {};
     std::vector<std::string> types = {};  ///< folders and recordings with definitions
+    bool standard_types = true;           ///< those built in serve where no other definition is
     convert::Settings settings = {};
 };
 
@@ -26,7 +27,7 @@ void add_recordings(CLI::App& command, Request& request, const std::string& what
 void check_span(const Request& request);
 /// --topics, --exclude, --start, --end, --every.
 void add_choice_of_messages(CLI::App& command, Request& request);
-/// --types, --jobs.
+/// --types, --no-standard-types, --jobs.
 void add_reading(CLI::App& command, Request& request);
 /// --limit, --limits, --no-fit, --max-columns, --blobs.
 void add_limits(CLI::App& command, Request& request);

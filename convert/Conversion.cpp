@@ -26,6 +26,7 @@ std::string in_quotes(const std::string& text) {
 }
 
 void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, TopicReport& report) {
+    report.hints.insert(report.hints.end(), topic.hints.begin(), topic.hints.end());
     if (topic.other_type)
         report.hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
                                                    ", whose file is " + topic.file});
@@ -196,6 +197,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
         limits.push_back(topic.file.empty() ? Limits() : limits_of(topic, entry));
         entry.file = topic.file;
         entry.refusal = topic.refusal;
+        if (!topic.file.empty()) report.built_in.insert(topic.built_in.begin(), topic.built_in.end());
     }
     const std::unique_ptr<Output> output = make_output(index, run->topics());
     const auto settle_all = [&] {

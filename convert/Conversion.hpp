@@ -30,6 +30,8 @@ public:
     // Types that a recording does not define itself; sources that were added first win.
     void add_types(const std::filesystem::path& folder) { types_.catalog.add_folder(folder); }
     void add_types(const input::MessageStream& recording);
+    /// Refuses types that only the tool itself defines.
+    void leave_out_standard_types() { types_.catalog.leave_out_standard_types(); }
 
     /// Converts all recordings; fills `report` while it goes, so that it tells what was finished when this
     /// throws.

@@ -3,31 +3,64 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include "schema/TypeFolder.hpp"
 #include "schema/definition/TypeName.hpp"
 #include "schema/definition/TypeResolver.hpp"
 #include "schema/schema_text.hpp"
+#include "schema/standard/StandardTypes.hpp"
 
 namespace zun::schema {
 
 namespace {
+
+/// Of types that are made of several with several layouts, more are not tried.
+constexpr std::size_t most_layouts = 64;
 
 bool is_known_encoding(const std::string& encoding) {
     return encoding.empty() || encoding == "unknown" || encoding == "ros2msg" || encoding == "ros2idl" ||
            encoding == "omgidl";
 }
 
-/// True for the texts that recorders write when they found no definition.
-bool carries_nothing(const std::string& type_name, const std::string& encoding, const std::string& text) {
-    if (encoding.empty() || encoding == "unknown") return true;
-    if (text.find_first_not_of(" \t\r\n") != std::string::npos) return false;
-    const std::string name = ros_name(type_name);
-    return encoding != "ros2msg" || last_name(outer_scope(name)) != "msg";
+bool is_blank(const std::string& text) {
+    return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
+
+/// True for the texts that recorders write when they found no definition. A message without fields has an
+/// empty one too.
+bool carries_nothing(const std::string& encoding, const std::string& text) {
+    return encoding.empty() || encoding == "unknown" || is_blank(text);
+}
+
+bool can_be_empty(const std::string& type_name, const std::string& encoding) {
+    return encoding == "ros2msg" && last_name(outer_scope(ros_name(type_name))) == "msg";
+}
+
+/// Which layout of each standard type is meant, the newest at first.
+class LayoutChoice {
+public:
+    std::size_t of(const std::string& name, std::size_t count) {
+        return chosen_.try_emplace(name, Choice{0, count}).first->second.layout;
+    }
+
+    /// False when all combinations were there.
+    bool advance() {
+        for (auto& [name, choice] : chosen_) {
+            if (++choice.layout < choice.count) return true;
+            choice.layout = 0;
+        }
+        return false;
+    }
+
+private:
+    struct Choice {
+        std::size_t layout, count;
+    };
+    std::map<std::string, Choice> chosen_;
+};
 
 }  // namespace
 
@@ -37,21 +70,53 @@ struct TypeCatalog::Impl {
 
     std::deque<TypeFolder> folders;
     std::vector<Source> sources;  // outside the recording, the first one added first
-    std::map<Key, core::xtypes::DynamicTypeImpl> types;
+    bool uses_standard_types = true;
+    StandardTypes standard;
+    std::map<Key, KnownType> types;
 
-    core::xtypes::DynamicTypeImpl read(const Key& key);
+    KnownType read(const Key& key);
+    core::xtypes::DynamicTypeImpl read(const std::string& type_name, DefinitionTable& own,
+                                       LayoutChoice& choice, KnownType& known);
 };
 
-core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const Key& key) {
+KnownType TypeCatalog::Impl::read(const Key& key) {
     const auto& [type_name, encoding, text] = key;
     if (!is_known_encoding(encoding))
         throw InputError(type_name, 1, "a definition in the encoding '" + encoding + "' cannot be read");
     DefinitionTable own(type_name);
-    if (!carries_nothing(type_name, encoding, text)) own = read_schema(type_name, type_name, encoding, text);
+    if (!carries_nothing(encoding, text)) own = read_schema(type_name, type_name, encoding, text);
+    KnownType known;
+    LayoutChoice choice;
+    try {
+        do
+            known.layouts.push_back(read(type_name, own, choice, known));
+        while (known.layouts.size() < most_layouts && choice.advance());
+    } catch (const UnknownType&) {
+        if (own.failure()) throw InputError(*own.failure());
+        if (!can_be_empty(type_name, encoding) || !is_blank(text)) throw;
+        own = read_schema(type_name, type_name, encoding, text);
+        known.layouts.push_back(read(type_name, own, choice, known));
+        known.uncertain = true;
+    }
+    known.uncertain = known.uncertain || known.layouts.size() > 1;
+    return known;
+}
 
+core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const std::string& type_name, DefinitionTable& own,
+                                                      LayoutChoice& choice, KnownType& known) {
+    std::map<const Definition*, std::string> built_in;
+    const auto find_standard = [&](const std::string& name) -> const Definition* {
+        // Times belong to the language: recorders leave them out, and nobody needs to be told.
+        const bool is_basic = name.starts_with("builtin_interfaces::");
+        const std::size_t count = uses_standard_types || is_basic ? standard.layout_count(name) : 0;
+        if (count == 0) return nullptr;
+        const Definition* const found = standard.find(name, count > 1 ? choice.of(name, count) : 0);
+        if (!is_basic) built_in.emplace(found, display_name(name));
+        return found;
+    };
     std::vector<Source> all{[&](const std::string& name) { return own.find(name); }};
     all.insert(all.end(), sources.begin(), sources.end());
-    all.emplace_back([](const std::string& name) { return well_known_definitions().find(name); });
+    all.emplace_back(find_standard);
     const auto find = [&](const std::vector<std::string>& names) -> const Definition* {
         if (names.front().starts_with("*::")) return own.find(names.front());
         for (const Source& source : all)
@@ -60,14 +125,27 @@ core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const Key& key) {
         return nullptr;
     };
 
-    const std::vector<std::string> names = candidate_names(type_name);
-    if (const Definition* definition = find(names)) return TypeResolver(find).type_of(*definition);
-    if (own.failure()) throw InputError(*own.failure());
-    throw UnknownType(InputError(type_name, 1, "the type has no definition"), type_name);
+    const Definition* definition = find(candidate_names(type_name));
+    if (!definition && name_parts(type_name).size() == 1) {
+        definition = own.find("*::" + type_name);
+        if (definition)
+            known.hint = "the recording calls its type '" + type_name + "'; '" +
+                         display_name(definition->name) + "', the only one of that name, is used";
+    }
+    if (!definition) throw UnknownType(InputError(type_name, 1, "the type has no definition"), type_name);
+    const bool whole = built_in.contains(definition);
+    const auto type = TypeResolver(find).type_of(*definition);
+    for (const auto& [found, name] : built_in)
+        if (!whole || found == definition) known.built_in.insert(name);
+    return type;
 }
 
 TypeCatalog::TypeCatalog() : impl_(std::make_unique<Impl>()) {}
 TypeCatalog::~TypeCatalog() = default;
+
+void TypeCatalog::leave_out_standard_types() {
+    impl_->uses_standard_types = false;
+}
 
 void TypeCatalog::add_folder(const std::filesystem::path& folder) {
     TypeFolder& added = impl_->folders.emplace_back(folder);
@@ -76,13 +154,13 @@ void TypeCatalog::add_folder(const std::filesystem::path& folder) {
 
 void TypeCatalog::add_definition(const std::string& type_name, const std::string& encoding,
                                  const std::string& text) {
-    if (!is_known_encoding(encoding) || carries_nothing(type_name, encoding, text)) return;
+    if (!is_known_encoding(encoding) || carries_nothing(encoding, text)) return;
     impl_->sources.emplace_back([table = read_schema(type_name, type_name, encoding, text)](
                                     const std::string& name) { return table.find(name); });
 }
 
-core::xtypes::DynamicTypeImpl TypeCatalog::type_of(const std::string& type_name, const std::string& encoding,
-                                                   const std::string& text) {
+const KnownType& TypeCatalog::find(const std::string& type_name, const std::string& encoding,
+                                   const std::string& text) {
     const Impl::Key key{type_name, encoding, text};
     const auto known = impl_->types.find(key);
     if (known != impl_->types.end()) return known->second;

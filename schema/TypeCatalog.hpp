@@ -1,19 +1,30 @@
 // TypeCatalog: the types of a recording's channels, from the texts that the recording carries or from
 // outside.
 //
-// In: a type's name with its definition text. Out: the type. Equal texts are read once.
+// In: a type's name with its definition text. Out: the type. Equal texts are read once. What a recording does
+// not define is looked for in folders and in other recordings, then among the standard types.
 
 #ifndef ZUN_SCHEMA_TYPE_CATALOG_HPP
 #define ZUN_SCHEMA_TYPE_CATALOG_HPP
 
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "platform/xtypes/DynamicType.hpp"
 #include "schema/definition/UnknownType.hpp"
 
 namespace zun::schema {
+
+/// A type, as far as it can be known without its samples.
+struct KnownType {
+    std::vector<core::xtypes::DynamicTypeImpl> layouts = {};  ///< that it had, the newest first; at least one
+    bool uncertain = false;               ///< the samples have to tell which of them, or that none is right
+    std::set<std::string> built_in = {};  ///< types that are defined by the standard types alone
+    std::string hint = {};                ///< what was assumed; empty for nothing
+};
 
 class TypeCatalog {
 public:
@@ -30,14 +41,22 @@ public:
     /// Adds a definition that another recording carries, for the same purpose.
     void add_definition(const std::string& type_name, const std::string& encoding, const std::string& text);
 
-    /// The type called `type_name`.
+    /// Leaves types that are defined nowhere else undefined.
+    void leave_out_standard_types();
+
+    /// The type called `type_name`; lives as long as the catalog.
     ///
     /// `encoding`  "ros2msg", "ros2idl", "omgidl"; "" or "unknown" with an empty text: defined elsewhere
     /// Throws      UnknownType when it, or a type that it needs, is defined nowhere; InputError, with the
     ///             type's name as the source and line (and column, for IDL), when the text is malformed;
     ///             where the fault lies in a file, its path is the source
+    const KnownType& find(const std::string& type_name, const std::string& encoding, const std::string& text);
+
+    /// The newest layout of the type that find() gives.
     core::xtypes::DynamicTypeImpl type_of(const std::string& type_name, const std::string& encoding,
-                                          const std::string& text);
+                                          const std::string& text) {
+        return find(type_name, encoding, text).layouts.front();
+    }
 
 private:
     struct Impl;

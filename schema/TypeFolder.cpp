@@ -26,17 +26,12 @@ bool is_definition_file(const fs::path& extension) {
     return extension == ".msg" || extension == ".srv" || extension == ".action" || extension == ".idl";
 }
 
-/// The scoped name of what `file` defines; empty where no folder around it is called msg, srv or action.
-std::string name_by_place(const fs::path& file) {
-    const fs::path folder = file.parent_path();
-    for (fs::path kind = folder; kind.has_relative_path(); kind = kind.parent_path()) {
-        const std::string name = kind.filename();
-        if (name == "msg" || name == "srv" || name == "action")
-            return scoped(scoped(kind.parent_path().filename().string(), name), file.stem().string());
-    }
-    if (file.extension() == ".idl") return "";
-    const std::string kind = file.extension().string().substr(1);
-    return scoped(scoped(folder.filename().string(), kind), file.stem().string());
+/// Only the IDL of ROS has names such as pkg::msg::T, and numbers called char.
+DefinitionTable read_idl(const std::string& source, const std::string& text) {
+    DefinitionTable table = read_schema(source, "", "omgidl", text);
+    const auto names = table.names();
+    const bool is_ros = std::any_of(names.begin(), names.end(), is_ros_name);
+    return is_ros ? read_schema(source, "", "ros2idl", text) : table;
 }
 
 }  // namespace
@@ -56,9 +51,29 @@ const Definition* TypeFolder::find(const std::string& name) {
         if (found) return found;
         if (last_name(stem).find('_') == std::string_view::npos) break;
     }
-    for (const fs::path& file : loose_idl_)
+    for (const fs::path& file : idl_files_)
         if (const Definition* found = table_of(file, "").find(name)) return found;
     return nullptr;
+}
+
+/// The scoped names that what `file` defines can have, likeliest first: the package is the folder around the
+/// one called msg, srv or action, or any folder around that. None for IDL outside of such folders.
+std::vector<std::string> TypeFolder::names_by_place(const fs::path& file) const {
+    const auto is_kind = [](const fs::path& name) {
+        return name == "msg" || name == "srv" || name == "action";
+    };
+    fs::path kind_folder = file.parent_path();
+    while (kind_folder.has_relative_path() && !is_kind(kind_folder.filename()))
+        kind_folder = kind_folder.parent_path();
+    const bool in_kind = kind_folder.has_relative_path();
+    if (!in_kind && file.extension() == ".idl") return {};
+    fs::path package = in_kind ? kind_folder.parent_path() : file.parent_path();
+    const std::string kind = in_kind ? kind_folder.filename().string() : file.extension().string().substr(1);
+    std::vector<std::string> names;
+    do
+        names.push_back(scoped(scoped(package.filename().string(), kind), file.stem().string()));
+    while (package != folder_ && (package = package.parent_path()).has_relative_path() && in_kind);
+    return names;
 }
 
 void TypeFolder::search() {
@@ -74,21 +89,24 @@ void TypeFolder::search() {
     std::sort(found.begin(), found.end(), [](const fs::path& a, const fs::path& b) {
         return std::pair(a.extension() == ".idl", a) < std::pair(b.extension() == ".idl", b);
     });
-    for (const fs::path& file : found) {
-        const std::string name = name_by_place(file);
-        if (name.empty())
-            loose_idl_.push_back(file);
-        else
-            files_.try_emplace(name, file);
-    }
+    std::size_t most = 1;
+    for (std::size_t i = 0; i < most; ++i)
+        for (const fs::path& file : found) {
+            const std::vector<std::string> names = names_by_place(file);
+            most = std::max(most, names.size());
+            const bool is_new = i >= names.size() || files_.try_emplace(names[i], file).second;
+            if (i == 0 && is_new && file.extension() == ".idl") idl_files_.push_back(file);
+        }
 }
 
 const DefinitionTable& TypeFolder::table_of(const fs::path& file, const std::string& type_name) {
     const auto known = tables_.find(file);
     if (known != tables_.end()) return known->second;
-    const bool is_idl = file.extension() == ".idl";
-    const std::string encoding = !is_idl ? "ros2msg" : name_by_place(file).empty() ? "omgidl" : "ros2idl";
-    DefinitionTable table = read_schema(file.string(), display_name(type_name), encoding, read_file(file));
+    DefinitionTable table = file.extension() == ".idl" ? read_idl(file.string(), read_file(file))
+                                                       : read_schema(file.string(), display_name(type_name),
+                                                                     "ros2msg", read_file(file));
+    // Whoever needs what the file is about gets its error.
+    if (table.failure() && !table.find(type_name)) table.add_broken(type_name, {}, *table.failure());
     return tables_.emplace(file, std::move(table)).first->second;
 }
 

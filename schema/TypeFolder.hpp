@@ -2,6 +2,7 @@
 //
 //     share/geometry_msgs/msg/Point.msg          geometry_msgs/msg/Point
 //     my_msgs/srv/sub/Reset.srv                  my_msgs/srv/Reset and the types made from it
+//     my_msgs/planning/msg/Gear.msg              planning/msg/Gear; where no other file is, my_msgs/msg/Gear
 //     anywhere/types.idl                         what it defines
 
 #ifndef ZUN_SCHEMA_TYPE_FOLDER_HPP
@@ -26,12 +27,13 @@ public:
 
 private:
     void search();
+    std::vector<std::string> names_by_place(const std::filesystem::path& file) const;
     const DefinitionTable& table_of(const std::filesystem::path& file, const std::string& type_name);
 
     std::filesystem::path folder_;
     bool searched_ = false;
-    std::map<std::string, std::filesystem::path> files_;  // by the scoped name that a file's place gives
-    std::vector<std::filesystem::path> loose_idl_;
+    std::map<std::string, std::filesystem::path> files_;  // by the scoped names that a file's place gives
+    std::vector<std::filesystem::path> idl_files_;        // those that stand beside no .msg of their name
     std::map<std::filesystem::path, DefinitionTable> tables_;
 };
 

@@ -12,47 +12,6 @@ namespace zun::schema {
 
 namespace {
 
-constexpr std::string_view well_known_text = R"(
-===
-MSG: builtin_interfaces/Time
-int32 sec
-uint32 nanosec
-===
-MSG: builtin_interfaces/Duration
-int32 sec
-uint32 nanosec
-===
-MSG: std_msgs/Header
-builtin_interfaces/Time stamp
-string frame_id
-===
-MSG: unique_identifier_msgs/UUID
-uint8[16] uuid
-===
-MSG: service_msgs/ServiceEventInfo
-uint8 event_type
-builtin_interfaces/Time stamp
-char[16] client_gid
-int64 sequence_number
-===
-MSG: action_msgs/GoalInfo
-unique_identifier_msgs/UUID goal_id
-builtin_interfaces/Time stamp
-===
-MSG: action_msgs/GoalStatus
-GoalInfo goal_info
-int8 status
-===
-MSG: action_msgs/GoalStatusArray
-GoalStatus[] status_list
-===
-SRV: action_msgs/CancelGoal
-GoalInfo goal_info
----
-int8 return_code
-GoalInfo[] goals_canceling
-)";
-
 /// Takes a comment of either grammar, with what follows it on the last line of it.
 void skip_comment(std::string_view& text) {
     const std::size_t end = text.starts_with("/*") ? text.find("*/") : text.find('\n');
@@ -115,11 +74,6 @@ DefinitionTable read_schema(const std::string& source, std::string_view type_nam
     else
         read_sections(type_name, text, table);
     add_derived_types(table);
-    return table;
-}
-
-const DefinitionTable& well_known_definitions() {
-    static const DefinitionTable table = read_schema("built-in", "", "ros2msg", well_known_text);
     return table;
 }
 

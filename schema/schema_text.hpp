@@ -18,9 +18,6 @@ namespace zun::schema {
 DefinitionTable read_schema(const std::string& source, std::string_view type_name, std::string_view encoding,
                             std::string_view text);
 
-/// The types that ROS recordings need and do not always carry.
-const DefinitionTable& well_known_definitions();
-
 }  // namespace zun::schema
 
 #endif

@@ -1,7 +1,12 @@
 #include "convert/passes/pipeline.hpp"
 
+#include <array>
+
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#endif
 
 namespace zun::convert {
 
@@ -9,6 +14,20 @@ namespace {
 
 using StepPtr = std::shared_ptr<Step>;  // the pipeline copies what it passes on
 using NextStep = std::function<std::unique_ptr<Step>()>;
+
+// What a thread did before give(), another one sees after take() of the same thing. TBB sees to that, but its
+// library is not built for the thread sanitizer, which has to be told.
+#ifdef __SANITIZE_THREAD__
+void give(const void* thing) {
+    if (thing != nullptr) __tsan_release(const_cast<void*>(thing));
+}
+void take(const void* thing) {
+    if (thing != nullptr) __tsan_acquire(const_cast<void*>(thing));
+}
+#else
+void give(const void*) {}
+void take(const void*) {}
+#endif
 
 void run_here(const NextStep& next) {
     while (const auto step = next()) {
@@ -19,9 +38,17 @@ void run_here(const NextStep& next) {
     }
 }
 
-auto stage(tbb::filter_mode mode, void (Step::*action)()) {
-    return tbb::make_filter<StepPtr, StepPtr>(mode, [action](const StepPtr& step) {
+constexpr char begun = 0;  // given once the stages are made, so that threads see what they capture
+
+/// `turn`  taken and given by stages that one thread works at a time, in order; null for others
+auto stage(tbb::filter_mode mode, void (Step::*action)(), const void* turn = nullptr) {
+    return tbb::make_filter<StepPtr, StepPtr>(mode, [action, turn](const StepPtr& step) {
+        take(&begun);
+        take(turn);
+        take(step.get());
         ((*step).*action)();
+        give(step.get());
+        give(turn);
         return step;
     });
 }
@@ -34,16 +61,24 @@ void run_steps(unsigned jobs, const NextStep& next) {
     constexpr auto anywhere = tbb::filter_mode::parallel;
     const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, jobs);
     const std::size_t under_way = jobs + 2;  // enough that no thread waits; each holds a batch and its rows
-    tbb::parallel_pipeline(
-        under_way,
-        tbb::make_filter<void, StepPtr>(in_order,
-                                        [&](tbb::flow_control& flow) -> StepPtr {
-                                            StepPtr step = next();
-                                            if (!step) flow.stop();
-                                            return step;
-                                        }) &
-            stage(anywhere, &Step::load) & stage(in_order, &Step::pick) & stage(anywhere, &Step::work) &
-            tbb::make_filter<StepPtr, void>(in_order, [](const StepPtr& step) { step->finish(); }));
+    const std::array<char, 3> turns = {};
+    const auto take_next = [&](tbb::flow_control& flow) -> StepPtr {
+        take(&begun);
+        take(&turns[0]);
+        StepPtr step = next();
+        give(step.get());
+        give(&turns[0]);
+        if (!step) flow.stop();
+        return step;
+    };
+    const auto stages = tbb::make_filter<void, StepPtr>(in_order, take_next) & stage(anywhere, &Step::load) &
+                        stage(in_order, &Step::pick, &turns[1]) & stage(anywhere, &Step::work) &
+                        stage(in_order, &Step::finish, &turns[2]) &
+                        tbb::make_filter<StepPtr, void>(anywhere, [](const StepPtr&) {});
+    give(&begun);
+    tbb::parallel_pipeline(under_way, stages);
+    take(&turns[0]);
+    take(&turns[2]);
 }
 
 }  // namespace zun::convert

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "convert/plan/file_names.hpp"
+#include "convert/plan/layouts.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 
@@ -46,17 +47,27 @@ cdr::Writer writer_of(const Channel& channel, cdr::Writer given) {
     return channel.recorder == input::Recorder::FAST_DDS ? cdr::Writer::FAST_DDS : cdr::Writer::UNKNOWN;
 }
 
-/// Sets the type, or the reason why there is none.
-void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
-    if (channel.message_encoding != "cdr")
-        return topic.refuse("encoding",
-                            "its messages are encoded as '" + channel.message_encoding + "', not as CDR");
-    if (channel.type_name.empty())
-        return topic.refuse("unnamed-type", "the recording does not name its type");
+/// Sets the type, or the reason why there is none. Returns what is known of the type where the messages have
+/// to confirm it.
+const schema::KnownType* find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
+    if (channel.message_encoding != "cdr") {
+        topic.refuse("encoding",
+                     "its messages are encoded as '" + channel.message_encoding + "', not as CDR");
+        return nullptr;
+    }
+    if (channel.type_name.empty()) {
+        topic.refuse("unnamed-type", "the recording does not name its type");
+        return nullptr;
+    }
     try {
-        const auto type = catalog.type_of(channel.type_name, channel.schema_encoding, channel.schema_text);
-        const printing::SamplePrinter decodable(type, topic.name, topic.writer);  // throws when it is not
-        topic.type = type;
+        const schema::KnownType& known =
+            catalog.find(channel.type_name, channel.schema_encoding, channel.schema_text);
+        for (const auto& layout : known.layouts)  // throws when one is not decodable
+            const printing::SamplePrinter decodable(layout, topic.name, topic.writer);
+        if (!known.hint.empty()) topic.hints.push_back({"type-name", known.hint});
+        topic.built_in = known.built_in;
+        topic.type = known.layouts.front();
+        if (known.uncertain) return &known;
     } catch (const schema::UnknownType& problem) {
         // The text is the same whoever needs the type, so that a report names it once.
         topic.refuse("missing-type", "the type '" + problem.type_name() +
@@ -66,6 +77,33 @@ void find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalo
         topic.refuse("schema", std::string("its schema cannot be read: ") + problem.what());
     } catch (const std::invalid_argument& problem) {
         topic.refuse("unsupported-type", problem.what());
+    }
+    return nullptr;
+}
+
+/// Lets the messages decide where `uncertain`, by topic, is not null.
+void confirm_types(std::vector<Topic>& topics, const std::vector<const schema::KnownType*>& uncertain,
+                   input::MessageStream& stream, Types& types) {
+    std::vector<LayoutQuestion> questions;
+    std::vector<Topic*> asking;
+    for (std::size_t i = 0; i < topics.size(); ++i) {
+        if (!uncertain[i]) continue;
+        questions.push_back({topics[i].channels, uncertain[i]});
+        asking.push_back(&topics[i]);
+    }
+    find_layouts(stream, questions);
+    for (std::size_t i = 0; i < questions.size(); ++i) {
+        Topic& topic = *asking[i];
+        if (questions[i].answer) {
+            topic.type = *questions[i].answer;
+            topic.identity = identity_of(topic, stream.channels()[topic.channels.front()], types);
+            continue;
+        }
+        topic.type.reset();
+        topic.built_in.clear();
+        topic.refuse("no-layout",
+                     "the recording does not define its type, and its messages fit no known layout of " +
+                         topic.type_name + "; --types PATH names a folder or a recording that defines it");
     }
 }
 
@@ -132,23 +170,28 @@ std::string exact_pattern(const std::string& topic) {
     return pattern;
 }
 
-std::vector<Topic> topics_of(const input::MessageStream& stream, Types& types, const TopicChoice& choice) {
+std::vector<Topic> topics_of(input::MessageStream& stream, Types& types, const TopicChoice& choice) {
     std::vector<Topic> topics;
-    std::map<std::string, std::size_t> known;  // by identity
+    std::vector<const schema::KnownType*> uncertain;  // by topic
+    std::map<std::string, std::size_t> known;         // by identity
     const auto& counts = stream.summary().channels;
     for (std::uint32_t i = 0; i < stream.channels().size(); ++i) {
         const Channel& channel = stream.channels()[i];
         if (!choice.filter.accepts(channel.topic)) continue;
         Topic found{channel.topic, channel.type_name};
         found.writer = writer_of(channel, choice.writer);
-        find_type(found, channel, types.catalog);
+        const schema::KnownType* const to_confirm = find_type(found, channel, types.catalog);
         found.identity = identity_of(found, channel, types);
         const auto [place, is_new] = known.try_emplace(found.identity, topics.size());
-        if (is_new) topics.push_back(std::move(found));
+        if (is_new) {
+            topics.push_back(std::move(found));
+            uncertain.push_back(to_confirm);
+        }
         Topic& topic = topics[place->second];
         topic.channels.push_back(i);
         topic.message_count += i < counts.size() ? counts[i].message_count : 0;
     }
+    confirm_types(topics, uncertain, stream, types);
     name_files(topics);
     for (Topic& topic : topics)
         if (topic.type) choose_columns(topic, choice);

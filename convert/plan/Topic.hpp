@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,6 +45,8 @@ struct Topic {
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
     std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
+    std::set<std::string> built_in = {};                     ///< types that only the tool itself defines
+    std::vector<Reason> hints = {};                          ///< what was assumed about the type
     std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
     std::optional<Reason> refusal = {};                      ///< why it is refused
     std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
@@ -74,8 +77,9 @@ struct TopicChoice {
 };
 
 /// The topics of `stream` that `choice` accepts, in the order of their first channels. One that cannot fit,
-/// whatever its messages hold, is refused here; no more is done with its type than counting.
-std::vector<Topic> topics_of(const input::MessageStream& stream, Types& types, const TopicChoice& choice);
+/// whatever its messages hold, is refused here; no more is done with its type than counting. Reads messages
+/// where only they can tell which layout of its type a topic has.
+std::vector<Topic> topics_of(input::MessageStream& stream, Types& types, const TopicChoice& choice);
 
 }  // namespace zun::convert
 

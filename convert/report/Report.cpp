@@ -211,6 +211,10 @@ std::vector<Reason> hints_of(const RecordingReport& recording, bool for_readers)
         add_message_hints(hints, topic);
         if (for_readers) add_reader_hints(hints, topic);
     }
+    std::string names;
+    for (const std::string& name : recording.built_in)
+        names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty()) hints.push_back({"built-in", "types built in: " + names});
     return hints;
 }
 

@@ -7,6 +7,7 @@
 #include <limits>
 #include <optional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,6 +54,7 @@ struct RecordingReport {
     std::optional<Reason> failure = {};  ///< why it was not converted
     bool finished = false;               ///< its files are complete
     std::vector<TopicReport> topics = {};
+    std::set<std::string> built_in = {};  ///< types that nothing but the tool itself defines
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
     std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found

@@ -44,6 +44,7 @@ static void to_json(ordered_json& json, const RecordingReport& recording) {
     if (recording.failure) json["failure"] = *recording.failure;
     if (!recording.first.empty()) json["span"] = {{"first", recording.first}, {"last", recording.last}};
     json["topics"] = recording.topics;
+    json["built_in"] = recording.built_in;
     json["problem_count"] = recording.problem_count;
     json["messages_lost"] = recording.messages_lost;
     json["messages_missing"] = recording.messages_missing;

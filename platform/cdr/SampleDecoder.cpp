@@ -97,6 +97,20 @@ const Program& SampleDecoder::program_for(const Encapsulation& head, std::span<c
     return program_of(deviating != nullptr && first.exact_fits == 0 ? *deviating : first, head);
 }
 
+SampleDecoder::Fit SampleDecoder::fit(std::span<const std::byte> payload) {
+    try {
+        const Encapsulation head = encapsulation_of(payload);
+        Candidates& candidates = candidates_[slot_of(head)];
+        if (candidates.empty()) candidates = make_candidates(head);
+        Fit best = Fit::FAILS;
+        for (Candidate& candidate : candidates)
+            best = std::min(best, fit_of(candidate, head, payload));
+        return best;
+    } catch (const InputError&) {
+        return Fit::FAILS;
+    }
+}
+
 SampleDecoder::Candidate& SampleDecoder::promote(Candidates& candidates, std::size_t index) {
     ++candidates[index].exact_fits;
     if (index > 0 && candidates[index].exact_fits > candidates[index - 1].exact_fits) {

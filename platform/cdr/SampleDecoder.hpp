@@ -38,10 +38,13 @@ public:
         return findings;
     }
 
-private:
     /// How well a reading fits a sample.
     enum class Fit : std::uint8_t { EXACT, DEVIATES, FAILS };
 
+    /// The best fit that a reading of the type has to `payload`.
+    Fit fit(std::span<const std::byte> payload);
+
+private:
     struct Candidate {
         Reading reading;
         std::unique_ptr<Program> program;  // compiled when first tried

@@ -155,7 +155,8 @@ DynamicTypeImpl TypeResolver::made(const TypeExpression& expression, const Defin
     std::vector<std::uint32_t> sizes;
     for (const ConstantExpression& size : expression.sizes)
         sizes.push_back(static_cast<std::uint32_t>(integer(size, user, 1, largest_size)));
-    const std::uint32_t bound = sizes.empty() ? core::xtypes::no_bound : sizes.front();
+    const std::uint32_t bound =
+        sizes.empty() ? core::xtypes::no_bound : std::min(sizes.front(), core::xtypes::no_bound);
     const auto argument = [&](std::size_t i) { return type_of(expression.arguments[i], user); };
     switch (expression.form) {
         case Form::PRIMITIVE:
@@ -207,11 +208,12 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const UnionDefi
                                  .members = {},
                                  .extensibility = extensibility_of(definition, body.extensibility)};
     const DynamicTypeImpl label_type = discriminator.resolved();
+    const Integer highest = label_type.kind() == TypeKind::UINT_64_TYPE ? Integer(UINT64_MAX) : INT64_MAX;
     for (const MemberDefinition& member : body.members) {
         std::vector<std::int64_t> labels;
         for (const ConstantExpression& label : member.labels)
             labels.push_back(
-                static_cast<std::int64_t>(integer(label, definition, INT64_MIN, INT64_MAX, &label_type)));
+                static_cast<std::int64_t>(integer(label, definition, INT64_MIN, highest, &label_type)));
         spec.members.push_back({.name = member.name,
                                 .type = type_of(member.type, definition),
                                 .labels = std::move(labels),
@@ -248,18 +250,25 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const BitsetDef
 
 void TypeResolver::append_bits(const Definition& definition, const BitsetDefinition& body,
                                std::vector<core::xtypes::BitFieldSpec>& fields) {
-    if (body.base) {
-        const Definition* base = find(body.base->names, definition);
-        const auto* base_body = base ? std::get_if<BitsetDefinition>(&base->body) : nullptr;
-        if (!base_body) throw error_at(definition.source, body.base->position, "the base is no bit set");
-        const Level level(*this, base, definition.source, body.base->position);
-        append_bits(*base, *base_body, fields);
-    }
+    if (body.base) append_bits(*body.base, definition, fields);
     for (const auto& field : body.fields) {
         const auto width = static_cast<std::uint8_t>(integer(field.width, definition, 1, 64));
         fields.push_back({.name = field.name, .width = width});
         if (field.type) fields.back().type = type_of(*field.type, definition);
     }
+}
+
+void TypeResolver::append_bits(const TypeExpression& base, const Definition& user,
+                               std::vector<core::xtypes::BitFieldSpec>& fields) {
+    const Definition* named = find(base.names, user);
+    const auto* alias = named ? std::get_if<AliasDefinition>(&named->body) : nullptr;
+    const auto* bits = named ? std::get_if<BitsetDefinition>(&named->body) : nullptr;
+    if (!alias && !bits) throw error_at(user.source, base.position, "the base is no bit set");
+    const Level level(*this, named, user.source, base.position);
+    if (alias)
+        append_bits(alias->type, *named, fields);
+    else
+        append_bits(*named, *bits, fields);
 }
 
 DynamicTypeImpl TypeResolver::made(const Definition& definition, const AliasDefinition& body) {
@@ -302,12 +311,15 @@ Constant TypeResolver::constant(const ConstantExpression& expression, const Defi
     return evaluate(expression, user.source, [&](const Step& step) -> Constant {
         if (type && type->kind() == TypeKind::ENUMERATION_TYPE)
             if (const auto value = enumerator_value(*type, step.name)) return Integer(*value);
-        return named_constant(step, user);
+        if (type && type->kind() == TypeKind::BITMASK_TYPE)
+            return named_constant(step, {"::" + scoped(type->name(), step.name), step.name}, user);
+        return named_constant(step, {step.name}, user);
     });
 }
 
-Constant TypeResolver::named_constant(const Step& step, const Definition& user) {
-    const Definition* found = find({step.name}, user);
+Constant TypeResolver::named_constant(const Step& step, const std::vector<std::string>& names,
+                                      const Definition& user) {
+    const Definition* found = find(names, user);
     if (!found)
         throw error_at(user.source, step.position, "the constant " + quoted(step.name) + " is not defined");
     if (const auto* enumerator = std::get_if<EnumeratorDefinition>(&found->body)) {
@@ -334,7 +346,7 @@ Integer TypeResolver::integer(const ConstantExpression& expression, const Defini
     if (result < lowest || result > highest)
         throw error_at(user.source, expression.position(),
                        "expected a number from " + std::to_string(static_cast<std::int64_t>(lowest)) +
-                           " to " + std::to_string(static_cast<std::int64_t>(highest)));
+                           " to " + std::to_string(static_cast<std::uint64_t>(highest)));
     return result;
 }
 

@@ -54,15 +54,18 @@ private:
 
     void append_bits(const Definition& definition, const BitsetDefinition& body,
                      std::vector<core::xtypes::BitFieldSpec>& fields);
+    /// Of what `base` names, through aliases.
+    void append_bits(const TypeExpression& base, const Definition& user,
+                     std::vector<core::xtypes::BitFieldSpec>& fields);
     std::optional<std::uint32_t> id_of(const MemberDefinition& member, const Definition& user);
     std::optional<core::xtypes::DefaultValue> default_of(const MemberDefinition& member,
                                                          const core::xtypes::DynamicTypeImpl& type,
                                                          const Definition& user);
 
-    /// `type`  where it is an enumeration, its enumerators need no scope
+    /// `type`  where it is an enumeration or a bit mask, its enumerators or flags need no scope
     Constant constant(const ConstantExpression& expression, const Definition& user,
                       const core::xtypes::DynamicTypeImpl* type = nullptr);
-    Constant named_constant(const Step& step, const Definition& user);
+    Constant named_constant(const Step& step, const std::vector<std::string>& names, const Definition& user);
     Integer integer(const ConstantExpression& expression, const Definition& user, Integer lowest,
                     Integer highest, const core::xtypes::DynamicTypeImpl* type = nullptr);
 

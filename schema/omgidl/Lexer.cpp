@@ -108,7 +108,25 @@ std::optional<Integer> code_point(std::string_view text) {
 }  // namespace
 
 Token Lexer::next() {
-    if (const auto open = skip_blanks_and_comments()) return broken(*open, "the comment has no end");
+    while (replacement_.empty()) {
+        Token token = written();
+        const bool is_plain = token.kind == Token::Kind::WORD && !token.escaped;
+        const std::string* const meaning = is_plain ? preprocessor_.macro(token.text) : nullptr;
+        if (!meaning) return token;
+        Lexer lexer(*meaning, 1);
+        for (Token part = lexer.written(); part.kind != Token::Kind::END; part = lexer.written()) {
+            part.position = token.position;
+            replacement_.push_back(std::move(part));
+        }
+    }
+    Token token = std::move(replacement_.front());
+    replacement_.pop_front();
+    return token;
+}
+
+/// The next token, macros as they stand.
+Token Lexer::written() {
+    if (const auto fault = skip_blanks_and_comments()) return broken(fault->position, fault->problem);
     const char c = at();
     if (offset_ == text_.size()) return {.kind = Token::Kind::END, .position = position()};
     if (c == 'L' && (at(1) == '"' || at(1) == '\'')) ++offset_;
@@ -117,24 +135,37 @@ Token Lexer::next() {
     return is_word_character(c) ? word() : symbol();
 }
 
-/// Where a comment begins that does not end.
-std::optional<Position> Lexer::skip_blanks_and_comments() {
+std::optional<Lexer::Fault> Lexer::skip_blanks_and_comments() {
     while (offset_ < text_.size()) {
         if (at() == '\n') {
             ++line_;
             line_begin_ = ++offset_;
         } else if (is_blank(at())) {
             ++offset_;
-        } else if (at() == '#' || (at() == '/' && at(1) == '/')) {
+        } else if (at() == '#') {
+            if (const auto fault = directive()) return fault;
+        } else if (!preprocessor_.active() || (at() == '/' && at(1) == '/')) {
             skip_line();
         } else if (at() == '/' && at(1) == '*') {
             const Position begin = position();
-            if (!skip_comment()) return begin;
+            if (!skip_comment()) return Fault{begin, "the comment has no end"};
         } else {
             break;
         }
     }
     return std::nullopt;
+}
+
+/// A line that ends with a backslash goes on.
+std::optional<Lexer::Fault> Lexer::directive() {
+    const Position begin = position();
+    const std::size_t first = offset_ + 1;
+    for (skip_line(); at() == '\n' && text_[offset_ - 1] == '\\'; skip_line()) {
+        ++line_;
+        line_begin_ = ++offset_;
+    }
+    if (preprocessor_.read(text_.substr(first, offset_ - first))) return std::nullopt;
+    return Fault{begin, "the condition has no value"};
 }
 
 void Lexer::skip_line() {

@@ -1,15 +1,17 @@
-// Lexer: IDL text to tokens. Comments and the lines of the preprocessor are passed over.
+// Lexer: IDL text to tokens. Comments are passed over, the lines of the preprocessor obeyed.
 
 #ifndef ZUN_SCHEMA_OMGIDL_LEXER_HPP
 #define ZUN_SCHEMA_OMGIDL_LEXER_HPP
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "schema/definition/ConstantExpression.hpp"
+#include "schema/omgidl/Preprocessor.hpp"
 
 namespace zun::schema {
 
@@ -31,7 +33,14 @@ public:
     Token next();
 
 private:
-    std::optional<Position> skip_blanks_and_comments();
+    struct Fault {
+        Position position;
+        const char* problem;
+    };
+
+    Token written();
+    std::optional<Fault> skip_blanks_and_comments();
+    std::optional<Fault> directive();
     void skip_line();
     bool skip_comment();
     Token word();
@@ -49,6 +58,8 @@ private:
     std::size_t offset_ = 0;
     std::uint64_t line_;
     std::size_t line_begin_ = 0;
+    Preprocessor preprocessor_;
+    std::deque<Token> replacement_;  // of a macro, what is left of it
 };
 
 }  // namespace zun::schema

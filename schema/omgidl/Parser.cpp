@@ -27,8 +27,8 @@ const std::map<std::string_view, TypeKind> one_word_primitives = {
 
 /// Those that change a type; of all others only the end is looked for.
 constexpr std::string_view meaningful_annotations[] = {
-    "final",    "appendable", "mutable",   "extensibility", "autoid",         "id", "hashid", "key",
-    "optional", "default",    "bit_bound", "value",         "default_literal"};
+    "final",    "appendable", "mutable",   "extensibility", "autoid",          "id",      "hashid", "key",
+    "optional", "default",    "bit_bound", "value",         "default_literal", "position"};
 
 constexpr std::string_view constructed[] = {"struct", "union", "enum", "bitmask", "bitset"};
 
@@ -70,6 +70,12 @@ std::optional<ConstantExpression> value_of(const Annotations& annotations, std::
 template <typename Annotation>
 std::string word_of(const Annotation& annotation) {
     return annotation.value ? annotation.value->steps.front().name : "";
+}
+
+ConstantExpression combined(ConstantExpression left, Operation operation, const ConstantExpression& right) {
+    left.steps.insert(left.steps.end(), right.steps.begin(), right.steps.end());
+    left.steps.push_back({.operation = operation, .position = right.position()});
+    return left;
 }
 
 }  // namespace
@@ -287,10 +293,22 @@ void Parser::enumeration(const std::string& name, const Position& position, cons
 
 void Parser::bitmask(const std::string& name, const Position& position, const Annotations& annotations) {
     expect("{");
+    ConstantExpression first = ConstantExpression::of(Integer(0), position);
+    Integer after = 0;  // of the flag, from the last one with a position
     do {
         if (is("}")) break;
-        take_annotations();
-        take_name("a flag");
+        const Annotations written = take_annotations();
+        const Position place = token_.position;
+        const std::string flag = take_name("a flag");
+        if (const auto given = value_of(written, "position")) {
+            first = *given;
+            after = 0;
+        }
+        const auto bit = combined(first, Operation::ADD, ConstantExpression::of(after++, place));
+        const ConstantDefinition value{
+            combined(ConstantExpression::of(Integer(1), place), Operation::SHIFT_LEFT, bit)};
+        add(flag, place, value);
+        add(scoped(name, flag), place, value);
     } while (accept(","));
     expect("}");
     add(name, position, BitmaskDefinition{value_of(annotations, "bit_bound")});
@@ -361,8 +379,8 @@ TypeExpression Parser::type() {
     const Position position = token_.position;
     if (token_.escaped) return named_type(position);
     if (contains(constructed, token_.text)) {
-        const std::string name = scoped(scope_, constructed_type(written));
-        return {.names = {"::" + name}, .position = position};
+        const std::string name = constructed_type(written);
+        return {.names = {"::" + scoped(scope_, name)}, .position = position};
     }
     if (accept_keyword("string")) return text_type(Form::STRING, position);
     if (accept_keyword("wstring")) return text_type(Form::WSTRING, position);
@@ -459,13 +477,26 @@ Parser::Annotations Parser::take_annotations() {
 Parser::Annotation Parser::take_annotation() {
     expect("@");
     Annotation annotation{.name = "", .position = token_.position};
-    annotation.name = take_scoped_name();
+    annotation.name = take_annotation_name();
     if (!is("(")) return annotation;
     if (contains(meaningful_annotations, annotation.name))
         annotation.value = annotation_value();
     else
         skip_parentheses();
     return annotation;
+}
+
+/// A scope after a blank is the next name's: "@key ::ns::T x".
+std::string Parser::take_annotation_name() {
+    std::string text = accept("::") ? "::" : "";
+    while (true) {
+        const Position begin = token_.position;
+        const std::size_t end = begin.column + token_.text.size() + (token_.escaped ? 1 : 0);
+        text += take_name("a name");
+        if (!is("::") || token_.position.line != begin.line || token_.position.column != end) return text;
+        advance();
+        text += "::";
+    }
 }
 
 /// (5)  (value = 5)  (): the first parameter's value.

@@ -70,6 +70,7 @@ private:
 
     Annotations take_annotations();
     Annotation take_annotation();
+    std::string take_annotation_name();
     std::optional<ConstantExpression> annotation_value();
     void skip_parentheses();
     bool flag(const Annotations& annotations, std::string_view name) const;

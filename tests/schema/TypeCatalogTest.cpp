@@ -76,6 +76,36 @@ TEST_F(CatalogFolders, LooseIdlIsFoundByWhatItDefines) {
     EXPECT_EQ("InputError " + broken + ":1:28: expected the member's name, found '}'", read("m::C"));
 }
 
+TEST_F(CatalogFolders, IdlOfPackagesIsFoundByPlaceAndByWhatItDefines) {
+    write("a/msg/Box.idl", "module a { module msg { typedef char c4[4]; struct Box { c4 c; }; }; };");
+    write("proj/msg/Common.idl", "module acme { struct A { char x; }; struct B { A a; }; };");
+    write("share/pkg/planning/msg/Gear.msg", "uint8 status");
+    write("p/msg/Bad.msg", "int8");
+    catalog_.add_folder(folder_);
+    EXPECT_EQ("final a/msg/Box { a/msg/c4=uint8[4] c }", read("a/msg/Box"));
+    EXPECT_EQ("acme::B { acme::A { char x } a }", read("acme::B"));
+    EXPECT_EQ("final pkg/msg/Gear { uint8 status }", read("pkg/msg/Gear"));
+    EXPECT_NE(std::string::npos, read("p/msg/Bad").find("Bad.msg:1: expected a type and a name"));
+}
+
+TEST(TypeCatalog, StandardTypesServeLast) {
+    schema::TypeCatalog catalog;
+    const auto& range = catalog.find("sensor_msgs/msg/Range", "", "");
+    EXPECT_TRUE(range.uncertain);
+    EXPECT_EQ(2U, range.layouts.size());
+    EXPECT_EQ(3U, catalog.find("shape_msgs/msg/SolidPrimitive", "ros2msg", "").layouts.size());
+    EXPECT_EQ(std::set<std::string>{"sensor_msgs/msg/Range"}, range.built_in);
+    EXPECT_TRUE(catalog.find("p/msg/Empty", "ros2msg", "").uncertain);
+    EXPECT_EQ(std::set<std::string>{"std_msgs/msg/String"},
+              catalog.find("p/msg/T", "ros2msg", "std_msgs/String s").built_in);
+    EXPECT_TRUE(catalog.find("sensor_msgs/msg/Range", "ros2msg", "int8 own").built_in.empty());
+    EXPECT_EQ("final std_srvs/srv/SetBool_Request { boolean data }",
+              read_type(catalog, "std_srvs/srv/SetBool_Request", "", ""));
+    schema::TypeCatalog without;
+    without.leave_out_standard_types();
+    EXPECT_THROW(without.find("sensor_msgs/msg/Range", "", ""), schema::UnknownType);
+}
+
 TEST_F(CatalogFolders, TheRecordingWinsThenWhatWasAddedFirst) {
     write("one/p/msg/T.msg", "int8 one");
     write("two/p/msg/T.msg", "int8 two");

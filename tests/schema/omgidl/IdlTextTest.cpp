@@ -51,6 +51,16 @@ const SchemaCase type_cases[] = {
      "V switch F=enum<32> E { RED=0*, BLUE=1 } { 0: octet r, 1: octet[2] b } v, W switch boolean { 1: int32 "
      "t } w, "
      "X switch char { 97: default: int32 t } x, Y switch enum<32> Y::Z { P=0*, Q=1 } { 1: int32 q } y }"},
+    {"LargeLabelsAndFlags", "m::T",
+     "module f { bitmask M { A, @position(4) B, C }; }; module m { const long N = f::M::C + f::A; "
+     "union U switch (uint64) { case 18446744073709551615: long a[N]; }; "
+     "union V switch (f::M) { case C: long c; }; struct T { U u; V v; }; };",
+     "m::T { m::U switch uint64 { -1: int32[33] a } u, m::V switch bitmask<32> f::M { 32: int32 c } v }"},
+    {"BaseThroughAnAlias", "B",
+     "bitset A { bitfield<3> a; }; typedef A C; typedef C D; bitset B : D { bitfield<2> b; };",
+     "final B bits 5 { uint8 a:0+3, uint8 b:3+2 }"},
+    {"HugeBounds", "T", "struct T { sequence<octet, 4294967295> a; string<4294967295> b; };",
+     "T { octet[] a, string b }"},
     {"LabelsOfAnEnumerationElsewhere", "b::U",
      "module a { enum E { ON, OFF }; }; module b { union U switch (a::E) { case OFF: long x; }; };",
      "b::U switch enum<32> a::E { ON=0*, OFF=1 } { 1: int32 x }"},
@@ -117,6 +127,22 @@ const SchemaCase scope_cases[] = {
     {"EscapedMembers", "T",
      "struct T { long _long; ::_module::X x; }; module _module { struct X { long module; }; };",
      "T { int32 long, module::X { int32 module } x }"},
+    {"ScopeAfterAnAnnotation", "T",
+     "module m { struct P { long a; }; enum E { X }; }; union U switch (@key ::m::E) { case X: long a; }; "
+     "struct T { @key ::m::P p; @x::y m::P q; U u; };",
+     "T { @key m::P { int32 a } p, m::P { int32 a } q, U switch enum<32> m::E { X=0* } { 0: int32 a } u }"},
+    {"Macros", "T",
+     "#define N 3 // three\n#define M (N * \\\n 2)\n#define EXPORT\n#define F(x) x\n"
+     "EXPORT struct T { long a[M]; long b[_N]; };\n#undef N\nconst long N = 4;",
+     "T { int32[6] a, int32[4] b }"},
+    {"Branches", "T",
+     "#define V 0x10\nstruct T {\n#ifdef V\n#ifndef V\n!\n#else\nlong a;\n#endif\n#elif 1\n!\n#endif\n"
+     "#if !defined(W) && (V >= 16 || X)\nlong b;\n#if V == 1\n!\n#elif defined V\nlong c;\n#else\n!\n#endif\n"
+     "#else\n#if 1\n!\n#else\n!\n#endif\n#endif\n};",
+     "T { int32 a, int32 b, int32 c }"},
+    {"NoCondition", "T", "struct T {\n#if 1 +\nlong a; };\n#endif",
+     "InputError T:2:1: the condition has no value"},
+    {"OnlyTypeOfTheName", "T", "module m { struct T { long a; }; };", "m::T { int32 a }"},
     {"SameDefinitionTwice", "T", "typedef long A; typedef long A; struct T { A a; };", "T { A=int32 a }"},
     {"CommentsAndPreprocessor", "T",
      "#ifndef G\n#define G\n#include <x.idl>\n// one { \n/* two {\n ' */ struct T { // three\n long a; "
