@@ -65,7 +65,7 @@ void add_losses(Lines& lines, const TopicReport& topic) {
     for (const std::string& reason : topic.reasons)
         lines.push_back("  " + reason);
     for (const CutField& cut : topic.cuts)
-        if (cut.rule.empty()) lines.push_back(start + cut_sentence(cut));
+        if (cut.rule.empty() && cut.rows > 0) lines.push_back(start + cut_sentence(cut));
 }
 
 /// Topics that are refused for one reason are told in one line; those without messages lose nothing.
@@ -153,7 +153,7 @@ Lines hints_of(const RecordingReport& recording, bool for_readers) {
     for (const TopicReport& topic : recording.topics) {
         const std::string start = topic.topic + ": ";
         for (const CutField& cut : topic.cuts)
-            if (!cut.rule.empty()) lines.push_back(start + cut_sentence(cut));
+            if (!cut.rule.empty() && cut.rows > 0) lines.push_back(start + cut_sentence(cut));
         for (const std::string& hint : topic.hints)
             lines.push_back(start + hint);
         add_message_hints(lines, topic);
