@@ -8,7 +8,7 @@ GUARD = "#ifndef ZUN_FORMAT_COLUMNS_COLUMN_INFO_HPP\n#define ZUN_FORMAT_COLUMNS_
 REFUSED = [
     ("format/A.cpp", '#include "input/Time.hpp"', "format may not depend on input"),
     ("format/columns/A.cpp", '#include "format/A.hpp"', "format/columns may not depend on format"),
-    ("input/mcap/A.cpp", '#include "input/bag/A.hpp"', "input/mcap may not depend on input/rosbag2"),
+    ("input/mcap/A.cpp", '#include "input/bag/A.hpp"', "input/mcap may not depend on input/bag"),
     ("convert/A.cpp", '#include "schema/rosmsg/A.hpp"', "convert may not depend on schema/rosmsg"),
     ("platform/cdr/A.cpp", '#  include "platform/printing/A.hpp"', "may not depend on platform/printing"),
     ("cli/A.cpp", '#include "missing.hpp"', "no file of the repository"),
