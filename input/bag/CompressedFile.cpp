@@ -1,11 +1,7 @@
 // A storage file inside a zstd stream, unpacked into the folder for temporary files.
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -13,6 +9,7 @@
 #include "input/bag/StorageFile.hpp"
 #include "input/bag/StreamAdapter.hpp"
 #include "input/bytes/Decompressor.hpp"
+#include "input/bytes/TemporaryFolder.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::input::rosbag2 {
@@ -20,49 +17,6 @@ namespace zun::input::rosbag2 {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A new folder of its own, removed with all that is in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder() : path_((fs::temp_directory_path() / "dds2csv-XXXXXX").string()) {
-        if (::mkdtemp(path_.data()) == nullptr)
-            throw std::system_error(errno, std::generic_category(), "temporary folder " + path_);
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    fs::path path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
-/// A new file that is written from its beginning to its end.
-class NewFile {
-public:
-    explicit NewFile(const fs::path& path) : path_(path.string()), file_(std::fopen(path.c_str(), "wb")) {
-        if (!file_) fail();
-    }
-    void write(Bytes bytes) {
-        if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) fail();
-    }
-    void close() {
-        if (std::fclose(file_.release()) != 0) fail();
-    }
-
-private:
-    struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    [[noreturn]] void fail() const { throw std::system_error(errno, std::generic_category(), path_); }
-
-    std::string path_;
-    std::unique_ptr<std::FILE, Close> file_;
-};
 
 /// Decodes all of `packed`, a frame after the other, up to the first damage.
 DecodeResult unpack_block(ZstdDecoder& decoder, Bytes packed, Buffer& unpacked, NewFile& target) {
