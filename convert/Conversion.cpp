@@ -93,6 +93,7 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     } catch (const InputError& problem) {
         report.failure = problem.what();
     } catch (const std::system_error& problem) {
+        if (watch_.stop != nullptr && *watch_.stop) throw Interrupted();  // a signal has ended a wait
         report.failure = problem.what();
     }
     return nullptr;

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "input/bag/BagFolder.hpp"
+#include "input/bag/StandIn.hpp"
 #include "input/bag/StorageFile.hpp"
-#include "input/bag/StreamAdapter.hpp"
 #include "input/bytes/Decompressor.hpp"
 #include "input/bytes/TemporaryFolder.hpp"
 #include "platform/error/InputError.hpp"
@@ -55,55 +55,6 @@ std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
     return std::nullopt;
 }
 
-/// A stream over the unpacked file that speaks of the file that was packed.
-class UnpackedStream final : public StreamAdapter {
-public:
-    UnpackedStream(std::unique_ptr<MessageStream> inner, std::string source, std::optional<Problem> damage)
-        : StreamAdapter(std::move(inner)),
-          source_(std::move(source)),
-          channels_(StreamAdapter::channels()),
-          problems_(renamed(StreamAdapter::problems(), source_)) {
-        for (Channel& channel : channels_)
-            channel.source = source_;
-        if (damage) problems_.push_back(*std::move(damage));
-    }
-
-    const std::vector<Channel>& channels() const override { return channels_; }
-    std::span<const Problem> problems() const override { return problems_; }
-    std::unique_ptr<Batch> next_batch() override {
-        std::unique_ptr<Batch> batch = StreamAdapter::next_batch();
-        if (!batch) return nullptr;
-        return std::make_unique<UnpackedBatch>(std::move(batch), source_);
-    }
-
-private:
-    class UnpackedBatch final : public BatchAdapter {
-    public:
-        UnpackedBatch(std::unique_ptr<Batch> inner, std::string source)
-            : BatchAdapter(std::move(inner)), source_(std::move(source)) {}
-        void load() override {
-            BatchAdapter::load();
-            problems_ = renamed(BatchAdapter::problems(), source_);
-        }
-        std::span<const Problem> problems() const override { return problems_; }
-
-    private:
-        std::string source_;
-        std::vector<Problem> problems_;
-    };
-
-    static std::vector<Problem> renamed(std::span<const Problem> problems, const std::string& source) {
-        std::vector<Problem> result(problems.begin(), problems.end());
-        for (Problem& problem : result)
-            problem.source = source;
-        return result;
-    }
-
-    std::string source_;
-    std::vector<Channel> channels_;
-    std::vector<Problem> problems_;
-};
-
 }  // namespace
 
 // The name of the unpacked file is gone as soon as it is open, so that not even a killed process leaves it.
@@ -112,10 +63,10 @@ std::unique_ptr<MessageStream> open_compressed(const fs::path& file, const OpenF
     const fs::path unpacked = folder.path() / without_zstd(file.filename());
     std::optional<Problem> damage = unpack(file, unpacked);
     try {
-        return std::make_unique<UnpackedStream>(open_file(unpacked), file.string(), damage);
-    } catch (const InputError& error) {
+        return open_stand_in(unpacked, file.string(), open_file, damage);
+    } catch (const InputError&) {
         if (damage) throw InputError(file.string(), damage->position, damage->text);
-        throw InputError(file.string(), error.position(), error.problem());
+        throw;
     }
 }
 
