@@ -78,7 +78,7 @@ void check_span(const Request& request) {
 void add_recordings(CLI::App& command, Request& request, const std::string& what) {
     command
         .add_option("RECORDING", request.recordings,
-                    what + ": MCAP or rosbag2 files, bag folders, or folders of them")
+                    what + ": MCAP or rosbag2 files, bag folders, or folders of them; - for standard input")
         ->required();
 }
 

@@ -5,7 +5,6 @@
 
 #include "convert/plan/file_names.hpp"
 #include "input/recording/find_recordings.hpp"
-#include "input/recording/open_recording.hpp"
 
 namespace zun::cli {
 
@@ -26,8 +25,7 @@ std::vector<convert::Recording> find_recordings(const std::vector<std::string>& 
         std::error_code no_such_folder;
         if (fs::equivalent(folder, all[i].path, no_such_folder))
             folder += "_csv";  // recordings stay as they are
-        recordings.push_back(
-            {all[i].path.string(), folder, [path = all[i].path] { return input::open_recording(path); }});
+        recordings.push_back({all[i].title, folder, all[i].open});
     }
     return recordings;
 }

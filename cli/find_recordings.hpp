@@ -13,8 +13,9 @@ namespace zun::cli {
 
 /// The recordings that `paths` name, each with the folder for its files.
 ///
-/// `paths`   recordings, and folders that are searched for them, with their subfolders
-/// `output`  the folder of a single recording, the parent of one folder each for several; where it is not
+/// `paths`   recordings, "-" for standard input, and folders that are searched for them, with their
+/// subfolders `output`  the folder of a single recording, the parent of one folder each for several; where it
+/// is not
 ///           given, folders go to the working directory and bear the names of the recordings
 /// Throws    std::runtime_error when a folder has no recording
 std::vector<convert::Recording> find_recordings(const std::vector<std::string>& paths,

@@ -136,6 +136,7 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     } catch (const InputError& problem) {
         report.failure = {"unreadable", problem.what()};
     } catch (const std::system_error& problem) {
+        if (watch_.stop != nullptr && *watch_.stop) throw Interrupted();  // a signal has ended a wait
         report.failure = {"unreadable", problem.what()};
     }
     return nullptr;

@@ -1,18 +1,15 @@
 // A storage file inside a zstd stream, unpacked into the folder for temporary files.
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "input/bag/BagFolder.hpp"
+#include "input/bag/StandIn.hpp"
 #include "input/bag/StorageFile.hpp"
-#include "input/bag/StreamAdapter.hpp"
 #include "input/bytes/Decompressor.hpp"
+#include "input/bytes/TemporaryFolder.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::input::rosbag2 {
@@ -20,49 +17,6 @@ namespace zun::input::rosbag2 {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A new folder of its own, removed with all that is in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder() : path_((fs::temp_directory_path() / "dds2csv-XXXXXX").string()) {
-        if (::mkdtemp(path_.data()) == nullptr)
-            throw std::system_error(errno, std::generic_category(), "temporary folder " + path_);
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    fs::path path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
-/// A new file that is written from its beginning to its end.
-class NewFile {
-public:
-    explicit NewFile(const fs::path& path) : path_(path.string()), file_(std::fopen(path.c_str(), "wb")) {
-        if (!file_) fail();
-    }
-    void write(Bytes bytes) {
-        if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) fail();
-    }
-    void close() {
-        if (std::fclose(file_.release()) != 0) fail();
-    }
-
-private:
-    struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    [[noreturn]] void fail() const { throw std::system_error(errno, std::generic_category(), path_); }
-
-    std::string path_;
-    std::unique_ptr<std::FILE, Close> file_;
-};
 
 /// Decodes all of `packed`, a frame after the other, up to the first damage.
 DecodeResult unpack_block(ZstdDecoder& decoder, Bytes packed, Buffer& unpacked, NewFile& target) {
@@ -101,55 +55,6 @@ std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
     return std::nullopt;
 }
 
-/// A stream over the unpacked file that speaks of the file that was packed.
-class UnpackedStream final : public StreamAdapter {
-public:
-    UnpackedStream(std::unique_ptr<MessageStream> inner, std::string source, std::optional<Problem> damage)
-        : StreamAdapter(std::move(inner)),
-          source_(std::move(source)),
-          channels_(StreamAdapter::channels()),
-          problems_(renamed(StreamAdapter::problems(), source_)) {
-        for (Channel& channel : channels_)
-            channel.source = source_;
-        if (damage) problems_.push_back(*std::move(damage));
-    }
-
-    const std::vector<Channel>& channels() const override { return channels_; }
-    std::span<const Problem> problems() const override { return problems_; }
-    std::unique_ptr<Batch> next_batch() override {
-        std::unique_ptr<Batch> batch = StreamAdapter::next_batch();
-        if (!batch) return nullptr;
-        return std::make_unique<UnpackedBatch>(std::move(batch), source_);
-    }
-
-private:
-    class UnpackedBatch final : public BatchAdapter {
-    public:
-        UnpackedBatch(std::unique_ptr<Batch> inner, std::string source)
-            : BatchAdapter(std::move(inner)), source_(std::move(source)) {}
-        void load() override {
-            BatchAdapter::load();
-            problems_ = renamed(BatchAdapter::problems(), source_);
-        }
-        std::span<const Problem> problems() const override { return problems_; }
-
-    private:
-        std::string source_;
-        std::vector<Problem> problems_;
-    };
-
-    static std::vector<Problem> renamed(std::span<const Problem> problems, const std::string& source) {
-        std::vector<Problem> result(problems.begin(), problems.end());
-        for (Problem& problem : result)
-            problem.source = source;
-        return result;
-    }
-
-    std::string source_;
-    std::vector<Channel> channels_;
-    std::vector<Problem> problems_;
-};
-
 }  // namespace
 
 // The name of the unpacked file is gone as soon as it is open, so that not even a killed process leaves it.
@@ -158,10 +63,10 @@ std::unique_ptr<MessageStream> open_compressed(const fs::path& file, const OpenF
     const fs::path unpacked = folder.path() / without_zstd(file.filename());
     std::optional<Problem> damage = unpack(file, unpacked);
     try {
-        return std::make_unique<UnpackedStream>(open_file(unpacked), file.string(), damage);
-    } catch (const InputError& error) {
+        return open_stand_in(unpacked, file.string(), open_file, damage);
+    } catch (const InputError&) {
         if (damage) throw InputError(file.string(), damage->position, damage->text);
-        throw InputError(file.string(), error.position(), error.problem());
+        throw;
     }
 }
 

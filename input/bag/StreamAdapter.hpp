@@ -30,7 +30,7 @@ private:
 
 class StreamAdapter : public MessageStream {
 public:
-    explicit StreamAdapter(std::unique_ptr<MessageStream> inner) : inner_(std::move(inner)) {}
+    explicit StreamAdapter(std::shared_ptr<MessageStream> inner) : inner_(std::move(inner)) {}
     const std::vector<Channel>& channels() const override { return inner_->channels(); }
     const Summary& summary() const override { return inner_->summary(); }
     std::span<const Problem> problems() const override { return inner_->problems(); }
@@ -38,7 +38,7 @@ public:
     std::unique_ptr<Batch> next_batch() override { return inner_->next_batch(); }
 
 private:
-    std::unique_ptr<MessageStream> inner_;
+    std::shared_ptr<MessageStream> inner_;
 };
 
 }  // namespace zun::input::rosbag2

@@ -25,11 +25,15 @@ std::int64_t changed_at(const struct stat& status) {
 
 }  // namespace
 
+// O_NONBLOCK is for pipes and devices, which would wait for the other side before they can be refused.
 File::File(const std::filesystem::path& path)
-    : name_(path.string()), descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    : name_(path.string()), descriptor_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)) {
     if (descriptor_ < 0) fail(errno, name_);
     struct stat status {};
-    const int code = ::fstat(descriptor_, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? EISDIR : 0;
+    const int code = ::fstat(descriptor_, &status) != 0 ? errno
+                     : S_ISDIR(status.st_mode)          ? EISDIR
+                     : !S_ISREG(status.st_mode)         ? ESPIPE
+                                                        : 0;
     if (code != 0) {
         ::close(descriptor_);
         fail(code, name_);

@@ -27,7 +27,7 @@ using Buffer = std::vector<std::byte, UninitialisedAllocator<std::byte>>;
 
 class File {
 public:
-    /// Throws std::system_error with the path.
+    /// Throws std::system_error with the path, ESPIPE for a pipe or a device.
     explicit File(const std::filesystem::path& path);
     ~File();
     File(const File&) = delete;

@@ -1,9 +1,12 @@
 #include "input/recording/find_recordings.hpp"
 
 #include <algorithm>
+#include <future>
 #include <stdexcept>
 #include <system_error>
 
+#include "input/bag/StreamAdapter.hpp"
+#include "input/bytes/Pipe.hpp"
 #include "input/recording/open_recording.hpp"
 
 namespace zun::input {
@@ -68,14 +71,32 @@ std::string stem(const fs::path& path) {
     return name.stem().string();
 }
 
+FoundRecording in_file(const fs::path& path, const std::string& name) {
+    return {path, name, path.string(), [path] { return open_recording(path); }};
+}
+
+/// A pipe's bytes come once: the first call opens, later ones get the same stream, or the same error.
+FoundRecording in_pipe(const fs::path& path) {
+    const auto open = [path] { return std::shared_ptr<MessageStream>(open_pipe(path)); };
+    const auto opened = std::async(std::launch::deferred, open).share();
+    const bool is_standard_input = path == "-";
+    return {path, is_standard_input ? "stdin" : path.stem().string(),
+            is_standard_input ? "standard input" : path.string(),
+            [opened] { return std::make_unique<rosbag2::StreamAdapter>(opened.get()); }};
+}
+
 }  // namespace
 
 std::vector<FoundRecording> find_recordings(const std::vector<std::string>& paths) {
     std::vector<FoundRecording> all;
     for (const std::string& text : paths) {
         const fs::path path = text;
+        if (Pipe::is_pipe(path)) {
+            all.push_back(in_pipe(path));
+            continue;
+        }
         if (!fs::is_directory(path)) {
-            all.push_back({path, stem(path)});
+            all.push_back(in_file(path, stem(path)));
             continue;
         }
         std::vector<fs::path> inside;
@@ -83,7 +104,7 @@ std::vector<FoundRecording> find_recordings(const std::vector<std::string>& path
         if (inside.empty()) throw std::runtime_error("'" + text + "' has no recordings in it");
         for (const fs::path& recording : inside)
             all.push_back(
-                {recording, (fs::relative(recording, path).parent_path() / stem(recording)).string()});
+                in_file(recording, (fs::relative(recording, path).parent_path() / stem(recording)).string()));
     }
     return all;
 }

@@ -4,18 +4,26 @@
 #define ZUN_INPUT_RECORDING_FIND_RECORDINGS_HPP
 
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "input/MessageStream.hpp"
 
 namespace zun::input {
 
 struct FoundRecording {
     std::filesystem::path path;
     std::string name;  ///< without the ending of its kind; with the folders that lead to it from the argument
+    std::string title;  ///< for people: the path, or "standard input"
+    /// As open_recording and open_pipe. What comes through a pipe is read at the first call; the streams of
+    /// later calls are that stream, which one of them at a time may use.
+    std::function<std::unique_ptr<MessageStream>()> open;
 };
 
-/// `paths`   recordings, and folders that are searched for them, with their subfolders
-/// Throws    std::runtime_error when a folder has no recording
+/// `paths`   recordings, "-" for standard input, and folders that are searched for them, with their
+/// subfolders Throws    std::runtime_error when a folder has no recording
 std::vector<FoundRecording> find_recordings(const std::vector<std::string>& paths);
 
 }  // namespace zun::input

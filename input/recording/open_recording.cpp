@@ -1,6 +1,9 @@
 #include "input/recording/open_recording.hpp"
 
 #include "input/bag/BagFolder.hpp"
+#include "input/bag/StandIn.hpp"
+#include "input/bytes/Pipe.hpp"
+#include "input/bytes/TemporaryFolder.hpp"
 #include "input/bytes/first_bytes.hpp"
 #include "input/mcap/McapStream.hpp"
 #include "input/sqlite/SqliteStream.hpp"
@@ -34,9 +37,23 @@ bool is_recording(const fs::path& path) {
 }
 
 std::unique_ptr<MessageStream> open_recording(const fs::path& path) {
+    if (fs::is_other(path))
+        throw InputError(path.string(), 0, "expected a recording, found a device or a pipe");
     if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage);
     if (is_zstd(read_first_bytes(path))) return rosbag2::open_compressed(path, open_storage);
     return open_storage(path);
+}
+
+std::unique_ptr<MessageStream> open_pipe(const fs::path& path) {
+    Pipe pipe(path);
+    const TemporaryFolder folder;
+    const fs::path file = folder.path() / "recording";
+    NewFile target(file);
+    Buffer block(std::size_t{1} << 17U);
+    while (const std::size_t count = pipe.read(block))
+        target.write(Bytes(block).first(count));
+    target.close();
+    return rosbag2::open_stand_in(file, pipe.name(), open_recording);
 }
 
 }  // namespace zun::input

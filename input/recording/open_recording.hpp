@@ -16,6 +16,12 @@ bool is_recording(const std::filesystem::path& path);
 /// Throws InputError when `path` is no recording, std::system_error when it cannot be read.
 std::unique_ptr<MessageStream> open_recording(const std::filesystem::path& path);
 
+/// The recording that comes through a pipe, written to a temporary file that is gone once this returns; its
+/// space is free again when the stream goes away. Throws as open_recording and Pipe.
+///
+/// `path`  a named pipe, or "-" for standard input
+std::unique_ptr<MessageStream> open_pipe(const std::filesystem::path& path);
+
 }  // namespace zun::input
 
 #endif

@@ -1,9 +1,12 @@
 #include "input/sqlite/Database.hpp"
 
+#include <algorithm>
 #include <new>
 #include <system_error>
 
 #include <sqlite3.h>
+
+#include "input/bytes/TemporaryFolder.hpp"
 
 namespace zun::input::rosbag2 {
 
@@ -18,6 +21,8 @@ namespace fs = std::filesystem;
         case SQLITE_FULL:
             throw std::system_error(std::make_error_code(std::errc::no_space_on_device),
                                     "temporary files of SQLite");
+        case SQLITE_INTERRUPT:
+            throw DatabaseError("more rows than the file can hold", true);
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
         case SQLITE_IOERR:
@@ -42,31 +47,41 @@ std::string percent_encoded(const std::string& path) {
     return encoded;
 }
 
-bool has_write_ahead_log(const fs::path& file) {
-    std::error_code absent;
-    const auto size = fs::file_size(fs::path(file) += "-wal", absent);
-    return !absent && size > 0;
-}
-
 }  // namespace
+
+Database::Database(const DatabaseFiles& files) : file_bytes_(files.size()) {
+    if (files.has_hot_journal()) {
+        const TemporaryFolder folder;
+        const fs::path copy = files.copy_into(folder.path());
+        roll_back(copy);
+        open(copy, "?immutable=1", SQLITE_OPEN_READONLY);
+    } else {
+        open(files.path(), files.has_write_ahead_log() ? "?mode=ro&vfs=unix-none" : "?immutable=1",
+             SQLITE_OPEN_READONLY);
+    }
+    execute("PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; PRAGMA temp_store = FILE;");
+}
 
 // An immutable file is read without a look at its write-ahead log. Where there is one, it is read without
 // locks, and its index, which is otherwise a shared-memory file beside it, stays in the heap in exclusive
 // mode.
-Database::Database(const fs::path& file) {
-    const bool log = has_write_ahead_log(file);
-    const std::string uri = "file:" + percent_encoded(fs::absolute(file).string()) +
-                            (log ? "?mode=ro&vfs=unix-none" : "?immutable=1");
+void Database::open(const fs::path& file, const char* options, int access) {
+    const std::string uri = "file:" + percent_encoded(file.string()) + options;
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    const int code = sqlite3_open_v2(uri.c_str(), &opened, access | SQLITE_OPEN_URI, nullptr);
     connection_.reset(opened);
     if (code != SQLITE_OK) fail(code, sqlite3_errmsg(opened));
     sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    // With a writable schema (of a file that is read-only) SQLite also opens a file that is cut short.
-    execute(
-        "PRAGMA writable_schema = ON; PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; "
-        "PRAGMA temp_store = FILE;");
+    bound_work();
+    // With a writable schema SQLite also opens a file that is cut short. Nothing is written to it.
+    execute("PRAGMA writable_schema = ON;");
+}
+
+// SQLite undoes what was not committed before it reads from a file that it may write to.
+void Database::roll_back(const fs::path& copy) {
+    open(copy, "", SQLITE_OPEN_READWRITE);
+    execute("PRAGMA synchronous = OFF; PRAGMA user_version;");
 }
 
 void Database::Close::operator()(sqlite3* connection) const {
@@ -78,9 +93,39 @@ void Database::execute(const char* sql) {
     if (code != SQLITE_OK) fail(code, sqlite3_errmsg(connection_.get()));
 }
 
+// Pages that lead back to others make tables without end, and values out of nothing.
+void Database::bound_work() {
+    constexpr std::uint64_t least = 1 << 20U;
+    constexpr std::uint64_t most = 1'000'000'000;
+    sqlite3_limit(connection_.get(), SQLITE_LIMIT_LENGTH,
+                  static_cast<int>(std::clamp(file_bytes_, least, most)));
+    const auto spend = [](void* rounds_left) {
+        auto& left = *static_cast<std::uint64_t*>(rounds_left);
+        if (left == 0) return 1;
+        --left;
+        return 0;
+    };
+    sqlite3_progress_handler(connection_.get(), round_steps, spend, &rounds_left_);
+    grant_work();
+}
+
+void Database::grant_work() {
+    constexpr std::uint64_t steps_per_byte = 64;  // the shortest row takes 6 bytes and some 20 steps
+    constexpr std::uint64_t rounds_at_least = 1024;
+    rounds_left_ = rounds_at_least + file_bytes_ * steps_per_byte / round_steps;
+}
+
 bool Database::has_table(const std::string& name) {
-    Statement columns(*this, "SELECT 1 FROM pragma_table_info('" + name + "')");
-    return columns.step();
+    Statement table(*this,
+                    "SELECT type = 'table' AND rootpage > 0 AND NOT EXISTS "
+                    "(SELECT 1 FROM pragma_table_xinfo('" +
+                        name +
+                        "') WHERE hidden <> 0) "
+                        "FROM sqlite_master WHERE type IN ('table', 'view') AND name = '" +
+                        name + "' COLLATE NOCASE");
+    if (!table.step()) return false;
+    if (table.integer(0) == 0) throw DatabaseError("'" + name + "' is computed, not a stored table", false);
+    return true;
 }
 
 void Statement::Finalize::operator()(sqlite3_stmt* statement) const {

@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "input/sqlite/DatabaseFiles.hpp"
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -29,14 +31,21 @@ private:
 };
 
 /// Owns one connection. The file and its folder stay as they are: no lock, no shared-memory file, no
-/// checkpoint. Temporary tables lie in SQLite's own temporary files.
+/// checkpoint. What is not committed is rolled back in a copy among the temporary files, whose space is free
+/// again when the connection goes away. Temporary tables lie in SQLite's own temporary files.
 class Database {
 public:
-    /// Throws DatabaseError.
-    explicit Database(const std::filesystem::path& file);
+    /// Throws DatabaseError; std::system_error when a copy is needed and cannot be made.
+    explicit Database(const DatabaseFiles& files);
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
 
     void execute(const char* sql);
+    /// Throws DatabaseError for a view, a virtual table or one with computed columns: only what is stored
+    /// takes no longer to read than the file is large.
     bool has_table(const std::string& name);
+    /// Lets statements take, from here on, as many steps as reading the whole file a few times can need.
+    void grant_work();
 
 private:
     friend class Statement;
@@ -45,6 +54,13 @@ private:
         void operator()(sqlite3* connection) const;
     };
 
+    void open(const std::filesystem::path& file, const char* options, int access);
+    void roll_back(const std::filesystem::path& copy);
+    void bound_work();
+
+    static constexpr int round_steps = 1 << 14;
+    std::uint64_t file_bytes_;
+    std::uint64_t rounds_left_ = 0;
     std::unique_ptr<sqlite3, Close> connection_;
 };
 

@@ -158,7 +158,12 @@ std::int64_t next_readable(Statement& rows, std::int64_t bad) {
 
 }  // namespace
 
-SqliteStream::SqliteStream(const fs::path& file) try : source_(file.string()), database_(checked(file)) {
+SqliteStream::SqliteStream(const fs::path& file) try
+    : source_(file.string()), files_(checked(file)), database_(files_) {
+    if (files_.has_hot_journal())
+        problems_.push_back({source_, 0,
+                             "the journal beside it has changes that were not committed; "
+                             "the messages are those from before"});
     read_topics();
     read_definitions();
     survey();
@@ -170,11 +175,15 @@ SqliteStream::~SqliteStream() = default;
 
 // Columns go by name: their order differs between files, and most of them between versions.
 void SqliteStream::read_topics() {
+    for (const char* const table : {"topics", "messages"})
+        if (!database_.has_table(table)) throw DatabaseError(std::string("no such table: ") + table, false);
     Statement topics(database_, "SELECT id, name, type, * FROM topics ORDER BY id");
     std::optional<int> encoding;  // its column
     for (int i = 3; i < topics.column_count(); ++i)
         if (topics.column_name(i) == "serialization_format") encoding = i;
     while (topics.step()) {
+        if (channel_of_topic_.contains(topics.integer(0)))
+            throw DatabaseError("topics has the id " + topics.text(0) + " twice", false);
         Channel channel{.topic = topics.text(1),
                         .type_name = topics.text(2),
                         .message_encoding = encoding ? topics.text(*encoding) : "cdr",
@@ -255,6 +264,7 @@ void SqliteStream::count_messages() {
 
 /// Reads each row whole, so that those in row_order are known to be good.
 void SqliteStream::order_rows(std::vector<Problem>& problems) {
+    database_.grant_work();
     const std::string sql =
         "SELECT id, timestamp, topic_id, data FROM messages NOT INDEXED WHERE id >= ?1 ORDER BY id";
     Statement rows(database_, sql);
@@ -272,6 +282,7 @@ void SqliteStream::order_rows(std::vector<Problem>& problems) {
 }
 
 void SqliteStream::start(const Selection& selection) {
+    database_.grant_work();
     selected_topics_.reset();
     const std::vector<bool>& chosen = selection.channels;
     if (std::find(chosen.begin(), chosen.end(), false) != chosen.end()) {
@@ -294,6 +305,7 @@ void SqliteStream::start(const Selection& selection) {
         selection.end && *selection.end <= range_end && !nothing ? nanoseconds(*selection.end) - 1 : highest;
     delivered_.reset();
     problems_delivered_ = 0;
+    has_ended_ = false;
     rows_.reset();
     if (!nothing) query_rows();
 }
@@ -339,6 +351,10 @@ std::unique_ptr<Batch> SqliteStream::next_batch() {
     }
     while (problems_delivered_ < reading_problems_.size())
         batch->add(reading_problems_[problems_delivered_++]);
+    if (!rows_ && !std::exchange(has_ended_, true) && files_.have_changed())
+        batch->add({source_, 0,
+                    "the database or a journal beside it has changed since it was opened; "
+                    "messages may be missing"});
     if (batch->empty()) return nullptr;
     return batch;
 }

@@ -30,7 +30,8 @@ class RowBatch;
 /// Whether a file that begins with these bytes (16 are enough) is a SQLite database.
 bool is_sqlite(std::span<const std::byte> first_bytes);
 
-/// The messages of one .db3 file, payloads as stored, those in a write-ahead log beside it included.
+/// The messages of one .db3 file that are committed, payloads as stored, those in a write-ahead log beside it
+/// included. Files that change are reported at the end of a pass.
 /// Throws InputError for a file that is no database, or has not the tables of a recording.
 std::unique_ptr<MessageStream> open_sqlite(const std::filesystem::path& file);
 
@@ -66,6 +67,7 @@ private:
     void add_row(RowBatch& batch);
 
     std::string source_;
+    DatabaseFiles files_;
     Database database_;
     std::vector<Channel> channels_;
     std::unordered_map<std::int64_t, std::uint32_t> channel_of_topic_;  // by topics.id
@@ -80,6 +82,7 @@ private:
     std::unique_ptr<Statement> rows_;     // null before start() and after the last row
     std::optional<RowKey> delivered_;     // the last row of this pass
     std::size_t problems_delivered_ = 0;  // of reading_problems_, in this pass
+    bool has_ended_ = false;              // this pass, with a look whether the files have changed
 };
 
 }  // namespace zun::input::rosbag2

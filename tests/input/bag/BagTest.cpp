@@ -255,6 +255,21 @@ TEST(WriteAheadLog, IsReadAndLeftAsItIs) {
     EXPECT_EQ(before, listing(crashed));
 }
 
+TEST(ChangingDatabase, IsReportedAtTheEndOfAPass) {
+    const fs::path file = new_folder() / "r.db3";
+    make_database(file, tables + "INSERT INTO topics VALUES (1, '/a', 'p/T', 'cdr')");
+    for (const char* const ending : {"-journal", "-wal", ""}) {
+        const auto stream = open_storage(file);
+        EXPECT_EQ("", pass(*stream)) << ending;
+        std::ofstream(fs::path(file) += ending, std::ios::app) << '\0';
+        EXPECT_EQ(
+            "r.db3:0: the database or a journal beside it has changed since it was opened; messages may be "
+            "missing (0 lost)\n",
+            pass(*stream))
+            << ending;
+    }
+}
+
 /// 3000 messages of 100 bytes, and what is left of them once `damage` has changed the bytes of the file.
 void expect_lost(const std::function<void(std::string&)>& damage, std::uint64_t lost, std::size_t delivered) {
     const fs::path file = new_folder() / "x.db3";

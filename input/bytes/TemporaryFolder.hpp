@@ -1,0 +1,49 @@
+// TemporaryFolder: where files are made that are gone again as soon as they are open.
+
+#ifndef ZUN_INPUT_BYTES_TEMPORARY_FOLDER_HPP
+#define ZUN_INPUT_BYTES_TEMPORARY_FOLDER_HPP
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "input/bytes/File.hpp"
+
+namespace zun::input {
+
+/// A new folder of its own among the temporary files, removed with all that is in it.
+class TemporaryFolder {
+public:
+    /// Throws std::system_error with the path.
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::filesystem::path path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+/// A new file that is written from its beginning to its end. Throws std::system_error with the path.
+class NewFile {
+public:
+    explicit NewFile(const std::filesystem::path& path);
+    void write(Bytes bytes);
+    void close();
+
+private:
+    struct Close {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    [[noreturn]] void fail() const;
+
+    std::string path_;
+    std::unique_ptr<std::FILE, Close> file_;
+};
+
+}  // namespace zun::input
+
+#endif
