@@ -12,7 +12,8 @@
 
 namespace zun::input::rosbag2 {
 
-/// The stream that `open` makes of `file`; it, and the InputError of a file that is refused, speak of `source`.
+/// The stream that `open` makes of `file`; it, and the InputError of a file that is refused, speak of
+/// `source`.
 ///
 /// `damage`  what was lost on the way from `source` to `file`; one more problem of the stream
 std::unique_ptr<MessageStream> open_stand_in(const std::filesystem::path& file, const std::string& source,
