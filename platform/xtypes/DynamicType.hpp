@@ -74,7 +74,7 @@ private:
 namespace zun::core::xtypes {
 
 class DynamicTypeImpl;
-/// See TypeBuilder.hpp.
+/// A boolean, octet, integer, floating-point or character type. One node per kind serves all.
 DynamicTypeImpl primitive_type(TypeKind kind);
 
 /// A filled handle.

@@ -14,9 +14,6 @@
 
 namespace zun::core::xtypes {
 
-/// A boolean, octet, integer, floating-point or character type. One node per kind serves all.
-DynamicTypeImpl primitive_type(TypeKind kind);
-
 /// `bound` in characters, 1 or more, or no_bound.
 DynamicTypeImpl string_type(std::uint32_t bound = no_bound);
 DynamicTypeImpl wstring_type(std::uint32_t bound = no_bound);
