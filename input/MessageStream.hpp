@@ -46,12 +46,13 @@ struct Message {
     std::span<const std::byte> data;
 };
 
-/// Damage that was stepped over.
+/// Damage that was stepped over, or a flaw that costs nothing.
 struct Problem {
     std::string source;               ///< file
     std::uint64_t position = 0;       ///< byte offset in it (from 0); for a database, the row
     std::string text;                 ///< "chunk does not decompress, 12 messages lost"
     std::uint64_t messages_lost = 0;  ///< 0 where nothing, or nothing countable, is lost
+    bool hint = false;                ///< nothing is lost by it
 };
 
 /// Messages that are read and loaded together.

@@ -197,6 +197,10 @@ void RowPass::write(std::size_t topic, std::string_view text) {
 }
 
 void add_problem(RecordingReport& report, const input::Problem& problem, bool strict) {
+    if (problem.hint) {
+        report.hints.push_back(problem);
+        return;
+    }
     if (strict) throw InputError(problem.source, problem.position, problem.text);
     ++report.problem_count;
     report.messages_lost += problem.messages_lost;

@@ -149,6 +149,8 @@ void add_reader_hints(Lines& lines, const TopicReport& topic) {
 
 Lines hints_of(const RecordingReport& recording, bool for_readers) {
     Lines lines;
+    for (const input::Problem& hint : recording.hints)
+        lines.push_back(place_of(hint) + hint.text);
     add_refusals(lines, recording, false);
     for (const TopicReport& topic : recording.topics) {
         const std::string start = topic.topic + ": ";

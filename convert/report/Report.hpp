@@ -51,6 +51,7 @@ struct RecordingReport {
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
     std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found
     std::vector<input::Problem> problems = {};  ///< the first few
+    std::vector<input::Problem> hints = {};     ///< flaws that cost nothing
 };
 
 struct Report {

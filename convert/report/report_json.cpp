@@ -134,9 +134,9 @@ void write_recording(JsonWriter& json, const RecordingReport& recording) {
         json.key("problem_count").value(recording.problem_count);
         json.key("messages_lost").value(recording.messages_lost);
         json.key("messages_missing").value(recording.messages_missing);
-        json.key("problems").list_of(recording.problems, [&](const input::Problem& problem) {
-            write_problem(json, problem);
-        });
+        const auto problem = [&](const input::Problem& found) { write_problem(json, found); };
+        json.key("problems").list_of(recording.problems, problem);
+        json.key("hints").list_of(recording.hints, problem);
     });
 }
 

@@ -27,7 +27,7 @@ std::unique_ptr<MessageStream> open_storage(const fs::path& path) {
 }  // namespace
 
 bool is_recording(const fs::path& path) {
-    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path);
+    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path, open_storage);
     if (!fs::is_regular_file(path)) return false;
     const auto bytes = read_first_bytes(path);
     return is_mcap(bytes) || rosbag2::is_sqlite(bytes) || is_zstd(bytes);
@@ -35,8 +35,7 @@ bool is_recording(const fs::path& path) {
 
 std::unique_ptr<MessageStream> open_recording(const fs::path& path) {
     if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage);
-    if (is_zstd(read_first_bytes(path))) return rosbag2::open_compressed(path, open_storage);
-    return open_storage(path);
+    return rosbag2::open_part(path, open_storage);
 }
 
 }  // namespace zun::input
