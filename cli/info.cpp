@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iomanip>
 #include <iostream>
 #include <system_error>
@@ -90,12 +91,18 @@ std::unique_ptr<input::MessageStream> try_open(const convert::Recording& recordi
     return nullptr;
 }
 
+bool lost_nothing(const input::MessageStream& stream) {
+    const auto& found = stream.problems();
+    return std::all_of(found.begin(), found.end(),
+                       [](const input::Problem& problem) { return problem.hint; });
+}
+
 int show_info(const Request& request) {
     bool any = false;
     bool all = true;
     for (const convert::Recording& recording : find_recordings(request.recordings, std::nullopt)) {
         const auto stream = try_open(recording);
-        all = all && stream && stream->problems().empty();
+        all = all && stream && lost_nothing(*stream);
         if (!stream) continue;
         any = true;
         TextStream text;

@@ -46,7 +46,7 @@ struct Message {
     std::span<const std::byte> data;
 };
 
-/// Damage that was stepped over, or something else worth knowing.
+/// Damage that was stepped over, or a flaw that costs nothing.
 struct Problem {
     std::string source;               ///< file
     std::uint64_t position = 0;       ///< byte offset in it (from 0); for a database, the row

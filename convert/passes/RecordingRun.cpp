@@ -59,6 +59,7 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
                            RecordingReport& report) {
     for (const input::Problem& problem : stream_->problems())
         add_problem(report, problem, settings_.strict);
+    const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
     Pass pass("converting", topics_, stream_->channels().size(), settings_.every, watch_);
     RowPass converting(topics_, settings_, limits, lengths, output, report);
     converting.write_headers();
@@ -68,11 +69,11 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
         return batch.batch ? converting.step(pass, std::move(batch)) : nullptr;
     });
     if (batches_.cut()) add_problem(report, *batches_.cut(), settings_.strict);
-    count_missing(report);
+    count_missing(report, report.messages_lost - lost_before);
 }
 
-/// The messages that the recording counts and that neither became rows nor are known to be lost.
-void RecordingRun::count_missing(RecordingReport& report) const {
+/// The messages that the recording counts and that neither became rows nor are among the `lost` of this pass.
+void RecordingRun::count_missing(RecordingReport& report, std::uint64_t lost) const {
     if (settings_.start || settings_.end) return;
     std::uint64_t missing = 0;
     for (std::size_t i = 0; i < topics_.size(); ++i) {
@@ -82,7 +83,7 @@ void RecordingRun::count_missing(RecordingReport& report) const {
         const std::uint64_t met = report.topics[i].rows + report.topics[i].unreadable;
         missing += counted > met ? counted - met : 0;
     }
-    report.messages_missing = missing > report.messages_lost ? missing - report.messages_lost : 0;
+    report.messages_missing = missing > lost ? missing - lost : 0;
 }
 
 }  // namespace zun::convert

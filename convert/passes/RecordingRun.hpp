@@ -48,7 +48,7 @@ public:
 
 private:
     input::Selection selection() const;
-    void count_missing(RecordingReport& report) const;
+    void count_missing(RecordingReport& report, std::uint64_t lost) const;
 
     const Settings& settings_;
     const Watch& watch_;

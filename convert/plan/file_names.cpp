@@ -70,9 +70,10 @@ std::string file_name(std::string_view name) {
         const auto byte = static_cast<unsigned char>(name.front());
         const std::size_t wide = wide_character_size(name);
         const bool hides = result.empty() && (byte == '.' || byte == '/');
+        const bool is_inner_space = byte == ' ' && !result.empty() && name.size() > 1;
         if (byte == '/' && !hides)
             result += '.';
-        else if (wide > 0 || (is_plain(byte) && !hides))
+        else if (wide > 0 || is_inner_space || (is_plain(byte) && !hides))
             result += name.substr(0, wide > 0 ? wide : 1);
         else
             append_escaped(result, byte);

@@ -28,7 +28,7 @@ struct BagFolder {
     std::optional<Metadata> metadata = {};
     std::vector<fs::path> files = {};
     std::vector<Problem> problems = {};
-    bool complete = true;  // no listed file is missing
+    std::vector<std::string> missing = {};  // of the listed files
 };
 
 /// One file can be named in several ways, through links for one.
@@ -52,9 +52,7 @@ void take_listed_files(const fs::path& folder, BagFolder& bag) {
     for (const std::string& listed : bag.metadata->files) {
         const std::optional<fs::path> file = resolve(folder, listed);
         if (!file) {
-            bag.complete = false;
-            bag.problems.push_back(
-                {bag.metadata_file.string(), 0, "the storage file " + listed + " is missing"});
+            bag.missing.push_back(listed);
         } else if (!holds(bag.files, *file)) {
             bag.files.push_back(*file);
         }
@@ -80,8 +78,10 @@ BagFolder look_into(const fs::path& folder) {
     return bag;
 }
 
-/// Counts are compared only: an interrupted recording has false ones.
-void compare_counts(const BagFolder& bag, MergedStream& stream) {
+/// Counts are compared only: an interrupted recording has false ones. Messages that are counted, not there,
+/// and not known to be lost are lost as well.
+std::vector<Problem> count_differences(const BagFolder& bag, const MergedStream& stream) {
+    std::vector<Problem> differences;
     std::map<std::string, std::uint64_t> found;
     std::uint64_t total = 0;
     for (std::size_t i = 0; i < stream.channels().size(); ++i) {
@@ -91,17 +91,41 @@ void compare_counts(const BagFolder& bag, MergedStream& stream) {
     }
     const auto compare = [&](std::uint64_t listed, const std::string& of_what, std::uint64_t held) {
         if (listed == held) return;
-        stream.add_problem({bag.metadata_file.string(), 0,
-                            "counts " + std::to_string(listed) + " messages" + of_what +
-                                ", the recording holds " + std::to_string(held)});
+        differences.push_back({bag.metadata_file.string(), 0,
+                               "counts " + std::to_string(listed) + " messages" + of_what +
+                                   ", the recording holds " + std::to_string(held)});
     };
     if (bag.metadata->message_count) compare(*bag.metadata->message_count, "", total);
-    if (!bag.complete) return;
+    if (!differences.empty()) {
+        for (const Problem& problem : stream.problems())
+            total += problem.messages_lost;
+        differences.front().messages_lost =
+            *bag.metadata->message_count - std::min(*bag.metadata->message_count, total);
+        if (!bag.missing.empty()) return differences;
+    }
     for (const auto& [topic, count] : bag.metadata->topic_counts)
         compare(count, " of " + topic, found[topic]);
+    return differences;
+}
+
+/// A listed file that is missing costs nothing when the others hold all that is counted: it has been renamed.
+void hold_against_metadata(const BagFolder& bag, MergedStream& stream) {
+    const std::vector<Problem> differences = count_differences(bag, stream);
+    const bool renamed = bag.metadata->message_count && differences.empty();
+    for (const std::string& file : bag.missing)
+        stream.add_problem({bag.metadata_file.string(), 0,
+                            "the storage file " + file + " is missing" +
+                                (renamed ? "; the folder holds all messages that are counted" : ""),
+                            0, renamed});
+    for (const Problem& difference : differences)
+        stream.add_problem(difference);
 }
 
 }  // namespace
+
+std::unique_ptr<MessageStream> open_part(const fs::path& file, const OpenFile& open_file) {
+    return is_zstd(read_first_bytes(file)) ? open_compressed(file, open_file) : open_file(file);
+}
 
 std::unique_ptr<MessageStream> open_folder(const fs::path& folder, const OpenFile& open_file) {
     const BagFolder bag = look_into(folder);
@@ -112,12 +136,11 @@ std::unique_ptr<MessageStream> open_folder(const fs::path& folder, const OpenFil
             bag.files.size() == 1 || (bag.files.size() <= most_open_files && !is_compressed(file));
         parts.push_back({file, keep_open});
     }
-    auto stream = std::make_unique<MergedStream>(parts, [open_file](const fs::path& file) {
-        return is_zstd(read_first_bytes(file)) ? open_compressed(file, open_file) : open_file(file);
-    });
+    auto stream = std::make_unique<MergedStream>(
+        parts, [open_file](const fs::path& file) { return open_part(file, open_file); });
+    if (bag.metadata) hold_against_metadata(bag, *stream);
     for (const Problem& problem : bag.problems)
         stream->add_problem(problem);
-    if (bag.metadata) compare_counts(bag, *stream);
     return stream;
 }
 

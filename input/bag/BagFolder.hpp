@@ -21,9 +21,14 @@ namespace zun::input::rosbag2 {
 /// gone once this returns. Throws InputError for a file that is not a recording.
 using OpenFile = std::function<std::unique_ptr<MessageStream>(const std::filesystem::path&)>;
 
-/// Whether the folder is one recording: it has a metadata.yaml, or all its storage files are numbered parts
-/// of one name. Otherwise it may be a folder of recordings.
-bool is_bag_folder(const std::filesystem::path& folder);
+/// Whether the folder is one recording. It is when it has a metadata.yaml, or a single storage file, or
+/// several of them that are parts of one: their names differ in their numbers alone, each has a topic, with
+/// its type, in common with those before it, and no gap between their time spans is longer than ten minutes.
+/// Otherwise it may be a folder of recordings. Throws std::system_error when it cannot be looked into.
+bool is_bag_folder(const std::filesystem::path& folder, const OpenFile& open_file);
+
+/// Opens a storage file, compressed as a whole or not.
+std::unique_ptr<MessageStream> open_part(const std::filesystem::path& file, const OpenFile& open_file);
 
 /// The messages of a bag folder, merged into one order of time. A storage file that is missing or refused
 /// becomes a problem. Throws InputError when no file is left.

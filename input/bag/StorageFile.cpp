@@ -4,20 +4,9 @@
 #include <charconv>
 #include <tuple>
 
-#include "input/bag/BagFolder.hpp"
-
 namespace zun::input::rosbag2 {
 
 namespace fs = std::filesystem;
-
-bool is_bag_folder(const fs::path& folder) {
-    if (fs::exists(folder / "metadata.yaml")) return true;
-    const std::vector<fs::path> files = storage_files(folder);
-    return !files.empty() && std::all_of(files.begin(), files.end(), [&](const fs::path& file) {
-        return numbered_name(file).stem == numbered_name(files.front()).stem &&
-               numbered_name(file).extension == numbered_name(files.front()).extension;
-    });
-}
 
 fs::path without_zstd(const fs::path& file) {
     const bool compressed = file.extension() == ".zstd" || file.extension() == ".zst";

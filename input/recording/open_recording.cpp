@@ -30,7 +30,7 @@ std::unique_ptr<MessageStream> open_storage(const fs::path& path) {
 }  // namespace
 
 bool is_recording(const fs::path& path) {
-    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path);
+    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path, open_storage);
     if (!fs::is_regular_file(path)) return false;
     const auto bytes = read_first_bytes(path);
     return is_mcap(bytes) || rosbag2::is_sqlite(bytes) || is_zstd(bytes);
@@ -40,8 +40,7 @@ std::unique_ptr<MessageStream> open_recording(const fs::path& path) {
     if (fs::is_other(path))
         throw InputError(path.string(), 0, "expected a recording, found a device or a pipe");
     if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage);
-    if (is_zstd(read_first_bytes(path))) return rosbag2::open_compressed(path, open_storage);
-    return open_storage(path);
+    return rosbag2::open_part(path, open_storage);
 }
 
 std::unique_ptr<MessageStream> open_pipe(const fs::path& path) {

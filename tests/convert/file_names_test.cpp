@@ -20,6 +20,8 @@ TEST(FileName, IsReadableAndStaysInItsFolder) {
         {"/../../etc/passwd", "%2E.....etc.passwd"},
         {"//a", "%2Fa"},
         {"/.hidden", "%2Ehidden"},
+        {" my robot ", "%20my robot%20"},
+        {"/ ", "%20"},
         {"/a\\b:c*?\"<>|~%", "a%5Cb%3Ac%2A%3F%22%3C%3E%7C%7E%25"},
         {std::string("/a\0b\n\x7f", 6), "a%00b%0A%7F"},
         {"/\xff\xc3(\xe2\x82\xc0\xaf\xed\xa0\x80\xc2\x85", "%FF%C3(%E2%82%C0%AF%ED%A0%80%C2%85"},

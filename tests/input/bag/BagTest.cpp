@@ -141,7 +141,7 @@ class Folder : public testing::TestWithParam<FolderCase> {};
 TEST_P(Folder, IsOneStream) {
     const fs::path folder = recorded(GetParam().name);
     const std::string expected = test::read_file(folder / "expected.txt");
-    EXPECT_TRUE(is_bag_folder(folder));
+    EXPECT_TRUE(is_bag_folder(folder, open_storage));
     const auto stream = open_folder(folder, open_storage);
     EXPECT_EQ(expected, pass(*stream));
     EXPECT_EQ(expected, pass(*stream)) << "on the second pass";
@@ -378,8 +378,8 @@ TEST(Metadata, ThatDisagreesWithTheFolderIsReported) {
     auto stream = open_folder(folder, open_storage);
     EXPECT_EQ(
         "metadata.yaml:0: the storage file split_1.db3 is missing (0 lost)\n"
-        "other.db3:0: left out: metadata.yaml does not list it (0 lost)\n"
-        "metadata.yaml:0: counts 60 messages, the recording holds 40 (0 lost)\n",
+        "metadata.yaml:0: counts 60 messages, the recording holds 40 (20 lost)\n"
+        "other.db3:0: left out: metadata.yaml does not list it (0 lost)\n",
         lines(stream->problems()));
     write_file(folder / "metadata.yaml", "rosbag2_bagfile_information:\n  version: [");
     stream = open_folder(folder, open_storage);
@@ -426,17 +426,46 @@ TEST_P(ListedPath, IsFound) {
 }
 INSTANTIATE_TEST_SUITE_P(, ListedPath, testing::ValuesIn(path_cases), test::CaseName());
 
-TEST(BagFolder, IsToldFromAFolderOfRecordings) {
-    const fs::path folder = new_folder();
-    EXPECT_FALSE(is_bag_folder(folder));
-    write_file(folder / "x_0.db3.zstd", "");
-    write_file(folder / "x_1.db3", "");
-    EXPECT_TRUE(is_bag_folder(folder));
-    write_file(folder / "y_2.db3", "");
-    EXPECT_FALSE(is_bag_folder(folder));
-    write_file(folder / "metadata.yaml", "");
-    EXPECT_TRUE(is_bag_folder(folder));
+/// A storage file with one message of a topic.
+struct PartOfFolder {
+    const char* name;
+    const char* topic;
+    int seconds;
+};
+struct BagFolderCase {
+    const char* name;
+    bool is_bag;
+    std::vector<PartOfFolder> parts;
+    std::vector<const char*> empty_files = {};
+};
+void PrintTo(const BagFolderCase& c, std::ostream* out) {
+    *out << c.name;
 }
+
+const BagFolderCase bag_folder_cases[] = {
+    {"Nothing", false, {}},
+    {"OneFile", true, {{"x.db3", "/a", 0}}},
+    {"Adjoining", true, {{"x_0.db3", "/a", 0}, {"x_2.db3", "/a", 1200}, {"x_1.db3", "/a", 600}}},
+    {"FarApart", false, {{"x_0.db3", "/a", 0}, {"x_1.db3", "/a", 601}}},
+    {"OtherTopics", false, {{"x_0.db3", "/a", 0}, {"x_1.db3", "/b", 1}}},
+    {"OtherNames", false, {{"x_0.db3", "/a", 0}, {"y_1.db3", "/a", 1}}},
+    {"UnreadablePart", true, {{"x_0.db3", "/a", 0}, {"x_2.db3", "/a", 1}}, {"x_1.db3"}},
+    {"Metadata", true, {{"x_0.db3", "/a", 0}, {"y_1.db3", "/b", 601}}, {"metadata.yaml"}},
+};
+
+class BagFolder : public testing::TestWithParam<BagFolderCase> {};
+
+TEST_P(BagFolder, IsToldFromAFolderOfRecordings) {
+    const fs::path folder = new_folder();
+    for (const PartOfFolder& part : GetParam().parts)
+        make_database(folder / part.name, tables + "INSERT INTO topics VALUES (1, '" + part.topic +
+                                              "', 'p/T', 'cdr'); INSERT INTO messages VALUES (1, 1, " +
+                                              std::to_string(part.seconds) + "000000000, X'00');");
+    for (const char* const file : GetParam().empty_files)
+        write_file(folder / file, "");
+    EXPECT_EQ(GetParam().is_bag, is_bag_folder(folder, open_storage));
+}
+INSTANTIATE_TEST_SUITE_P(, BagFolder, testing::ValuesIn(bag_folder_cases), test::CaseName());
 
 }  // namespace
 }  // namespace zun::input::rosbag2
