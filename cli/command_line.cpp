@@ -1,8 +1,11 @@
+#include <algorithm>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
 
+#include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
+#include "convert/plan/nearest.hpp"
 
 namespace zun::cli {
 
@@ -39,12 +42,61 @@ public:
     }
 };
 
+std::vector<std::string> subcommand_names(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({}))
+        names.push_back(command->get_name());
+    return names;
+}
+
+std::vector<std::string> option_names(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options())
+        for (const std::string& name : option->get_lnames())
+            names.push_back("--" + name);
+    return names;
+}
+
+std::string unknown_subcommand(const CLI::App& app, const std::string& word) {
+    return '\'' + word + "' is no subcommand" + convert::nearest_note(word, subcommand_names(app));
+}
+
 }  // namespace
+
+std::string unknown_word(const CLI::App& app) {
+    const std::vector<std::string> words = app.remaining(true);
+    if (words.empty()) return "";
+    const std::string word = words.front().substr(0, words.front().find('='));
+    const auto commands = app.get_subcommands();
+    if (word.front() != '-')
+        return commands.empty() ? unknown_subcommand(app, word) : '\'' + word + "' is one argument too many";
+    const CLI::App& command = commands.empty() ? app : *commands.front();
+    return '\'' + word + "' is no option of " + command.get_name() +
+           convert::nearest_note(word, option_names(command));
+}
+
+void add_help(CLI::App& app, Action& action) {
+    CLI::App& command = *app.add_subcommand("help", "Shows what a subcommand takes, as its --help does");
+    command.footer("Example: dds2csv help convert");
+    const auto name = std::make_shared<std::string>();
+    command.add_option("SUBCOMMAND", *name, "which one; without it, what all of them are for");
+    command.callback([name, &app, &action] {
+        const auto known = subcommand_names(app);
+        if (!name->empty() && std::count(known.begin(), known.end(), *name) == 0)
+            throw CLI::ValidationError(unknown_subcommand(app, *name));
+        const CLI::App* const about = name->empty() ? &app : app.get_subcommand(*name);
+        action = [about, &app] {
+            const std::string title = app.get_name() + (about == &app ? "" : ' ' + about->get_name());
+            write_data(app.get_formatter()->make_help(about, title, CLI::AppFormatMode::Normal));
+            return ALL_DONE;
+        };
+    });
+}
 
 std::unique_ptr<CLI::App> make_command_line(Action& action) {
     auto app = std::make_unique<CLI::App>("Recordings of a DDS data bus as CSV files", "dds2csv");
     app->formatter(std::make_shared<HelpFormatter>());
-    app->set_version_flag("--version", "dds2csv " ZUN_VERSION "\nbuilt with " ZUN_LIBRARIES);
+    app->set_version_flag("-V,--version", "dds2csv " ZUN_VERSION "\nbuilt with " ZUN_LIBRARIES);
     app->require_subcommand(1);
     app->footer(
         "Example: dds2csv convert drive.mcap -o csv\n\n"
@@ -54,6 +106,7 @@ std::unique_ptr<CLI::App> make_command_line(Action& action) {
     add_info(*app, action);
     add_columns(*app, action);
     add_fit(*app, action);
+    add_help(*app, action);
     return app;
 }
 

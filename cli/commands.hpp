@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include <CLI/App.hpp>
 
@@ -26,9 +27,14 @@ void add_convert(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
 void add_columns(CLI::App& app, Action& action);
 void add_fit(CLI::App& app, Action& action);
+void add_help(CLI::App& app, Action& action);
 
 /// The whole command line. `action` must outlive it.
 std::unique_ptr<CLI::App> make_command_line(Action& action);
+
+/// What is wrong with the first word that parsing `app` could not place, and which subcommands or options are
+/// nearest; empty where it placed all.
+std::string unknown_word(const CLI::App& app);
 
 }  // namespace zun::cli
 

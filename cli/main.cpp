@@ -27,8 +27,12 @@ int complain(const char* problem, ExitCode code) {
 
 /// Help and version are data; what is wrong with the arguments is talk.
 int answer(const CLI::App& app, const CLI::ParseError& answer) {
-    const bool asked_for = answer.get_exit_code() == 0;
-    app.exit(answer, std::cout, std::cerr);
+    const bool asked_for = answer.get_exit_code() == 0 && app.remaining().empty();
+    const std::string unknown = asked_for ? "" : unknown_word(app);
+    if (unknown.empty())
+        app.exit(answer, std::cout, std::cerr);
+    else
+        std::cerr << unknown << "\nRun with --help for more information.\n";
     return asked_for ? ALL_DONE : WRONG_USAGE;
 }
 

@@ -82,8 +82,8 @@ std::string synopsis(const CLI::App& command) {
     std::string text = "dds2csv " + command.get_name() + " [OPTIONS]";
     for (const CLI::Option* option : command.get_options({}))
         if (is_positional(*option))
-            text += ' ' + option->get_name() + (option->get_expected_max() > 1 ? "..." : "") +
-                    (takes_topic(*option) ? " TOPIC" : "");
+            text += ' ' + (option->get_required() ? option->get_name() : '[' + option->get_name() + ']') +
+                    (option->get_expected_max() > 1 ? "..." : "") + (takes_topic(*option) ? " TOPIC" : "");
     return text;
 }
 

@@ -4,6 +4,7 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "convert/plan/nearest.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -129,7 +130,7 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     report.folder = recording.folder.string();
     try {
         auto run = std::make_unique<RecordingRun>(recording, types_, settings_, watch_);
-        find_patterns_used(run->stream());
+        add_names(run->stream());
         set_span(report, run->stream().summary());
         if (!run->topics().empty() || run->stream().channels().empty()) return run;
         report.failure = {"no-topic", "it has no topic that is wanted"};
@@ -238,16 +239,22 @@ void Conversion::run(Report& report) {
     add_notes(report);
 }
 
-void Conversion::find_patterns_used(const input::MessageStream& stream) {
-    for (const std::string& pattern : settings_.topics.wanted)
-        for (const input::Channel& channel : stream.channels())
-            if (TopicFilter{{pattern}}.accepts(channel.topic)) patterns_used_.insert(pattern);
+void Conversion::add_names(const input::MessageStream& stream) {
+    for (const input::Channel& channel : stream.channels())
+        topic_names_.insert(channel.topic);
+}
+
+std::string Conversion::nearest_topics(const std::string& name) const {
+    return nearest_note(name, {topic_names_.begin(), topic_names_.end()});
 }
 
 void Conversion::add_notes(Report& report) const {
     for (const std::string& pattern : settings_.topics.wanted)
-        if (patterns_used_.count(pattern) == 0)
-            report.losses.push_back({"no-topic", "--topics " + in_quotes(pattern) + " matches no topic"});
+        if (std::none_of(
+                topic_names_.begin(), topic_names_.end(),
+                [filter = TopicFilter{{pattern}}](const auto& name) { return filter.accepts(name); }))
+            report.losses.push_back({"no-topic", "--topics " + in_quotes(pattern) + " matches no topic" +
+                                                     nearest_topics(pattern)});
     for (const LimitRule& rule : settings_.rules)
         if (!rule.won) report.notes.push_back(rule_note(rule));
 }
@@ -278,11 +285,14 @@ Limits Conversion::plan(const std::string& name) {
     std::optional<Topic> found;
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
         RecordingRun run(recordings_[i], types_, settings_, watch_);
+        add_names(run.stream());
         measure(run);
         for (const Topic& topic : run.topics())
             if (topic.name == name && (!found || !found->type)) found = topic;
     }
-    if (!found) throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name));
+    if (!found)
+        throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name) +
+                                 nearest_topics(name));
     TopicReport unused;
     Limits limits = found->file.empty() ? Limits() : limits_of(*found, unused);
     if (found->file.empty()) throw std::runtime_error(name + ": " + found->refusal->text);

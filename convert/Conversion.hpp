@@ -53,7 +53,8 @@ public:
 private:
     /// The run of recording `index`; null, with the reason in `report`, when it cannot be opened.
     std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report);
-    void find_patterns_used(const input::MessageStream& stream);
+    void add_names(const input::MessageStream& stream);
+    std::string nearest_topics(const std::string& name) const;
     void prepare(Report& report);
     void measure(RecordingRun& run);
     void add_notes(Report& report) const;
@@ -65,7 +66,7 @@ private:
     Watch watch_;
     std::vector<Recording> recordings_;
     Types types_;
-    std::set<std::string> patterns_used_;  // those of --topics that some channel matched
+    std::set<std::string> topic_names_;  // of all recordings that were opened
     TopicLengths lengths_;
     bool lengths_are_sure_ = true;            // no message was missed when they were measured
     std::unique_ptr<RecordingRun> kept_run_;  // of the only recording, with the batches that it has kept

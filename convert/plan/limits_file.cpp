@@ -1,6 +1,8 @@
 #include "convert/plan/limits_file.hpp"
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <fstream>
 #include <system_error>
 
@@ -12,16 +14,59 @@ namespace zun::convert {
 
 namespace {
 
-const YAML::Node& expect_map(const YAML::Node& node) {
-    if (!node.IsMap()) throw YAML::RepresentationException(node.Mark(), "expected a map");
-    return node;
+/// From 1, also where a text has no place of its own.
+std::uint64_t line_of(const YAML::Mark& mark) {
+    return static_cast<std::uint64_t>(std::max(mark.line, 0)) + 1;
 }
 
-Lengths lengths_of(const YAML::Node& fields) {
+/// A part of the file, which says where it lies when it is not as it should be.
+struct Part {
+    const std::string& file;
+    YAML::Node node;
+
+    [[noreturn]] void refuse(const std::string& expected) const {
+        throw InputError(file, line_of(node.Mark()), "expected " + expected);
+    }
+
+    YAML::Node map(const std::string& expected) const {
+        if (!node.IsMap()) refuse(expected);
+        return node;
+    }
+
+    std::string scalar(const std::string& expected) const {
+        if (!node.IsScalar()) refuse(expected);
+        return node.Scalar();
+    }
+};
+
+std::uint32_t limit_of(const Part& limit, const std::string& field) {
+    const std::string expected = "a number of elements (0 to 4294967295) for '" + field + '\'';
+    const std::string text = limit.scalar(expected);
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        limit.refuse(expected + ", found '" + text + '\'');
+    return number;
+}
+
+Lengths lengths_of(const Part& fields, const std::string& topic) {
     Lengths lengths;
-    for (const auto& field : expect_map(fields))
-        lengths[field.first.as<std::string>()] = field.second.as<std::uint32_t>();
+    for (const auto& field : fields.map("the sequences of '" + topic + "', a line 'NAME: N' for each")) {
+        const std::string name = Part{fields.file, field.first}.scalar("the name of a sequence");
+        lengths[name] = limit_of({fields.file, field.second}, name);
+    }
     return lengths;
+}
+
+LimitsByTopic limits_of(const Part& file) {
+    LimitsByTopic limits;
+    const YAML::Node topics = file.map("the key 'limits'")["limits"];
+    if (!topics) file.refuse("the key 'limits'");
+    for (const auto& topic : Part{file.file, topics}.map("topics below 'limits'")) {
+        const std::string name = Part{file.file, topic.first}.scalar("the name of a topic");
+        merge(limits[name], lengths_of({file.file, topic.second}, name));
+    }
+    return limits;
 }
 
 }  // namespace
@@ -41,17 +86,17 @@ void write_limits(std::ostream& out, const LimitsByTopic& limits) {
 }
 
 void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
+    const std::string name = path.string();
+    const std::string problem = "cannot read '" + name + '\'';
     std::ifstream file(path);
-    if (!file.is_open())
-        throw std::system_error(errno, std::generic_category(), "cannot read '" + path.string() + "'");
+    if (!file.is_open()) throw std::system_error(errno, std::generic_category(), problem);
     try {
-        const YAML::Node topics = YAML::Load(file)["limits"];
-        if (!topics) throw InputError(path.string(), 1, "expected the key 'limits'");
-        for (const auto& topic : expect_map(topics))
-            merge(limits[topic.first.as<std::string>()], lengths_of(topic.second));
-    } catch (const YAML::Exception& problem) {
-        const auto line = static_cast<std::uint64_t>(problem.mark.line) + 1;
-        throw InputError(path.string(), line, problem.msg);
+        for (const auto& [topic, lengths] : limits_of({name, YAML::Load(file)}))
+            merge(limits[topic], lengths);
+    } catch (const YAML::Exception& fault) {
+        throw InputError(name, line_of(fault.mark), "expected YAML as 'dds2csv fit' writes it");
+    } catch (const std::ios_base::failure& fault) {
+        throw std::system_error(fault.code(), problem);
     }
 }
 

@@ -10,7 +10,6 @@
 
 #include "convert/plan/Columns.hpp"
 #include "convert/plan/limits_file.hpp"
-#include "platform/error/InputError.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 #include "tests/support/case_files.hpp"
 
@@ -241,24 +240,6 @@ TEST(LimitsFile, ComesBackWithTheLongestOfSeveral) {
         read_limits(path, read);
     }
     EXPECT_EQ((LimitsByTopic{{"/a: b", {{"x[*].y", 3}, {"z", 0}}}, {"#", {{"q", 9}}}}), read);
-}
-
-TEST(LimitsFile, IsRefusedWithItsLine) {
-    const std::filesystem::path path = testing::TempDir() + "bad_limits.yaml";
-    const std::pair<const char*, const char*> cases[] = {{"other: 1\n", ":1: "},
-                                                         {"limits:\n  /a:\n    x: -3\n", ":3: "},
-                                                         {"limits: {\n", ":2: "},
-                                                         {"limits:\n  /a: 3\n", ":2: "}};
-    for (const auto& [text, place] : cases) {
-        std::ofstream(path) << text;
-        LimitsByTopic limits;
-        try {
-            read_limits(path, limits);
-            ADD_FAILURE() << text;
-        } catch (const InputError& problem) {
-            EXPECT_NE(std::string::npos, std::string(problem.what()).find(place)) << problem.what();
-        }
-    }
 }
 
 }  // namespace
