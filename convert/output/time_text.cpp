@@ -198,7 +198,7 @@ std::optional<TimeOfDay> parse_time_of_day(Scanner scan) {
     if (!clock || !fraction || !zone) return std::nullopt;
     const auto [hours, minutes, seconds] = *clock;
     if (hours > 23 || minutes > 59 || seconds > 59) return std::nullopt;
-    return TimeOfDay{std::int64_t{hours} * 3600 + minutes * 60 + seconds - *zone, *fraction};
+    return TimeOfDay{std::int64_t{hours} * 3600 + std::int64_t{minutes} * 60 + seconds - *zone, *fraction};
 }
 
 std::optional<Time> parse_rfc3339(Scanner scan) {
