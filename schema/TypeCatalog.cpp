@@ -134,7 +134,7 @@ core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const std::string& type_na
     }
     if (!definition) throw UnknownType(InputError(type_name, 1, "the type has no definition"), type_name);
     const bool whole = built_in.contains(definition);
-    const auto type = TypeResolver(find).type_of(*definition);
+    auto type = TypeResolver(find).type_of(*definition);
     for (const auto& [found, name] : built_in)
         if (!whole || found == definition) known.built_in.insert(name);
     return type;
