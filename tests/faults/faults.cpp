@@ -119,6 +119,7 @@ FAULTY("map", void*, mmap, (void* at, std::size_t size, int access, int flags, i
 FAULTY("map", void*, mmap64, (void* at, std::size_t size, int access, int flags, int file, off_t from),
        (at, size, access, flags, file, from))
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the C library's
 extern "C" int __libc_start_main(Main tool, int count, char** arguments, void (*begin)(), void (*end)(),
                                  void (*unload)(), void* stack) {
     real_main = tool;
