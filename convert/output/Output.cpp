@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <sys/resource.h>
 #include <system_error>
-#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -47,18 +46,22 @@ void rename_new(const std::filesystem::path& from, const std::filesystem::path& 
     ::unlink(from.c_str());
 }
 
-/// Makes a file whose name begins with `path` and is no other process's; its descriptor and its name.
-std::pair<int, std::filesystem::path> make_part(const std::filesystem::path& path) {
+/// Makes a file whose name begins with `path` and is no other process's; its descriptor. Once the file is
+/// there, nothing can keep its name from getting into `part`: whoever takes it away again knows it.
+int make_part(const std::filesystem::path& path, std::filesystem::path& part) {
     static constexpr std::string_view digits = "0123456789abcdef";
     std::random_device random;
     for (;;) {
         std::string mark = ".";
         for (auto bits = random(); mark.size() <= 8; bits >>= 4)
             mark += digits[bits & 15];
-        const std::filesystem::path part = path.string() + mark + ".part";
+        std::filesystem::path name = path.string() + mark + ".part";
         const int descriptor =
-            ::open(part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_CREAT | O_EXCL, 0666);
-        if (descriptor >= 0) return {descriptor, part};
+            ::open(name.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_CREAT | O_EXCL, 0666);
+        if (descriptor >= 0) {
+            part.swap(name);
+            return descriptor;
+        }
         if (errno != EEXIST) fail("cannot make", path.string());
     }
 }
@@ -150,7 +153,7 @@ void OutputFiles::open(File& file) {
     if (open_.size() >= most_open_) close(*open_.back());
     if (file.part.empty()) {
         make_folder();
-        std::tie(file.descriptor, file.part) = make_part(file.path);
+        file.descriptor = make_part(file.path, file.part);
     } else {
         file.descriptor = ::open(file.part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_APPEND);
         if (file.descriptor < 0) fail("cannot write", file.part.string());

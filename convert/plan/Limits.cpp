@@ -108,6 +108,7 @@ void Limits::hold(std::uint64_t most) {
     std::stable_sort(order.begin(), order.end(),
                      [](const Field* a, const Field* b) { return a->limit > b->limit; });
     std::vector<std::uint32_t> whole;
+    whole.reserve(order.size());
     for (const Field* const field : order)
         whole.push_back(field->limit);
     const auto hold_first = [&](std::size_t count) {

@@ -1,7 +1,8 @@
 #include "convert/plan/file_names.hpp"
 
+#include <algorithm>
 #include <cstdint>
-#include <set>
+#include <map>
 
 namespace zun::convert {
 
@@ -9,6 +10,12 @@ namespace {
 
 constexpr std::size_t longest_name_bytes =
     200;  // room for "~2", ".csv" and the mark of an unfinished file in 255
+
+std::string lower_case(std::string text) {
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
 
 bool is_letter_or_digit(unsigned char byte) {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
@@ -40,6 +47,15 @@ void append_escaped(std::string& text, unsigned char byte) {
     text += digits[byte & 15U];
 }
 
+/// Whether some systems take a file of that name for a device, whatever comes after its first dot.
+bool is_reserved(std::string_view name) {
+    const std::string word = lower_case(std::string(name.substr(0, name.find_first_of("./"))));
+    const std::string_view words[] = {"con", "prn", "aux", "nul"};
+    if (std::find(std::begin(words), std::end(words), word) != std::end(words)) return true;
+    const bool port = word.rfind("com", 0) == 0 || word.rfind("lpt", 0) == 0;
+    return port && word.size() == 4 && word[3] >= '0' && word[3] <= '9';
+}
+
 /// The first part of `text`, cut between characters, and a number made from all of it.
 std::string shortened(const std::string& text) {
     std::uint64_t hash = 14695981039346656037U;  // FNV-1a
@@ -54,22 +70,17 @@ std::string shortened(const std::string& text) {
     return result;
 }
 
-std::string lower_case(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return text;
-}
-
 }  // namespace
 
 std::string file_name(std::string_view name) {
     if (!name.empty() && name.front() == '/') name.remove_prefix(1);
     if (name.empty()) return "%";
+    const bool reserved = is_reserved(name);
     std::string result;
     while (!name.empty()) {
         const auto byte = static_cast<unsigned char>(name.front());
         const std::size_t wide = wide_character_size(name);
-        const bool hides = result.empty() && (byte == '.' || byte == '/');
+        const bool hides = result.empty() && (byte == '.' || byte == '/' || reserved);
         const bool is_inner_space = byte == ' ' && !result.empty() && name.size() > 1;
         if (byte == '/' && !hides)
             result += '.';
@@ -83,15 +94,18 @@ std::string file_name(std::string_view name) {
 }
 
 std::vector<std::string> file_names(const std::vector<FileSubject>& subjects) {
-    std::set<std::string> taken;
+    std::map<std::string, int> used;  // in lower case, with the last number behind each
     std::vector<std::string> results;
     for (const FileSubject& subject : subjects) {
         std::string whole = file_name(subject.name);
         if (!subject.qualifier.empty()) whole += '~' + file_name(subject.qualifier);
         const std::string first = whole.size() > longest_name_bytes ? shortened(whole) : whole;
         std::string result = first;
-        for (int n = 2; !taken.insert(lower_case(result)).second; ++n)
-            result = first + '~' + std::to_string(n);
+        int& number = used[lower_case(first)];
+        for (++number; number > 1; ++number) {
+            result = first + '~' + std::to_string(number);
+            if (used.emplace(lower_case(result), 1).second) break;
+        }
         results.push_back(std::move(result));
     }
     return results;

@@ -9,9 +9,10 @@
 
 namespace zun::convert {
 
-/// `name` as one path component that is neither hidden nor "." or "..": "/a/b_c" gives "a.b_c". Slashes
-/// become dots, the first slash goes; control characters, bytes that are no UTF-8, spaces at an end and the
-/// characters that shells or other file systems refuse become "%" and two hexadecimal digits.
+/// `name` as one path component that is neither hidden nor "." or "..", nor a device's on any system:
+/// "/a/b_c" gives "a.b_c". Slashes become dots, the first slash goes; control characters, bytes that are no
+/// UTF-8, spaces at an end and the characters that shells or other file systems refuse become "%" and two
+/// hexadecimal digits.
 std::string file_name(std::string_view name);
 
 /// What a file holds: a topic, and a word that tells it from others of the topic.

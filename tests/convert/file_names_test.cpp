@@ -22,6 +22,9 @@ TEST(FileName, IsReadableAndStaysInItsFolder) {
         {"/.hidden", "%2Ehidden"},
         {" my robot ", "%20my robot%20"},
         {"/ ", "%20"},
+        {"/con/x", "%63on.x"},
+        {"LPT1", "%4CPT1"},
+        {"/com10", "com10"},
         {"/a\\b:c*?\"<>|~%", "a%5Cb%3Ac%2A%3F%22%3C%3E%7C%7E%25"},
         {std::string("/a\0b\n\x7f", 6), "a%00b%0A%7F"},
         {"/\xff\xc3(\xe2\x82\xc0\xaf\xed\xa0\x80\xc2\x85", "%FF%C3(%E2%82%C0%AF%ED%A0%80%C2%85"},
@@ -46,6 +49,14 @@ TEST(FileNames, AreAllDifferentAndFit) {
     for (const std::string& name : names)
         EXPECT_LE(name.size(), 203U);
     EXPECT_EQ(std::string(182, 'y') + '~', names.back().substr(0, 183)) << "cut between characters";
+}
+
+TEST(FileNames, AlikeButForCaseTakeNoLongerThanOthers) {
+    std::vector<FileSubject> subjects(100'000, {"/abcdefghijklmnopq"});
+    for (std::size_t i = 0; i < subjects.size(); ++i)
+        for (std::size_t letter = 0; letter < 17; ++letter)
+            if ((i >> letter) % 2 == 1) subjects[i].name[letter + 1] -= 'a' - 'A';
+    EXPECT_EQ("abcdefGhiJKlmnoPQ~99905", file_names(subjects)[99'904]);
 }
 
 }  // namespace
