@@ -60,7 +60,7 @@ bool DatabaseFiles::have_changed() const {
 
 // The journal comes last: it holds what the transaction has changed until then.
 fs::path DatabaseFiles::copy_into(const fs::path& folder) const {
-    const fs::path target = folder / "database";
+    fs::path target = folder / "database";
     copy(database_, target);
     copy(File(beside("-journal")), fs::path(target) += "-journal");
     return target;
