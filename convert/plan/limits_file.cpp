@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <charconv>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 
 #include <yaml-cpp/yaml.h>
@@ -91,7 +92,9 @@ void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
     std::ifstream file(path);
     if (!file.is_open()) throw std::system_error(errno, std::generic_category(), problem);
     try {
-        for (const auto& [topic, lengths] : limits_of({name, YAML::Load(file)}))
+        // Read first: the parser does not give back its buffer when reading throws.
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        for (const auto& [topic, lengths] : limits_of({name, YAML::Load(text)}))
             merge(limits[topic], lengths);
     } catch (const YAML::Exception& fault) {
         throw InputError(name, line_of(fault.mark), "expected YAML as 'dds2csv fit' writes it");
