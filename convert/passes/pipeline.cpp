@@ -1,6 +1,8 @@
 #include "convert/passes/pipeline.hpp"
 
 #include <array>
+#include <cstddef>
+#include <vector>
 
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
@@ -12,7 +14,6 @@ namespace zun::convert {
 
 namespace {
 
-using StepPtr = std::shared_ptr<Step>;  // the pipeline copies what it passes on
 using NextStep = std::function<std::unique_ptr<Step>()>;
 
 // What a thread did before give(), another one sees after take() of the same thing. TBB sees to that, but its
@@ -42,12 +43,12 @@ constexpr char begun = 0;  // given once the stages are made, so that threads se
 
 /// `turn`  taken and given by stages that one thread works at a time, in order; null for others
 auto stage(tbb::filter_mode mode, void (Step::*action)(), const void* turn = nullptr) {
-    return tbb::make_filter<StepPtr, StepPtr>(mode, [action, turn](const StepPtr& step) {
+    return tbb::make_filter<Step*, Step*>(mode, [action, turn](Step* step) {
         take(&begun);
         take(turn);
-        take(step.get());
-        ((*step).*action)();
-        give(step.get());
+        take(step);
+        (step->*action)();
+        give(step);
         give(turn);
         return step;
     });
@@ -61,20 +62,26 @@ void run_steps(unsigned jobs, const NextStep& next) {
     constexpr auto anywhere = tbb::filter_mode::parallel;
     const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, jobs);
     const std::size_t under_way = jobs + 2;  // enough that no thread waits; each holds a batch and its rows
+    std::vector<std::unique_ptr<Step>> steps(under_way);  // they end in order, so the oldest makes room for the next
+    std::size_t begun_steps = 0;
     const std::array<char, 3> turns = {};
-    const auto take_next = [&](tbb::flow_control& flow) -> StepPtr {
+    const auto take_next = [&](tbb::flow_control& flow) -> Step* {
         take(&begun);
         take(&turns[0]);
-        StepPtr step = next();
-        give(step.get());
+        auto& place = steps[begun_steps++ % under_way];
+        take(place.get());
+        place.reset();
+        place = next();
+        Step* const step = place.get();
+        if (step == nullptr) flow.stop();
+        give(step);
         give(&turns[0]);
-        if (!step) flow.stop();
         return step;
     };
-    const auto stages = tbb::make_filter<void, StepPtr>(in_order, take_next) & stage(anywhere, &Step::load) &
+    const auto stages = tbb::make_filter<void, Step*>(in_order, take_next) & stage(anywhere, &Step::load) &
                         stage(in_order, &Step::pick, &turns[1]) & stage(anywhere, &Step::work) &
                         stage(in_order, &Step::finish, &turns[2]) &
-                        tbb::make_filter<StepPtr, void>(anywhere, [](const StepPtr&) {});
+                        tbb::make_filter<Step*, void>(in_order, [](Step*) {});
     give(&begun);
     tbb::parallel_pipeline(under_way, stages);
     take(&turns[0]);
