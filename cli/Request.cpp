@@ -82,7 +82,7 @@ void add_recordings(CLI::App& command, Request& request, const std::string& what
         ->required();
 }
 
-void add_choice_of_messages(CLI::App& command, Request& request) {
+void add_choice_of_topics(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
     const char* const group = "Which messages";
     add_repeated(command, "-t,--topics", "TOPIC", settings.topics.wanted,
@@ -92,6 +92,12 @@ void add_choice_of_messages(CLI::App& command, Request& request) {
     add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted, "not these topics; likewise")
         ->delimiter(',')
         ->group(group);
+}
+
+void add_choice_of_messages(CLI::App& command, Request& request) {
+    convert::Settings& settings = request.settings;
+    const char* const group = "Which messages";
+    add_choice_of_topics(command, request);
     add_parsed(
         command, "-S,--start", "TIME",
         [&](const auto& text) { settings.start = convert::parse_time_bound(text); },
@@ -109,13 +115,23 @@ void add_choice_of_messages(CLI::App& command, Request& request) {
         ->group(group);
 }
 
-void add_reading(CLI::App& command, Request& request) {
+void add_types(CLI::App& command, Request& request) {
     const char* const group = "Reading";
     add_repeated(
         command, "--types", "PATH", request.types,
         "where types are defined that a recording does not define: a folder with .msg and .idl files, or "
         "another recording; AMENT_PREFIX_PATH is searched too")
         ->group(group);
+    command
+        .add_flag_callback(
+            "--no-standard-types", [&] { request.standard_types = false; },
+            "do not use the common ROS interfaces that are built in")
+        ->group(group);
+}
+
+void add_reading(CLI::App& command, Request& request) {
+    const char* const group = "Reading";
+    add_types(command, request);
     cdr::Writer& writer = request.settings.writer;
     add_choice(
         command, "--writer",
@@ -125,11 +141,6 @@ void add_reading(CLI::App& command, Request& request) {
          {"ros2", [&] { writer = cdr::Writer::ROS2; }}},
         "who wrote the messages whose types are not ROS 2's: DDS implementations differ in the form of "
         "wide strings, long doubles and some headers")
-        ->group(group);
-    command
-        .add_flag_callback(
-            "--no-standard-types", [&] { request.standard_types = false; },
-            "do not use the common ROS interfaces that are built in")
         ->group(group);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")

@@ -25,9 +25,13 @@ struct Request {
 void add_recordings(CLI::App& command, Request& request, const std::string& what);
 /// Throws CLI::ValidationError when the end of the time span is before its start.
 void check_span(const Request& request);
-/// --topics, --exclude, --start, --end, --every.
+/// --topics, --exclude.
+void add_choice_of_topics(CLI::App& command, Request& request);
+/// Those, and --start, --end, --every.
 void add_choice_of_messages(CLI::App& command, Request& request);
-/// --types, --no-standard-types, --jobs.
+/// --types, --no-standard-types.
+void add_types(CLI::App& command, Request& request);
+/// Those, and --writer, --jobs.
 void add_reading(CLI::App& command, Request& request);
 /// --limit, --limits, --no-fit, --max-columns, --blobs.
 void add_limits(CLI::App& command, Request& request);

@@ -40,8 +40,9 @@ void add_columns(CLI::App& app, Action& action) {
         "elements "
         "that have columns.");
     command
-        .add_option("RECORDING", request->arguments,
-                    "where the topic is, one recording or several, and behind them its name")
+        .add_option(
+            "RECORDING", request->arguments,
+            "where the topic is, one recording or several (- for standard input), and behind them its name")
         ->type_name("TOPIC")
         ->expected(2, CLI::detail::expected_max_vector_size)
         ->required();

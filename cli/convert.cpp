@@ -84,7 +84,13 @@ void add_output(CLI::App& command, ConvertRequest& request) {
             "one topic to standard output; by default folders bear the names of the recordings")
         ->type_name("DIR")
         ->group(group);
-    command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist")->group(group);
+    CLI::Option* const overwrite =
+        command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist")->group(group);
+    command
+        .add_flag("--skip-existing", request.settings.skip_existing,
+                  "keep files that exist, and convert the topics that have none")
+        ->excludes(overwrite)
+        ->group(group);
     command.add_flag("--dry-run", request.settings.dry_run, "write nothing; report what would be written")
         ->group(group);
     command.add_flag("--strict", request.settings.strict, "stop at the first damage or unreadable message")

@@ -1,7 +1,9 @@
 #include <algorithm>
-#include <iomanip>
+#include <array>
+#include <cstdio>
 #include <iostream>
-#include <system_error>
+#include <map>
+#include <nlohmann/json.hpp>
 
 #include <CLI/CLI.hpp>
 
@@ -9,47 +11,59 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
-#include "platform/error/InputError.hpp"
+#include "convert/report/table.hpp"
 #include "platform/error/TextStream.hpp"
+#include "platform/error/visible.hpp"
 
 namespace zun::cli {
 
 namespace {
 
-using input::Summary;
+using convert::Topic;
+using nlohmann::ordered_json;
 
-double seconds_between(input::Time first, input::Time last) {
-    return static_cast<double>(last.seconds - first.seconds) +
-           (static_cast<double>(last.nanoseconds) - static_cast<double>(first.nanoseconds)) * 1e-9;
-}
+struct InfoRequest : Request {
+    bool json = false;
+};
 
-std::string fixed(double value, int digits) {
-    TextStream text;
-    text << std::fixed << std::setprecision(digits) << value;
-    return text.str();
-}
+/// A recording that was opened, and what it says of itself.
+struct Opened {
+    convert::RecordingReport report = {};
+    std::unique_ptr<convert::RecordingRun> run = {};  ///< null when it cannot be opened
 
-std::string moment(input::Time time) {
-    std::string text;
-    convert::append_time(text, time, convert::TimeFormat::RFC3339);
-    return text;
-}
-
-/// Rows of text, each column as wide as its widest cell; numbers to the right.
-void print_table(std::ostream& out, const std::vector<std::vector<std::string>>& rows) {
-    std::vector<std::size_t> widths(rows.front().size());
-    for (const auto& row : rows)
-        for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
-    for (const auto& row : rows) {
-        TextStream line;
-        for (std::size_t i = 0; i < row.size(); ++i)
-            line << "  " << (i == 1 || i == 2 ? std::right : std::left)
-                 << std::setw(static_cast<int>(widths[i])) << row[i];
-        std::string text = line.str();
-        text.erase(text.find_last_not_of(' ') + 1);
-        out << text << '\n';
+    const input::Summary& summary() const { return run->stream().summary(); }
+    std::uint64_t messages() const {
+        std::uint64_t count = 0;
+        for (const Topic& topic : run->topics())
+            count += topic.message_count;
+        return count;
     }
+    double seconds() const {
+        if (!summary().first) return 0;
+        const input::Time first = *summary().first;
+        const input::Time last = *summary().last;
+        return static_cast<double>(last.seconds - first.seconds) +
+               (static_cast<double>(last.nanoseconds) - static_cast<double>(first.nanoseconds)) * 1e-9;
+    }
+};
+
+std::string fixed(double value, const char* format) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), format, value);
+    return text.data();
+}
+
+/// What a reader of the table wants to know beside its columns.
+std::string note_on(const Topic& topic) {
+    static const std::map<std::string, std::string> words = {{"encoding", "not CDR"},
+                                                             {"unnamed-type", "type not named"},
+                                                             {"missing-type", "type missing"},
+                                                             {"schema", "schema unreadable"},
+                                                             {"unsupported-type", "type unsupported"},
+                                                             {"no-layout", "type missing"},
+                                                             {"too-wide", "too wide"}};
+    if (topic.refusal) return words.at(topic.refusal->code);
+    return topic.built_in.empty() ? "" : "type built in";
 }
 
 std::string encoding_of(const input::Channel& channel) {
@@ -57,71 +71,138 @@ std::string encoding_of(const input::Channel& channel) {
                                            : channel.message_encoding + '/' + channel.schema_encoding;
 }
 
-void print_recording(std::ostream& out, const std::string& name, const input::MessageStream& stream) {
-    const Summary& summary = stream.summary();
-    std::uint64_t messages = 0;
-    for (const auto& channel : summary.channels)
-        messages += channel.message_count;
-    out << name << ": " << messages << " messages on " << stream.channels().size() << " channels\n";
-    const double seconds = summary.first ? seconds_between(*summary.first, *summary.last) : 0;
+const input::Channel& first_channel(const Opened& recording, const Topic& topic) {
+    return recording.run->stream().channels()[topic.channels.front()];
+}
+
+void print_topics(std::ostream& out, const Opened& recording) {
+    const double seconds = recording.seconds();
+    std::vector<std::vector<std::string>> rows;
+    for (const Topic& topic : recording.run->topics()) {
+        const auto count = static_cast<double>(topic.message_count);
+        rows.push_back({visible(topic.name), std::to_string(topic.message_count),
+                        seconds > 0 ? fixed(count / seconds, "%.2f") : "", visible(topic.type_name),
+                        visible(encoding_of(first_channel(recording, topic))), note_on(topic)});
+    }
+    const bool noted = std::any_of(rows.begin(), rows.end(), [](const auto& row) { return !row[5].empty(); });
+    using enum convert::TableColumn::Align;
+    convert::print_table(out,
+                         {{"topic"},
+                          {"messages", RIGHT},
+                          {"per second", RIGHT},
+                          {"type"},
+                          {"encoding"},
+                          {noted ? "note" : ""}},
+                         rows);
+}
+
+void print_recording(std::ostream& out, const Opened& recording) {
+    const input::Summary& summary = recording.summary();
+    out << visible(recording.report.name) << ": " << convert::counted(recording.messages(), "message")
+        << " on " << convert::counted(recording.run->topics().size(), "topic") << ", "
+        << convert::size_text(summary.file_bytes);
+    for (const std::string& compression : summary.compressions)
+        out << ", " << visible(compression);
+    out << '\n';
     if (summary.first)
-        out << "  from " << moment(*summary.first) << " to " << moment(*summary.last) << ", "
-            << fixed(seconds, 3) << " s\n";
-    if (stream.channels().empty()) return;
-    std::vector<std::vector<std::string>> rows = {{"topic", "messages", "per second", "type", "encoding"}};
-    for (std::size_t i = 0; i < stream.channels().size(); ++i) {
-        const input::Channel& channel = stream.channels()[i];
-        const std::uint64_t count = summary.channels[i].message_count;
-        rows.push_back({channel.topic, std::to_string(count),
-                        seconds > 0 ? fixed(static_cast<double>(count) / seconds, 2) : "", channel.type_name,
-                        encoding_of(channel)});
-    }
-    print_table(out, rows);
+        out << "  from " << recording.report.first << " to " << recording.report.last << ", "
+            << fixed(recording.seconds(), "%.3f") << " s\n";
+    print_topics(out, recording);
 }
 
-/// Null, with the reason on stderr, when it cannot be opened.
-std::unique_ptr<input::MessageStream> try_open(const convert::Recording& recording) {
-    try {
-        return recording.open();
-    } catch (const InputError& problem) {
-        std::cerr << problem.what() << '\n';
-    } catch (const std::system_error& problem) {
-        std::cerr << problem.what() << '\n';
-    }
-    return nullptr;
+ordered_json topic_json(const Opened& recording, const Topic& topic) {
+    const input::Channel& channel = first_channel(recording, topic);
+    ordered_json json = {{"topic", topic.name},
+                         {"type", topic.type_name},
+                         {"messages", topic.message_count},
+                         {"message_encoding", channel.message_encoding},
+                         {"schema_encoding", channel.schema_encoding}};
+    if (topic.refusal) json["refusal"] = {{"code", topic.refusal->code}, {"text", topic.refusal->text}};
+    if (!topic.built_in.empty()) json["built_in"] = topic.built_in;
+    return json;
 }
 
-bool lost_nothing(const input::MessageStream& stream) {
-    const auto& found = stream.problems();
+ordered_json recording_json(const Opened& recording) {
+    ordered_json json = {{"recording", recording.report.name}};
+    if (recording.report.failure) {
+        json["failure"] = {{"code", recording.report.failure->code},
+                           {"text", recording.report.failure->text}};
+        return json;
+    }
+    const input::Summary& summary = recording.summary();
+    json["bytes"] = summary.file_bytes;
+    json["compressions"] = summary.compressions;
+    json["messages"] = recording.messages();
+    if (summary.first)
+        json["span"] = {{"first", recording.report.first},
+                        {"last", recording.report.last},
+                        {"seconds", recording.seconds()}};
+    json["topics"] = ordered_json::array();
+    for (const Topic& topic : recording.run->topics())
+        json["topics"].push_back(topic_json(recording, topic));
+    json["problems"] = ordered_json::array();
+    for (const input::Problem& problem : recording.run->stream().problems())
+        json["problems"].push_back(convert::text_of(problem));
+    return json;
+}
+
+void complain(const Opened& recording) {
+    if (recording.report.failure) {
+        const convert::Reason& failure = *recording.report.failure;
+        const bool names_itself = failure.text.find(recording.report.name) != std::string::npos;
+        std::cerr << visible((names_itself ? "" : recording.report.name + ": ") + failure.text) << '\n';
+    }
+    if (!recording.run) return;
+    for (const input::Problem& problem : recording.run->stream().problems())
+        std::cerr << visible(convert::text_of(problem)) << '\n';
+}
+
+bool is_whole(const Opened& recording) {
+    if (!recording.run) return false;
+    const auto& found = recording.run->stream().problems();
     return std::all_of(found.begin(), found.end(),
                        [](const input::Problem& problem) { return problem.hint; });
 }
 
-int show_info(const Request& request) {
+int show_info(const InfoRequest& request) {
+    const auto recordings = find_recordings(request.recordings, std::nullopt);
+    const auto conversion = make_conversion(request, recordings, {{}, &end_requested()});
     bool any = false;
     bool all = true;
-    for (const convert::Recording& recording : find_recordings(request.recordings, std::nullopt)) {
-        const auto stream = try_open(recording);
-        all = all && stream && lost_nothing(*stream);
-        if (!stream) continue;
-        any = true;
+    ordered_json json = {{"version", ZUN_VERSION}, {"recordings", ordered_json::array()}};
+    for (std::size_t i = 0; i < recordings.size(); ++i) {
+        Opened recording;
+        recording.run = conversion->open(i, recording.report);
+        any = any || recording.run;
+        all = all && is_whole(recording);
+        complain(recording);
+        if (request.json) json["recordings"].push_back(recording_json(recording));
+        if (request.json || !recording.run) continue;
         TextStream text;
-        print_recording(text, recording.name, *stream);
+        print_recording(text, recording);
         write_data(text.str());
-        for (const input::Problem& problem : stream->problems())
-            std::cerr << problem.source << ':' << problem.position << ": " << problem.text << '\n';
     }
+    convert::Report unmatched;
+    conversion->add_notes(unmatched);
+    for (const convert::Reason& loss : unmatched.losses)
+        std::cerr << visible(loss.text) << '\n';
+    if (request.json) write_data(json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n');
     if (!any) return FAILED;
-    return all ? ALL_DONE : SOMETHING_LOST;
+    return all && unmatched.losses.empty() ? ALL_DONE : SOMETHING_LOST;
 }
 
 }  // namespace
 
 void add_info(CLI::App& app, Action& action) {
     CLI::App& command = *app.add_subcommand("info", "Shows topics, types, counts and times of recordings");
-    const auto request = std::make_shared<Request>();
-    command.footer("Example: dds2csv info drive.mcap");
+    const auto request = std::make_shared<InfoRequest>();
+    command.footer(
+        "Example: dds2csv info drive.mcap\n\n"
+        "A note says where a topic's type is missing, or why else it would not be converted.");
     add_recordings(command, *request, "what to look at");
+    add_choice_of_topics(command, *request);
+    add_types(command, *request);
+    command.add_flag("--json", request->json, "print it as JSON")->group("Output");
     command.callback([request, &action] { action = [request] { return show_info(*request); }; });
 }
 

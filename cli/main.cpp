@@ -14,6 +14,7 @@
 #include "cli/commands.hpp"
 #include "cli/heap.hpp"
 #include "convert/Settings.hpp"
+#include "platform/error/TextStream.hpp"
 #include "platform/error/visible.hpp"
 
 namespace zun::cli {
@@ -29,10 +30,12 @@ int complain(const char* problem, ExitCode code) {
 int answer(const CLI::App& app, const CLI::ParseError& answer) {
     const bool asked_for = answer.get_exit_code() == 0 && app.remaining().empty();
     const std::string unknown = asked_for ? "" : unknown_word(app);
+    TextStream talk;
     if (unknown.empty())
-        app.exit(answer, std::cout, std::cerr);
+        app.exit(answer, std::cout, talk);
     else
-        std::cerr << unknown << "\nRun with --help for more information.\n";
+        talk << unknown << "\nRun with --help for more information.\n";
+    std::cerr << visible_lines(talk.str());
     return asked_for ? ALL_DONE : WRONG_USAGE;
 }
 

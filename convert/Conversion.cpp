@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "convert/plan/nearest.hpp"
+#include "convert/report/table.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -124,15 +125,33 @@ void Conversion::add_types(const input::MessageStream& recording) {
         types_.catalog.add_definition(channel.type_name, channel.schema_encoding, channel.schema_text);
 }
 
+/// Progress that names the recording.
+Watch Conversion::watch_of(std::size_t index) const {
+    if (!watch_.progress) return watch_;
+    std::string subject = recordings_[index].name;
+    if (recordings_.size() > 1)
+        subject += " (" + std::to_string(index + 1) + " of " + std::to_string(recordings_.size()) + ')';
+    const auto show = [progress = watch_.progress, subject](const std::string& activity, auto done,
+                                                            auto total) {
+        progress(activity + ' ' + subject, done, total);
+    };
+    return {show, watch_.stop};
+}
+
 std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report) {
     const Recording& recording = recordings_[index];
     report.name = recording.name;
     report.folder = recording.folder.string();
     try {
-        auto run = std::make_unique<RecordingRun>(recording, types_, settings_, watch_);
+        auto run = std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index));
         add_names(run->stream());
         set_span(report, run->stream().summary());
-        if (!run->topics().empty() || run->stream().channels().empty()) return run;
+        if (!run->kept_files().empty())
+            report.hints.push_back(
+                {"kept-files", counted(run->kept_files().size(), "file") + " existed already, kept unchanged",
+                 run->kept_files()});
+        const bool wanted = !run->topics().empty() || !run->kept_files().empty();
+        if (wanted || run->stream().channels().empty()) return run;
         report.failure = {"no-topic", "it has no topic that is wanted"};
     } catch (const InputError& problem) {
         report.failure = {"unreadable", problem.what()};
@@ -215,7 +234,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     }
     settle_all();
     report.finished = true;
-    tell_if_empty(report);
+    if (run->kept_files().empty()) tell_if_empty(report);
 }
 
 std::unique_ptr<Output> Conversion::make_output(std::size_t index, const std::vector<Topic>& topics) const {
@@ -284,7 +303,7 @@ LimitsByTopic Conversion::measure(Report& report) {
 Limits Conversion::plan(const std::string& name) {
     std::optional<Topic> found;
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
-        RecordingRun run(recordings_[i], types_, settings_, watch_);
+        RecordingRun run(recordings_[i], types_, settings_, watch_of(i));
         add_names(run.stream());
         measure(run);
         for (const Topic& topic : run.topics())

@@ -50,14 +50,18 @@ public:
     /// std::system_error when a recording cannot be opened.
     Limits plan(const std::string& topic);
 
-private:
-    /// The run of recording `index`; null, with the reason in `report`, when it cannot be opened.
+    /// Recording `index` with its topics, of which nothing is measured yet; null, with the reason in
+    /// `report`, when it cannot be opened or has no wanted topic.
     std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report);
+    /// What was asked for and is in no recording that was opened, and which rules had no effect.
+    void add_notes(Report& report) const;
+
+private:
+    Watch watch_of(std::size_t index) const;
     void add_names(const input::MessageStream& stream);
     std::string nearest_topics(const std::string& name) const;
     void prepare(Report& report);
     void measure(RecordingRun& run);
-    void add_notes(Report& report) const;
     void convert(std::size_t index, RecordingReport& report);
     std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
     Limits limits_of(Topic& topic, TopicReport& report);

@@ -129,11 +129,15 @@ void OutputFiles::make_folder() {
     if (error) throw std::system_error(error, "cannot make '" + folder_.string() + "'");
 }
 
+bool OutputFiles::exists(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::exists(std::filesystem::symlink_status(file, error));
+}
+
 void OutputFiles::refuse_existing(const std::filesystem::path& folder,
                                   const std::vector<std::string>& names) {
     for (const std::string& name : names)
-        if (std::error_code error;
-            !name.empty() && std::filesystem::exists(std::filesystem::symlink_status(folder / name, error)))
+        if (!name.empty() && exists(folder / name))
             throw std::runtime_error("'" + (folder / name).string() + "' exists; --overwrite replaces it");
 }
 

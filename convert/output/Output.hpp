@@ -41,7 +41,9 @@ public:
     void write(std::size_t topic, std::string_view text) override;
     void finish() override;
 
-    /// Throws std::runtime_error when `folder` has anything of one of these names, a broken link included.
+    /// Whether there is anything of this name, a link to nothing included.
+    static bool exists(const std::filesystem::path& file);
+    /// Throws std::runtime_error when `folder` has anything of one of these names.
     static void refuse_existing(const std::filesystem::path& folder, const std::vector<std::string>& names);
 
 private:

@@ -14,15 +14,29 @@ namespace {
 /// Decompressed batches that wait from the first pass for the second.
 constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
 
+/// Takes out the topics whose files exist, and returns these.
+std::vector<std::string> take_existing(std::vector<Topic>& topics, const std::filesystem::path& folder) {
+    const auto is_new = [&](const Topic& topic) {
+        return topic.file.empty() || !OutputFiles::exists(folder / topic.file);
+    };
+    const auto existing = std::stable_partition(topics.begin(), topics.end(), is_new);
+    std::vector<std::string> files;
+    for (auto topic = existing; topic != topics.end(); ++topic)
+        files.push_back(topic->file);
+    topics.erase(existing, topics.end());
+    return files;
+}
+
 }  // namespace
 
-RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings,
-                           const Watch& watch)
+RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch)
     : settings_(settings),
-      watch_(watch),
+      watch_(std::move(watch)),
       stream_(recording.open()),
       topics_(topics_of(*stream_, types,
                         {settings.topics, settings.skip_blobs, settings.most_columns, settings.writer})),
+      kept_files_(settings.skip_existing ? take_existing(topics_, recording.folder)
+                                         : std::vector<std::string>()),
       batches_(*stream_, selection(), kept_batches_bytes) {}
 
 input::Selection RecordingRun::selection() const {

@@ -26,11 +26,13 @@ using TopicLengths = std::map<std::string, Lengths>;
 
 class RecordingRun {
 public:
-    /// Opens `recording` and finds its topics. `settings` and `watch` must outlive the run.
-    RecordingRun(const Recording& recording, Types& types, const Settings& settings, const Watch& watch);
+    /// Opens `recording` and finds its topics. `settings` must outlive the run.
+    RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch);
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }
+    /// Those that exist and are not made anew; their topics are not among topics().
+    const std::vector<std::string>& kept_files() const { return kept_files_; }
 
     /// Adds the longest lengths of topics to `lengths`; the pass is left out when none needs it.
     ///
@@ -51,9 +53,10 @@ private:
     void count_missing(RecordingReport& report, std::uint64_t lost) const;
 
     const Settings& settings_;
-    const Watch& watch_;
+    Watch watch_;
     std::unique_ptr<input::MessageStream> stream_;
     std::vector<Topic> topics_;
+    std::vector<std::string> kept_files_;
     BatchSource batches_;
 };
 

@@ -62,7 +62,8 @@ void run_steps(unsigned jobs, const NextStep& next) {
     constexpr auto anywhere = tbb::filter_mode::parallel;
     const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, jobs);
     const std::size_t under_way = jobs + 2;  // enough that no thread waits; each holds a batch and its rows
-    std::vector<std::unique_ptr<Step>> steps(under_way);  // they end in order, so the oldest makes room for the next
+    std::vector<std::unique_ptr<Step>> steps(
+        under_way);  // they end in order, so the oldest makes room for the next
     std::size_t begun_steps = 0;
     const std::array<char, 3> turns = {};
     const auto take_next = [&](tbb::flow_control& flow) -> Step* {

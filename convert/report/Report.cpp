@@ -1,11 +1,9 @@
 #include "convert/report/Report.hpp"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <iomanip>
 #include <map>
 
+#include "convert/report/table.hpp"
 #include "platform/error/visible.hpp"
 
 namespace zun::convert {
@@ -18,24 +16,6 @@ constexpr std::uint64_t sqlite_columns = 2'000;
 
 using Reasons = std::vector<Reason>;
 
-/// "1 row", "2 rows".
-std::string counted(std::uint64_t count, const std::string& noun, const std::string& plural_end = "s") {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : plural_end);
-}
-
-/// Three digits or so: "512 B", "1.4 MB".
-std::string size_text(std::uint64_t bytes) {
-    static constexpr std::array<const char*, 5> units = {"B", "kB", "MB", "GB", "TB"};
-    auto value = static_cast<double>(bytes);
-    std::size_t unit = 0;
-    for (; value >= 999.5 && unit + 1 < units.size(); ++unit)
-        value /= 1000;
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), unit > 0 && value < 99.95 ? "%.1f %s" : "%.0f %s", value,
-                  units[unit]);
-    return text.data();
-}
-
 /// `name`, printable, in no more characters than `width`.
 std::string short_name(const std::string& name, std::size_t width) {
     std::string text = visible(name);
@@ -47,22 +27,15 @@ std::string short_name(const std::string& name, std::size_t width) {
     return text.substr(0, size) + "...";
 }
 
-void print_table(std::ostream& out, const RecordingReport& recording, std::size_t name_width) {
-    std::size_t width = 0;
+void print_topics(std::ostream& out, const RecordingReport& recording, std::size_t name_width) {
+    std::vector<std::vector<std::string>> rows;
     for (const TopicReport& topic : recording.topics)
         if (!topic.file.empty())
-            width = std::max({width, short_name(topic.topic, name_width).size(), std::size_t{5}});
-    if (width == 0) return;
-    const auto name = [&](const std::string& text) -> std::ostream& {
-        return out << "  " << std::left << std::setw(static_cast<int>(width)) << text << std::right;
-    };
-    name("topic") << "        rows  columns      size  file\n";
-    for (const TopicReport& topic : recording.topics) {
-        if (topic.file.empty()) continue;
-        name(short_name(topic.topic, name_width))
-            << std::setw(12) << topic.rows << std::setw(9) << topic.columns << std::setw(10)
-            << size_text(topic.bytes) << "  " << visible(topic.file) << '\n';
-    }
+            rows.push_back({short_name(topic.topic, name_width), std::to_string(topic.rows),
+                            std::to_string(topic.columns), size_text(topic.bytes), visible(topic.file)});
+    using enum TableColumn::Align;
+    print_table(out, {{"topic"}, {"rows", RIGHT, 10}, {"columns", RIGHT}, {"size", RIGHT, 8}, {"file"}},
+                rows);
 }
 
 std::string cut_sentence(const CutField& cut) {
@@ -240,7 +213,7 @@ void print_report(std::ostream& out, const Report& report, Detail detail, std::s
         const Reasons losses = losses_of(recording);
         if (detail == Detail::TABLE && recording.finished) {
             out << visible(summary_of(recording, report.dry_run)) << '\n';
-            print_table(out, recording, name_width);
+            print_topics(out, recording, name_width);
         } else if (!losses.empty()) {
             out << visible(recording.name) << ":\n";
         }

@@ -139,6 +139,7 @@ std::unique_ptr<MessageStream> open_folder(const fs::path& folder, const OpenFil
     auto stream = std::make_unique<MergedStream>(
         parts, [open_file](const fs::path& file) { return open_part(file, open_file); });
     if (bag.metadata) hold_against_metadata(bag, *stream);
+    if (bag.metadata) stream->add_compression(bag.metadata->compression);
     for (const Problem& problem : bag.problems)
         stream->add_problem(problem);
     return stream;

@@ -33,7 +33,7 @@ DecodeResult unpack_block(ZstdDecoder& decoder, Bytes packed, Buffer& unpacked, 
 }
 
 /// Unpacks frame after frame, up to the first damage.
-std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
+Unpacked unpack(const fs::path& from, const fs::path& to) {
     constexpr std::size_t block_bytes = std::size_t{1} << 17U;
     const File source(from);
     NewFile target(to);
@@ -49,10 +49,12 @@ std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
         position += last.consumed;
     }
     target.close();
+    Unpacked result{"zstd", source.size()};
     if (last.error != nullptr)
-        return Problem{from.string(), position, std::string("the zstd stream is damaged: ") + last.error};
-    if (!last.frame_ended) return Problem{from.string(), position, "the zstd stream ends within a frame"};
-    return std::nullopt;
+        result.damage = {from.string(), position, std::string("the zstd stream is damaged: ") + last.error};
+    else if (!last.frame_ended)
+        result.damage = {from.string(), position, "the zstd stream ends within a frame"};
+    return result;
 }
 
 }  // namespace
@@ -61,11 +63,11 @@ std::optional<Problem> unpack(const fs::path& from, const fs::path& to) {
 std::unique_ptr<MessageStream> open_compressed(const fs::path& file, const OpenFile& open_file) {
     const TemporaryFolder folder;
     const fs::path unpacked = folder.path() / without_zstd(file.filename());
-    std::optional<Problem> damage = unpack(file, unpacked);
+    const Unpacked how = unpack(file, unpacked);
     try {
-        return open_stand_in(unpacked, file.string(), open_file, damage);
+        return open_stand_in(unpacked, file.string(), open_file, how);
     } catch (const InputError&) {
-        if (damage) throw InputError(file.string(), damage->position, damage->text);
+        if (how.damage) throw InputError(file.string(), how.damage->position, how.damage->text);
         throw;
     }
 }

@@ -191,6 +191,8 @@ void MergedStream::add_summary(Source& source) {
     summary_.channels.resize(channels_.size());
     for (std::size_t i = 0; i < source.channels->size(); ++i)
         summary_.channels[(*source.channels)[i]].message_count += summary.channels[i].message_count;
+    summary_.file_bytes += summary.file_bytes;
+    summary_.compressions.insert(summary.compressions.begin(), summary.compressions.end());
     source.first = summary.first;
     source.last = summary.last;
     if (!source.first || !source.last) return;

@@ -43,6 +43,7 @@ public:
 
     /// Adds to what opening has found.
     void add_problem(Problem problem);
+    void add_compression(const std::string& name) { summary_.add_compression(name); }
 
     const std::vector<Channel>& channels() const override { return channels_; }
     const Summary& summary() const override { return summary_; }

@@ -23,6 +23,7 @@ Metadata metadata_of(const YAML::Node& bag) {
     Metadata metadata;
     for (const YAML::Node& file : bag["relative_file_paths"])
         metadata.files.push_back(file.as<std::string>());
+    metadata.compression = bag["compression_format"].as<std::string>("");
     metadata.message_count = count_of(bag["message_count"]);
     for (const YAML::Node& topic : bag["topics_with_message_count"]) {
         const std::optional<std::uint64_t> count = count_of(topic["message_count"]);

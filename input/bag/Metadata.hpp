@@ -18,6 +18,7 @@ namespace zun::input::rosbag2 {
 struct Metadata {
     std::vector<std::string> files;  ///< as written: see resolve()
     std::optional<std::uint64_t> message_count;
+    std::string compression = {};                       ///< of files or messages: "zstd"; empty for none
     std::map<std::string, std::uint64_t> topic_counts;  ///< by topic name
 };
 

@@ -35,17 +35,22 @@ private:
 class RenamedStream final : public StreamAdapter {
 public:
     RenamedStream(std::unique_ptr<MessageStream> inner, std::string source,
-                  const std::optional<Problem>& damage)
+                  const std::optional<Unpacked>& unpacked)
         : StreamAdapter(std::move(inner)),
           source_(std::move(source)),
           channels_(StreamAdapter::channels()),
+          summary_(StreamAdapter::summary()),
           problems_(renamed(StreamAdapter::problems(), source_)) {
         for (Channel& channel : channels_)
             channel.source = source_;
-        if (damage) problems_.push_back(*damage);
+        if (!unpacked) return;
+        summary_.file_bytes = unpacked->source_bytes;
+        summary_.add_compression(unpacked->compression);
+        if (unpacked->damage) problems_.push_back(*unpacked->damage);
     }
 
     const std::vector<Channel>& channels() const override { return channels_; }
+    const Summary& summary() const override { return summary_; }
     std::span<const Problem> problems() const override { return problems_; }
     std::unique_ptr<Batch> next_batch() override {
         std::unique_ptr<Batch> batch = StreamAdapter::next_batch();
@@ -56,15 +61,16 @@ public:
 private:
     std::string source_;
     std::vector<Channel> channels_;
+    Summary summary_;
     std::vector<Problem> problems_;
 };
 
 }  // namespace
 
 std::unique_ptr<MessageStream> open_stand_in(const std::filesystem::path& file, const std::string& source,
-                                             const OpenFile& open, const std::optional<Problem>& damage) {
+                                             const OpenFile& open, const std::optional<Unpacked>& unpacked) {
     try {
-        return std::make_unique<RenamedStream>(open(file), source, damage);
+        return std::make_unique<RenamedStream>(open(file), source, unpacked);
     } catch (const InputError& error) {
         throw InputError(source, error.position(), error.problem());
     }

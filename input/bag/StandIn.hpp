@@ -12,12 +12,19 @@
 
 namespace zun::input::rosbag2 {
 
+struct Unpacked {
+    std::string compression;
+    std::uint64_t source_bytes = 0;
+    std::optional<Problem> damage = {};  ///< what was lost on the way; one more problem of the stream
+};
+
 /// The stream that `open` makes of `file`; it, and the InputError of a file that is refused, speak of
 /// `source`.
 ///
-/// `damage`  what was lost on the way from `source` to `file`; one more problem of the stream
+/// `unpacked`  how `file` was made of `source`, where that was compressed
 std::unique_ptr<MessageStream> open_stand_in(const std::filesystem::path& file, const std::string& source,
-                                             const OpenFile& open, const std::optional<Problem>& damage = {});
+                                             const OpenFile& open,
+                                             const std::optional<Unpacked>& unpacked = {});
 
 }  // namespace zun::input::rosbag2
 

@@ -156,10 +156,11 @@ IndexedFile::IndexedFile(const std::filesystem::path& path)
     std::optional<Problem> doubt;
     if (auto by_summary = read_summary(bytes, doubt)) {
         contents = std::move(*by_summary);
-        return;
+    } else {
+        contents = scan(bytes);
+        if (doubt) contents.problems.insert(contents.problems.begin(), *doubt);
     }
-    contents = scan(bytes);
-    if (doubt) contents.problems.insert(contents.problems.begin(), *doubt);
+    contents.summary.file_bytes = bytes.size();
 }
 
 }  // namespace mcap

@@ -96,6 +96,7 @@ Content read_content(const File& file, const Piece& piece) {
                           " bytes, more than 1 GiB");
     } else {
         if (chunk->first <= chunk->last) content.first = chunk->first;
+        content.compression = chunk->compression;
         open_chunk(*chunk, content);
         check_content(*chunk, content);
     }

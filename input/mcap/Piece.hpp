@@ -48,6 +48,7 @@ struct Content {
     Buffer storage;
     Bytes records;             ///< in `storage`
     std::string damage;        ///< empty for none
+    std::string compression;   ///< empty for none
     bool is_lost = false;      ///< nothing of it can be used
     bool is_verified = false;  ///< by its checksum
     std::uint64_t first = 0;   ///< log time, the least that a chunk says it has

@@ -74,7 +74,7 @@ std::optional<ChunkIndexRecord> parse_chunk_index(Bytes content) {
     }
     std::sort(index.channel_ids.begin(), index.channel_ids.end());
     index.message_index_bytes = fields.integer<std::uint64_t>();
-    fields.string();                  // compression
+    index.compression = fields.string();
     fields.integer<std::uint64_t>();  // compressed size
     index.uncompressed_bytes = fields.integer<std::uint64_t>();
     return fields.ok() && offsets.ok() ? std::optional(std::move(index)) : std::nullopt;

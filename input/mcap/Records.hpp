@@ -128,6 +128,7 @@ struct ChunkIndexRecord {
     std::uint64_t chunk_bytes = 0;
     std::vector<std::uint16_t> channel_ids;  ///< of the channels that have an index, ascending
     std::uint64_t message_index_bytes = 0;
+    std::string compression;
     std::uint64_t uncompressed_bytes = 0;
 };
 

@@ -144,6 +144,7 @@ void Scanner::survey(Piece piece) {
     const Content content = read_content(file_, piece_);
     const WalkEnd end = walk_records(content, *this);
     piece_.content_bytes = content.storage.size();
+    contents_.summary.add_compression(content.compression);
     piece_.is_reported = true;
     std::string damage = describe_damage(piece_, content, end);
     if (!damage.empty()) damaged_ = {piece_.offset, std::move(damage), piece_.message_count};

@@ -200,6 +200,7 @@ void SummaryReader::fill_contents() {
     }
     for (auto& [offset, chunk] : chunks_) {
         if (message_count(chunk) == 0) continue;
+        contents_.summary.add_compression(chunk.compression);
         contents_.pieces.push_back({.offset = offset,
                                     .bytes = chunk.chunk_bytes,
                                     .is_chunk = true,

@@ -241,7 +241,10 @@ void SqliteStream::count_messages() {
         std::uint64_t count = 0;
     };
     std::map<std::int64_t, Orphans> orphans;  // by a topic_id that topics does not have
-    summary_ = {.channels = std::vector<ChannelSummary>(channels_.size()), .first = {}, .last = {}};
+    summary_ = {.channels = std::vector<ChannelSummary>(channels_.size()),
+                .first = {},
+                .last = {},
+                .file_bytes = files_.size()};
     Statement rows(database_, std::string("SELECT topic_id, timestamp, id FROM ") +
                                   (ordered_ ? "temp.row_order" : "messages"));
     while (rows.step()) {

@@ -36,6 +36,16 @@ inline std::string visible(std::string_view text) {
     return shown;
 }
 
+/// The same, line by line.
+inline std::string visible_lines(std::string_view text) {
+    std::string shown;
+    for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+        shown += visible(text.substr(0, end)) + '\n';
+        text.remove_prefix(end + 1);
+    }
+    return shown + visible(text);
+}
+
 }  // namespace zun
 
 #endif
