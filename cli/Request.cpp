@@ -115,7 +115,7 @@ void add_choice_of_messages(CLI::App& command, Request& request) {
         ->group(group);
 }
 
-void add_types(CLI::App& command, Request& request) {
+void add_type_sources(CLI::App& command, Request& request) {
     const char* const group = "Reading";
     add_repeated(
         command, "--types", "PATH", request.types,
@@ -131,7 +131,7 @@ void add_types(CLI::App& command, Request& request) {
 
 void add_reading(CLI::App& command, Request& request) {
     const char* const group = "Reading";
-    add_types(command, request);
+    add_type_sources(command, request);
     cdr::Writer& writer = request.settings.writer;
     add_choice(
         command, "--writer",

@@ -30,7 +30,7 @@ void add_choice_of_topics(CLI::App& command, Request& request);
 /// Those, and --start, --end, --every.
 void add_choice_of_messages(CLI::App& command, Request& request);
 /// --types, --no-standard-types.
-void add_types(CLI::App& command, Request& request);
+void add_type_sources(CLI::App& command, Request& request);
 /// Those, and --writer, --jobs.
 void add_reading(CLI::App& command, Request& request);
 /// --limit, --limits, --no-fit, --max-columns, --blobs.

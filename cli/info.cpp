@@ -201,7 +201,7 @@ void add_info(CLI::App& app, Action& action) {
         "A note says where a topic's type is missing, or why else it would not be converted.");
     add_recordings(command, *request, "what to look at");
     add_choice_of_topics(command, *request);
-    add_types(command, *request);
+    add_type_sources(command, *request);
     command.add_flag("--json", request->json, "print it as JSON")->group("Output");
     command.callback([request, &action] { action = [request] { return show_info(*request); }; });
 }

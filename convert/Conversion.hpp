@@ -32,6 +32,7 @@ public:
     void add_types(const input::MessageStream& recording);
     /// Refuses types that only the tool itself defines.
     void leave_out_standard_types() { types_.catalog.leave_out_standard_types(); }
+    schema::TypeCatalog& catalog() { return types_.catalog; }
 
     /// Converts all recordings; fills `report` while it goes, so that it tells what was finished when this
     /// throws.

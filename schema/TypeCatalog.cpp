@@ -73,10 +73,13 @@ struct TypeCatalog::Impl {
     bool uses_standard_types = true;
     StandardTypes standard;
     std::map<Key, KnownType> types;
+    std::map<Key, std::vector<const Definition*>> used;    // definitions of other texts that a type needs
+    std::map<std::string, DefinitionText> recorded_texts;  // of other recordings, by type name
 
     KnownType read(const Key& key);
-    core::xtypes::DynamicTypeImpl read(const std::string& type_name, DefinitionTable& own,
-                                       LayoutChoice& choice, KnownType& known);
+    core::xtypes::DynamicTypeImpl read(const Key& key, DefinitionTable& own, LayoutChoice& choice,
+                                       KnownType& known);
+    DefinitionText text_of(const Definition& definition);
 };
 
 KnownType TypeCatalog::Impl::read(const Key& key) {
@@ -89,21 +92,23 @@ KnownType TypeCatalog::Impl::read(const Key& key) {
     LayoutChoice choice;
     try {
         do
-            known.layouts.push_back(read(type_name, own, choice, known));
+            known.layouts.push_back(read(key, own, choice, known));
         while (known.layouts.size() < most_layouts && choice.advance());
     } catch (const UnknownType&) {
         if (own.failure()) throw InputError(*own.failure());
         if (!can_be_empty(type_name, encoding) || !is_blank(text)) throw;
         own = read_schema(type_name, type_name, encoding, text);
-        known.layouts.push_back(read(type_name, own, choice, known));
+        known.layouts.push_back(read(key, own, choice, known));
         known.uncertain = true;
     }
     known.uncertain = known.uncertain || known.layouts.size() > 1;
     return known;
 }
 
-core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const std::string& type_name, DefinitionTable& own,
+core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const Key& key, DefinitionTable& own,
                                                       LayoutChoice& choice, KnownType& known) {
+    const std::string& type_name = std::get<0>(key);
+    std::vector<const Definition*> from_others;
     std::map<const Definition*, std::string> built_in;
     const auto find_standard = [&](const std::string& name) -> const Definition* {
         // Times belong to the language: recorders leave them out, and nobody needs to be told.
@@ -121,7 +126,10 @@ core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const std::string& type_na
         if (names.front().starts_with("*::")) return own.find(names.front());
         for (const Source& source : all)
             for (const std::string& name : names)
-                if (const Definition* found = source(name)) return found;
+                if (const Definition* found = source(name)) {
+                    if (&source != &all.front()) from_others.push_back(found);
+                    return found;
+                }
         return nullptr;
     };
 
@@ -137,6 +145,7 @@ core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const std::string& type_na
     auto type = TypeResolver(find).type_of(*definition);
     for (const auto& [found, name] : built_in)
         if (!whole || found == definition) known.built_in.insert(name);
+    used.try_emplace(key, std::move(from_others));  // of the newest layout
     return type;
 }
 
@@ -155,8 +164,11 @@ void TypeCatalog::add_folder(const std::filesystem::path& folder) {
 void TypeCatalog::add_definition(const std::string& type_name, const std::string& encoding,
                                  const std::string& text) {
     if (!is_known_encoding(encoding) || carries_nothing(encoding, text)) return;
-    impl_->sources.emplace_back([table = read_schema(type_name, type_name, encoding, text)](
-                                    const std::string& name) { return table.find(name); });
+    impl_->recorded_texts.try_emplace(type_name,
+                                      DefinitionText{encoding == "ros2msg" ? "MSG" : "IDL", type_name, text});
+    const auto table =
+        std::make_shared<const DefinitionTable>(read_schema(type_name, type_name, encoding, text));
+    impl_->sources.emplace_back([table](const std::string& name) { return table->find(name); });
 }
 
 const KnownType& TypeCatalog::find(const std::string& type_name, const std::string& encoding,
@@ -165,6 +177,47 @@ const KnownType& TypeCatalog::find(const std::string& type_name, const std::stri
     const auto known = impl_->types.find(key);
     if (known != impl_->types.end()) return known->second;
     return impl_->types.emplace(key, impl_->read(key)).first->second;
+}
+
+/// The whole text that holds `definition`, which is no channel's own.
+DefinitionText TypeCatalog::Impl::text_of(const Definition& definition) {
+    if (const Section* const section = standard.section(definition.name, 0);
+        section && standard.find(definition.name, 0) == &definition)
+        return {std::string(section->keyword), std::string(section->name), std::string(section->body)};
+    const auto recorded = recorded_texts.find(definition.source);
+    if (recorded != recorded_texts.end()) return recorded->second;
+    std::string keyword = std::filesystem::path(definition.source).extension().string().substr(1);
+    for (char& letter : keyword)
+        letter = static_cast<char>(letter - 'a' + 'A');
+    return {keyword, display_name(definition.name), read_definition_file(definition.source)};
+}
+
+std::vector<DefinitionText> TypeCatalog::texts_of(const std::string& type_name, const std::string& encoding,
+                                                  const std::string& text) {
+    find(type_name, encoding, text);
+    std::vector<DefinitionText> texts;
+    if (!carries_nothing(encoding, text))
+        texts.push_back({encoding == "ros2msg" ? "MSG" : "IDL", type_name, text});
+    std::set<std::string> told;
+    for (const Definition* definition : impl_->used[{type_name, encoding, text}]) {
+        DefinitionText found = impl_->text_of(*definition);
+        if (told.insert(found.text).second) texts.push_back(std::move(found));
+    }
+    return texts;
+}
+
+std::vector<std::string> TypeCatalog::names() {
+    std::set<std::string> names;
+    const auto add = [&](const std::vector<std::string>& found) {
+        for (const std::string& name : found)
+            names.insert(display_name(name));
+    };
+    for (TypeFolder& folder : impl_->folders)
+        add(folder.names());
+    for (const auto& [name, text] : impl_->recorded_texts)
+        add({name});
+    if (impl_->uses_standard_types) add(impl_->standard.names());
+    return {names.begin(), names.end()};
 }
 
 }  // namespace zun::schema

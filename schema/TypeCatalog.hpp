@@ -26,6 +26,13 @@ struct KnownType {
     std::string hint = {};                ///< what was assumed; empty for nothing
 };
 
+/// A part of a type's definition, as it is written.
+struct DefinitionText {
+    std::string keyword;  ///< of its grammar: "MSG", "SRV", "ACTION", "IDL"
+    std::string name;     ///< of the type that it is about: "sensor_msgs/msg/Imu"
+    std::string text;
+};
+
 class TypeCatalog {
 public:
     TypeCatalog();
@@ -57,6 +64,13 @@ public:
                                           const std::string& text) {
         return find(type_name, encoding, text).layouts.front();
     }
+
+    /// What defines the type that find() gives, and all types that it needs; its own text first.
+    std::vector<DefinitionText> texts_of(const std::string& type_name, const std::string& encoding,
+                                         const std::string& text);
+
+    /// Names of the types that are defined outside of recordings, sorted.
+    std::vector<std::string> names();
 
 private:
     struct Impl;

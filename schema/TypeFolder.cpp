@@ -15,13 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string read_file(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(in), {}};
-    if (!in.is_open() || in.bad()) throw InputError(file.string(), 1, "the file cannot be read");
-    return text;
-}
-
 bool is_definition_file(const fs::path& extension) {
     return extension == ".msg" || extension == ".srv" || extension == ".action" || extension == ".idl";
 }
@@ -35,6 +28,13 @@ DefinitionTable read_idl(const std::string& source, const std::string& text) {
 }
 
 }  // namespace
+
+std::string read_definition_file(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(in), {}};
+    if (!in.is_open() || in.bad()) throw InputError(file.string(), 1, "the file cannot be read");
+    return text;
+}
 
 TypeFolder::TypeFolder(fs::path folder) : folder_(std::move(folder)) {
     if (!fs::is_directory(folder_))
@@ -54,6 +54,19 @@ const Definition* TypeFolder::find(const std::string& name) {
     for (const fs::path& file : idl_files_)
         if (const Definition* found = table_of(file, "").find(name)) return found;
     return nullptr;
+}
+
+std::vector<std::string> TypeFolder::names() {
+    if (!std::exchange(searched_, true)) search();
+    std::vector<std::string> names;
+    for (const auto& [name, file] : files_)
+        names.push_back(name);
+    for (const fs::path& file : idl_files_) {
+        const DefinitionTable& table = table_of(file, "");
+        for (const std::string& name : table.names())
+            if (table.find(name)->body.index() < 2) names.push_back(name);  // a structure or a union
+    }
+    return names;
 }
 
 /// The scoped names that what `file` defines can have, likeliest first: the package is the folder around the
@@ -102,9 +115,9 @@ void TypeFolder::search() {
 const DefinitionTable& TypeFolder::table_of(const fs::path& file, const std::string& type_name) {
     const auto known = tables_.find(file);
     if (known != tables_.end()) return known->second;
-    DefinitionTable table = file.extension() == ".idl" ? read_idl(file.string(), read_file(file))
+    DefinitionTable table = file.extension() == ".idl" ? read_idl(file.string(), read_definition_file(file))
                                                        : read_schema(file.string(), display_name(type_name),
-                                                                     "ros2msg", read_file(file));
+                                                                     "ros2msg", read_definition_file(file));
     // Whoever needs what the file is about gets its error.
     if (table.failure() && !table.find(type_name)) table.add_broken(type_name, {}, *table.failure());
     return tables_.emplace(file, std::move(table)).first->second;

@@ -17,6 +17,9 @@
 
 namespace zun::schema {
 
+/// The text of a file. Throws InputError when it cannot be read.
+std::string read_definition_file(const std::filesystem::path& file);
+
 class TypeFolder {
 public:
     /// Throws std::system_error when there is no such folder. It is searched at the first find().
@@ -24,6 +27,10 @@ public:
 
     /// Null where no file defines `name`. What it returns lives as long as the folder.
     const Definition* find(const std::string& name);
+
+    /// Scoped names of the types that its files are about, and of all structures and unions of IDL files that
+    /// no name by place leads to.
+    std::vector<std::string> names();
 
 private:
     void search();

@@ -36,11 +36,12 @@ inline std::string visible(std::string_view text) {
     return shown;
 }
 
-/// The same, line by line.
+/// The same, with lines and tabs as they are.
 inline std::string visible_lines(std::string_view text) {
     std::string shown;
-    for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
-        shown += visible(text.substr(0, end)) + '\n';
+    for (std::size_t end = text.find_first_of("\n\t"); end != std::string_view::npos;
+         end = text.find_first_of("\n\t")) {
+        shown += visible(text.substr(0, end)) + text[end];
         text.remove_prefix(end + 1);
     }
     return shown + visible(text);

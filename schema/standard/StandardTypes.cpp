@@ -60,10 +60,9 @@ std::vector<std::string> StandardTypes::names() {
     return names;
 }
 
-std::string_view StandardTypes::text(const std::string& name, std::size_t layout) {
-    const auto found = interfaces().find(name);
-    if (found == interfaces().end() || layout >= found->second.size()) return {};
-    return found->second[layout].section.body;
+const Section* StandardTypes::section(const std::string& name, std::size_t layout) {
+    const Layouts* const layouts = layouts_of(name);
+    return layouts && layout < layouts->size() ? &(*layouts)[layout].section : nullptr;
 }
 
 }  // namespace zun::schema

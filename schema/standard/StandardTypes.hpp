@@ -29,8 +29,8 @@ public:
     /// Scoped names of messages, services and actions.
     std::vector<std::string> names();
 
-    /// The text of an interface, in the grammar of its kind; empty where there is none.
-    std::string_view text(const std::string& name, std::size_t layout);
+    /// The text of the interface that `name` is, or is made from; null where there is none.
+    const Section* section(const std::string& name, std::size_t layout);
 
 private:
     struct Layout {

@@ -36,7 +36,7 @@ ARROWS = {
     "convert/report": "convert/plan input",
     "convert/passes": "convert convert/plan convert/output convert/report format schema input platform/*",
     "convert": "convert/* format schema input platform/*",
-    "cli": "convert convert/* input input/* platform/*",
+    "cli": "convert convert/* schema input input/* platform/*",
     "examples": "*",
     "benchmarks": "*",
     "fuzz": "*",
