@@ -59,6 +59,7 @@ int main(int argc, char** argv) {
     using namespace zun::cli;
     prepare_heap();
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is the error code of a write
+    std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that the system lets grow no more
     try {
         return run(argc, argv);
     } catch (const std::filesystem::filesystem_error& problem) {

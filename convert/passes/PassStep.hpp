@@ -43,6 +43,7 @@ private:
 class PassStep : public Step {
 public:
     PassStep(Pass& pass, SourceBatch source) : pass_(pass), source_(std::move(source)) {}
+    std::size_t bytes() const override { return source_.batch->loaded_bytes(); }
     void load() override;
     void pick() override;
 

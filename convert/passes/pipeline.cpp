@@ -1,14 +1,13 @@
 #include "convert/passes/pipeline.hpp"
 
-#include <array>
-#include <cstddef>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
 #include <vector>
-
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/parallel_pipeline.h>
-#ifdef __SANITIZE_THREAD__
-#include <sanitizer/tsan_interface.h>
-#endif
 
 namespace zun::convert {
 
@@ -16,77 +15,141 @@ namespace {
 
 using NextStep = std::function<std::unique_ptr<Step>()>;
 
-// What a thread did before give(), another one sees after take() of the same thing. TBB sees to that, but its
-// library is not built for the thread sanitizer, which has to be told.
-#ifdef __SANITIZE_THREAD__
-void give(const void* thing) {
-    if (thing != nullptr) __tsan_release(const_cast<void*>(thing));
-}
-void take(const void* thing) {
-    if (thing != nullptr) __tsan_acquire(const_cast<void*>(thing));
-}
-#else
-void give(const void*) {}
-void take(const void*) {}
-#endif
+constexpr std::size_t most_bytes = std::size_t{128} << 20;
 
-void run_here(const NextStep& next) {
-    while (const auto step = next()) {
-        step->load();
-        step->pick();
-        step->work();
-        step->finish();
+/// Every thread runs the same loop: it does what can be done for the oldest step that has something to do,
+/// or takes another step, or waits until a thread has done something.
+class Pipeline {
+public:
+    Pipeline(std::size_t most_steps, const NextStep& next) : most_steps_(most_steps), next_(next) {}
+
+    /// Returns when all steps are finished, or once one has thrown on any thread.
+    void run() noexcept;
+    void rethrow() const {
+        if (error_) std::rethrow_exception(error_);
+    }
+
+private:
+    enum class State : std::uint8_t { NEW, LOADED, PICKED, WORKED };
+    struct Entry {
+        std::unique_ptr<Step> step;
+        std::size_t bytes;
+        State state = State::NEW;
+        bool busy = false;  // a thread is on its way to the next state
+    };
+    using Lock = std::unique_lock<std::mutex>;
+
+    Entry* ready_entry();
+    bool may_read() const {
+        return !reading_ && !ended_ && entries_.size() < most_steps_ &&
+               (entries_.empty() || bytes_ < most_bytes);
+    }
+    void read(Lock& lock);
+    void advance(Entry& entry, Lock& lock);
+
+    const std::size_t most_steps_;  // each holds a batch and its rows
+    const NextStep& next_;
+
+    std::mutex mutex_;  // of all below, but for what belongs to a busy entry
+    std::condition_variable changed_;
+    std::deque<Entry> entries_;  // in order, from the first that is not finished
+    std::size_t bytes_ = 0;      // of all entries
+    bool reading_ = false;
+    bool ended_ = false;
+    std::exception_ptr error_;
+};
+
+/// The oldest entry that a thread could take on now; null for none.
+Pipeline::Entry* Pipeline::ready_entry() {
+    bool all_picked = true;  // all that are older
+    for (Entry& entry : entries_) {
+        const bool can_go_on = entry.state == State::LOADED   ? all_picked
+                               : entry.state == State::WORKED ? &entry == &entries_.front()
+                                                              : true;
+        if (!entry.busy && can_go_on) return &entry;
+        all_picked = all_picked && entry.state >= State::PICKED;
+    }
+    return nullptr;
+}
+
+void Pipeline::read(Lock& lock) {
+    reading_ = true;
+    lock.unlock();
+    std::unique_ptr<Step> step = next_();
+    lock.lock();
+    reading_ = false;
+    ended_ = step == nullptr;
+    if (ended_) return;
+    const std::size_t bytes = step->bytes();
+    entries_.push_back({std::move(step), bytes});
+    bytes_ += bytes;
+}
+
+void Pipeline::advance(Entry& entry, Lock& lock) {
+    const State before = entry.state;
+    entry.busy = true;
+    lock.unlock();
+    switch (before) {
+        case State::NEW:
+            entry.step->load();
+            break;
+        case State::LOADED:
+            entry.step->pick();
+            break;
+        case State::PICKED:
+            entry.step->work();
+            break;
+        case State::WORKED:
+            entry.step->finish();
+            entry.step.reset();
+            break;
+    }
+    lock.lock();
+    entry.busy = false;
+    if (before == State::WORKED) {
+        bytes_ -= entry.bytes;
+        entries_.pop_front();
+    } else {
+        entry.state = static_cast<State>(static_cast<int>(before) + 1);
     }
 }
 
-constexpr char begun = 0;  // given once the stages are made, so that threads see what they capture
-
-/// `turn`  taken and given by stages that one thread works at a time, in order; null for others
-auto stage(tbb::filter_mode mode, void (Step::*action)(), const void* turn = nullptr) {
-    return tbb::make_filter<Step*, Step*>(mode, [action, turn](Step* step) {
-        take(&begun);
-        take(turn);
-        take(step);
-        (step->*action)();
-        give(step);
-        give(turn);
-        return step;
-    });
+void Pipeline::run() noexcept {
+    Lock lock(mutex_);
+    try {
+        while (!error_ && !(ended_ && entries_.empty())) {
+            if (Entry* const entry = ready_entry())
+                advance(*entry, lock);
+            else if (may_read())
+                read(lock);
+            else {
+                changed_.wait(lock);
+                continue;
+            }
+            changed_.notify_all();
+        }
+    } catch (...) {
+        if (!lock.owns_lock()) lock.lock();
+        if (!error_) error_ = std::current_exception();
+        changed_.notify_all();
+    }
 }
 
 }  // namespace
 
 void run_steps(unsigned jobs, const NextStep& next) {
-    if (jobs <= 1) return run_here(next);
-    constexpr auto in_order = tbb::filter_mode::serial_in_order;
-    constexpr auto anywhere = tbb::filter_mode::parallel;
-    const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, jobs);
-    const std::size_t under_way = jobs + 2;  // enough that no thread waits; each holds a batch and its rows
-    std::vector<std::unique_ptr<Step>> steps(
-        under_way);  // they end in order, so the oldest makes room for the next
-    std::size_t begun_steps = 0;
-    const std::array<char, 3> turns = {};
-    const auto take_next = [&](tbb::flow_control& flow) -> Step* {
-        take(&begun);
-        take(&turns[0]);
-        auto& place = steps[begun_steps++ % under_way];
-        take(place.get());
-        place.reset();
-        place = next();
-        Step* const step = place.get();
-        if (step == nullptr) flow.stop();
-        give(step);
-        give(&turns[0]);
-        return step;
-    };
-    const auto stages = tbb::make_filter<void, Step*>(in_order, take_next) & stage(anywhere, &Step::load) &
-                        stage(in_order, &Step::pick, &turns[1]) & stage(anywhere, &Step::work) &
-                        stage(in_order, &Step::finish, &turns[2]) &
-                        tbb::make_filter<Step*, void>(in_order, [](Step*) {});
-    give(&begun);
-    tbb::parallel_pipeline(under_way, stages);
-    take(&turns[0]);
-    take(&turns[2]);
+    Pipeline pipeline(jobs == 1 ? 1 : jobs + std::size_t{2}, next);  // enough that no thread waits
+    {
+        std::vector<std::jthread> others;
+        try {
+            while (others.size() + 1 < jobs)
+                others.emplace_back([&] { pipeline.run(); });
+        } catch (const std::system_error&) {
+            // The threads that there are do all of it.
+        }
+        pipeline.run();
+    }
+    pipeline.rethrow();
 }
 
 }  // namespace zun::convert

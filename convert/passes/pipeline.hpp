@@ -9,6 +9,7 @@
 #ifndef ZUN_CONVERT_PASSES_PIPELINE_HPP
 #define ZUN_CONVERT_PASSES_PIPELINE_HPP
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -17,14 +18,18 @@ namespace zun::convert {
 class Step {
 public:
     virtual ~Step() = default;
+    /// What it holds once it is loaded.
+    virtual std::size_t bytes() const = 0;
     virtual void load() = 0;
     virtual void pick() = 0;
     virtual void work() = 0;
     virtual void finish() = 0;
 };
 
-/// Takes steps from `next` until it returns null, a few of them under way at a time. `jobs` threads, at least
-/// one; one means the calling thread alone. What a step throws ends the run and is thrown on.
+/// Takes steps from `next` until it returns null. A few of them are under way at a time, and none is begun
+/// while those hold more than 128 MiB. What a step throws ends the run and is thrown on.
+///
+/// `jobs`  threads, at least one, the calling one among them; fewer where the system gives no more
 void run_steps(unsigned jobs, const std::function<std::unique_ptr<Step>()>& next);
 
 }  // namespace zun::convert

@@ -14,16 +14,19 @@ namespace zun::input::rosbag2 {
 
 namespace {
 
-constexpr std::size_t largest_message = std::size_t{1} << 30U;
+constexpr std::size_t usual_batch_bytes = std::size_t{64} << 20U;
 
-/// Puts the content of the frame into `content`. Returns what is wrong with it, empty when nothing is.
+/// Puts the content of the frame, at most `room` bytes, into `content`. Returns what is wrong with it, empty
+/// when nothing is.
 ///
 /// The size in the frame's head is a stranger's word: the buffer begins with what the frame's own size makes
 /// likely and grows with what really comes out.
-std::string inflate(ZstdDecoder& decoder, Bytes frame, Buffer& content) {
+std::string inflate(ZstdDecoder& decoder, Bytes frame, std::size_t room, Buffer& content) {
     constexpr std::size_t least = 64;
     constexpr std::size_t likely_ratio = 64;
-    content.resize(std::clamp(zstd_content_size(frame, frame.size()), least, frame.size() * likely_ratio));
+    const std::uint64_t likely =
+        std::clamp(zstd_content_size(frame, frame.size()), least, frame.size() * likely_ratio);
+    content.resize(std::min<std::uint64_t>(likely, room));
     std::size_t filled = 0;
     for (decoder.begin();;) {
         const DecodeResult result = decoder.decode(frame, std::span(content).subspan(filled));
@@ -32,8 +35,9 @@ std::string inflate(ZstdDecoder& decoder, Bytes frame, Buffer& content) {
         filled += result.produced;
         if (result.frame_ended) break;
         if (filled < content.size()) return "the frame is cut";
-        if (filled >= largest_message) return "larger than 1 GiB";
-        content.resize(std::min(content.size() * 2, largest_message));
+        if (filled >= room)
+            return "its content is larger than the " + std::to_string(room) + " bytes that are left for it";
+        content.resize(std::min(content.size() * 2, room));
     }
     if (!frame.empty()) return std::to_string(frame.size()) + " bytes after the frame";
     content.resize(filled);
@@ -64,6 +68,7 @@ private:
     std::shared_ptr<const std::vector<Channel>> channels_;  // outlives the stream with its batches
     std::span<const Message> messages_;
     std::span<const Problem> problems_;
+    std::size_t room_ = 0;  // for the contents that are to come
     std::vector<Message> inflated_;
     std::vector<Buffer> contents_;
     std::vector<Problem> all_problems_;
@@ -76,6 +81,9 @@ void InflatedBatch::load() {
     const auto frame = [&](const Message& m) { return is_frame(m); };
     if (std::none_of(messages_.begin(), messages_.end(), frame)) return;
     all_problems_.assign(problems_.begin(), problems_.end());
+    for (const Message& message : messages_)
+        room_ += is_frame(message) ? message.data.size() : 0;
+    room_ = most_content(room_, usual_batch_bytes);
     thread_local ZstdDecoder decoder;
     for (const Message& message : messages_) {
         if (is_frame(message)) {
@@ -91,8 +99,9 @@ void InflatedBatch::load() {
 void InflatedBatch::add_inflated(ZstdDecoder& decoder, Message message) {
     const Channel& channel = (*channels_)[message.channel];
     Buffer content;
-    const std::string fault = inflate(decoder, message.data, content);
+    const std::string fault = inflate(decoder, message.data, room_, content);
     if (fault.empty()) {
+        room_ -= content.size();
         message.data = contents_.emplace_back(std::move(content));
         inflated_.push_back(message);
     } else {

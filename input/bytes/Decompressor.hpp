@@ -3,6 +3,9 @@
 #ifndef ZUN_INPUT_BYTES_DECOMPRESSOR_HPP
 #define ZUN_INPUT_BYTES_DECOMPRESSOR_HPP
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -53,6 +56,15 @@ private:
 /// Bytes of the content of a zstd frame as its head says, which is not to be believed; `otherwise` where it
 /// says nothing.
 std::uint64_t zstd_content_size(Bytes frame, std::uint64_t otherwise);
+
+/// How much `stored_bytes` may become: more is an attack on memory, whatever a file says.
+///
+/// `usual`  that is always allowed; beyond it 64 times the stored bytes are, up to 1 GiB
+constexpr std::uint64_t most_content(std::uint64_t stored_bytes, std::uint64_t usual) {
+    constexpr std::uint64_t likely_ratio = 64;
+    constexpr std::uint64_t largest = std::uint64_t{1} << 30;
+    return std::min(largest, std::max(usual, likely_ratio * stored_bytes));
+}
 
 struct Decompressed {
     Buffer bytes;       ///< all up to the end of the input or the first error

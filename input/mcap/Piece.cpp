@@ -8,6 +8,8 @@ namespace zun::input::mcap {
 
 namespace {
 
+constexpr std::uint64_t usual_chunk_bytes = std::uint64_t{256} << 20;
+
 void lose(Content& content, std::string damage) {
     content.damage = std::move(damage);
     content.is_lost = true;
@@ -91,9 +93,11 @@ Content read_content(const File& file, const Piece& piece) {
              length > rest.size() ? "chunk is cut within its fields" : "chunk is too short for its fields");
     } else if (!chunk->compression.empty() && !is_compression(chunk->compression)) {
         lose(content, "chunk has the unknown compression '" + chunk->compression + "'");
-    } else if (chunk->uncompressed_bytes > largest_bytes) {
-        lose(content, "chunk says that it has " + std::to_string(chunk->uncompressed_bytes) +
-                          " bytes, more than 1 GiB");
+    } else if (const auto most = most_content(chunk->stored.size(), usual_chunk_bytes);
+               chunk->uncompressed_bytes > most) {
+        lose(content, "chunk of " + std::to_string(chunk->stored.size()) + " bytes says that it has " +
+                          std::to_string(chunk->uncompressed_bytes) + ", more than the " +
+                          std::to_string(most) + " that are read of it");
     } else {
         if (chunk->first <= chunk->last) content.first = chunk->first;
         content.compression = chunk->compression;

@@ -50,7 +50,6 @@ DOORS = {
     r"yaml-cpp/.*": "input/bag convert/plan",
     r"CLI/.*": "cli fuzz",
     r"malloc\.h": "cli",
-    r"(oneapi/)?tbb/.*|sanitizer/.*": "convert/passes",
     r"nlohmann/.*": "convert/report cli",
     r"(gtest|gmock)/.*|dlfcn\.h": "tests",
     r"benchmark/.*": "benchmarks",

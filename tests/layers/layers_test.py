@@ -23,7 +23,7 @@ REFUSED = [
 
 ALLOWED = [
     ("format/A.cpp", '#include "format/A.hpp"\n#include "platform/error/E.hpp"\n#include <vector>'),
-    ("convert/passes/A.cpp", '#include "platform/cdr/A.hpp"\n#include <oneapi/tbb/parallel_pipeline.h>'),
+    ("convert/report/A.cpp", '#include "convert/plan/A.hpp"\n#include <nlohmann/json.hpp>'),
     ("tests/input/mcap/A.cpp", '#include "input/mcap/A.hpp"\n#include <gtest/gtest.h>'),
     ("format/columns/ColumnInfo.hpp", GUARD),
 ]

@@ -199,6 +199,7 @@ void PrintTo(const DamageCase& c, std::ostream* out) {
 }
 
 const DamageCase damage_cases[] = {
+    {"chunk_claims_much", 51, "1130: chunk of 314 bytes says that it has 536870912, more than the 268435456"},
     {"chunk_crc_wrong", 60, "1130: checksum of the chunk is wrong"},
     {"chunk_damaged_zstd", 51, "1130: chunk does not decompress: Data corruption detected, 9 messages lost"},
     {"chunk_unknown_compression", 51, "578: chunk has the unknown compression 'zztd', 9 messages lost"},
