@@ -136,8 +136,8 @@ const char* const full_of_blobs =
     "struct Part { Bytes blob; long n; sequence<Bytes> kept; };\n"
     "union Choice switch (long) { case 1: Bytes blob; case 2: long n; };\n"
     "struct Only { sequence<uint8> blob; };\n"
-    "struct Full { Bytes first; sequence<Part> parts; Part grid[2]; Choice choice; Only only; long last; "
-    "@optional Bytes maybe; };\n";
+    "struct Full { Bytes first; sequence<Part> parts; Part grid[2]; Choice choice; "
+    "@optional Bytes maybe; Only only; long last; };\n";
 
 TEST(Conversion, LeavesBlobsOut) {
     FakeRecording fake;
