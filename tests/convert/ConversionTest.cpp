@@ -230,14 +230,15 @@ TEST(Conversion, IsTheSameForAnyNumberOfJobs) {
 TEST(Conversion, WritesTheRowsThatMayNotWait) {
     FakeRecording fake;
     const auto a = fake.add_channel("/a", "p/msg/S", "string text\n");
-    std::string wanted = "timestamp,text\n";
-    for (std::uint32_t i = 0; i < 10; ++i) {  // 30 MB in one batch
-        const std::string text(3'000'000, static_cast<char>('a' + i));
-        fake.add(a, i, (R"({"text": ")" + text + "\"}").c_str());
+    const std::string text(3'000'000, 'x');
+    fake.add(a, 0, (R"({"text": ")" + text + "\"}").c_str());
+    std::string wanted = "timestamp,text\n0," + text + '\n';
+    for (std::uint32_t i = 1; i < 8; ++i) {  // 24 MB in one batch
+        fake.add_bytes(a, i, fake.batches[0][0].data);
         wanted += std::to_string(i) + ',' + text + '\n';
     }
     const fs::path folder = fresh_folder();
-    EXPECT_EQ(10U, convert_all(fake, {}, folder).recordings[0].topics[0].rows);
+    EXPECT_EQ(8U, convert_all(fake, {}, folder).recordings[0].topics[0].rows);
     EXPECT_TRUE(wanted == files_in(folder).at("a.csv"));
 }
 
@@ -281,10 +282,10 @@ TEST(Conversion, GivesSeveralRecordingsTheSameColumns) {
     many.add(0, 13'000'000'000, R"({"id": 4, "text": "", "list": [1, 2, 3, 4, 5], "blob": [1]})");
     const fs::path folder = fresh_folder();
     Report report;
-    Conversion(
-        {}, {FakeRecording::recording(few, folder / "few"), FakeRecording::recording(many, folder / "many")},
-        {})
-        .run(report);
+    const std::vector<Recording> both = {FakeRecording::recording(few, folder / "few"),
+                                         FakeRecording::recording(many, folder / "many")};
+    Conversion({}, both, {}).run(report);
+    EXPECT_EQ(report.recordings[0].topics[0].columns, Conversion({}, both, {}).plan("/a").columns());
     const auto header = [&](const char* name) {
         const std::string text = files_in(folder / name)["a.csv"];
         return text.substr(0, text.find('\n'));
@@ -335,11 +336,14 @@ TEST(Conversion, NamesAllThatIsLost) {
     EXPECT_EQ("no-topic", parsed["losses"][0]["code"]);
 }
 
-TEST(Conversion, CountsProblemsBeyondThoseThatItNames) {
+TEST(Conversion, CountsLossesBeyondThoseThatItNames) {
     FakeRecording fake = three_readings();
+    fake.not_there = 57;
     fake.batch_problems.assign(25, {"fake.mcap", 70, "chunk is damaged", 2});
     const std::string text = text_of(convert_all(fake, {}, fresh_folder()));
     EXPECT_NE(std::string::npos, text.find("damaged in 25 places, 50 messages known to be lost\n")) << text;
+    EXPECT_NE(std::string::npos, text.find("  7 messages that the recording counts cannot be found\n"))
+        << text;
     EXPECT_NE(std::string::npos, text.find("chunk is damaged\n    and 5 more\n")) << text;
 }
 
