@@ -87,24 +87,12 @@ void tell_if_empty(RecordingReport& report) {
                                                            : "the recording has no messages on its topics"});
 }
 
-enum class Met : std::uint8_t { NO_FILES, NONE, SOME };
-
-/// Whether any message of the topics that have files was met.
-Met messages_met(const RecordingReport& report) {
-    Met met = Met::NO_FILES;
-    for (const TopicReport& topic : report.topics) {
-        if (topic.rows + topic.unreadable > 0) return Met::SOME;
-        if (!topic.file.empty() && topic.messages > 0) met = Met::NONE;
-    }
-    return met;
-}
-
 /// A span that misses one of several recordings is their order; one that misses all of them is a loss.
 void tell_spans_missed(Report& report) {
     const bool any = std::any_of(report.recordings.begin(), report.recordings.end(),
-                                 [](const auto& recording) { return messages_met(recording) == Met::SOME; });
+                                 [](const RecordingReport& recording) { return recording.messages_met > 0; });
     for (RecordingReport& recording : report.recordings)
-        if (recording.finished && messages_met(recording) == Met::NONE)
+        if (recording.finished && recording.messages_wanted > 0 && recording.messages_met == 0)
             (any ? recording.hints : recording.losses)
                 .push_back({"time-span",
                             "no message is in the time span that was asked for; the recording has "
@@ -177,10 +165,10 @@ void Conversion::prepare(Report& report) {
 
 void Conversion::measure(RecordingRun& run) {
     if (!settings_.fit) return;
-    const bool whole = run.measure(lengths_, [&](const Topic& topic) {
+    const Measured measured = run.measure(lengths_, [&](const Topic& topic) {
         return !settings_.limits || !names_all(*settings_.limits, topic);
     });
-    lengths_are_sure_ = lengths_are_sure_ && whole;
+    lengths_are_sure_ = lengths_are_sure_ && measured.whole;
 }
 
 Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
@@ -286,7 +274,9 @@ LimitsByTopic Conversion::measure(Report& report) {
         const auto run = open(i, entry);
         if (!run) continue;
         TopicLengths lengths;
-        run->measure(lengths, [](const Topic&) { return true; });
+        const Measured measured = run->measure(lengths, [](const Topic&) { return true; });
+        entry.messages_wanted = measured.messages_wanted;
+        entry.messages_met = measured.messages_met;
         for (const Topic& topic : run->topics()) {
             merge(by_name[topic.name], lengths[topic.identity]);
             entry.topics.push_back({.topic = topic.name,
@@ -296,6 +286,7 @@ LimitsByTopic Conversion::measure(Report& report) {
         }
         entry.finished = true;
     }
+    if (settings_.start || settings_.end) tell_spans_missed(report);
     add_notes(report);
     return by_name;
 }

@@ -29,6 +29,9 @@ public:
     bool takes_all() const { return every_ == 1; }
     /// Tells the watch; throws Interrupted when it wants an end.
     void advance(std::uint64_t messages);
+    std::uint64_t done() const { return done_; }
+    /// Messages of all topics, as the recording counts them.
+    std::uint64_t total() const { return total_; }
 
 private:
     std::string activity_;

@@ -52,12 +52,12 @@ input::Selection RecordingRun::selection() const {
     return selection;
 }
 
-bool RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
+Measured RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
     std::vector<bool> measured;
     for (const Topic& topic : topics_)
         measured.push_back(!topic.file.empty() && has_sequences(Part(*topic.type, topic.left_out.get())) &&
                            wanted(topic));
-    if (std::count(measured.begin(), measured.end(), true) == 0) return true;
+    if (std::count(measured.begin(), measured.end(), true) == 0) return {};
     Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
     LengthPass measuring(topics_, measured, batches_, pass);
     batches_.start();
@@ -66,7 +66,7 @@ bool RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const
         return batch.batch ? measuring.step(std::move(batch)) : nullptr;
     });
     measuring.add_to(lengths);
-    return measuring.whole() && !batches_.cut();
+    return {measuring.whole() && !batches_.cut(), pass.total(), pass.done()};
 }
 
 void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
@@ -82,6 +82,8 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
         SourceBatch batch = batches_.next();
         return batch.batch ? converting.step(pass, std::move(batch)) : nullptr;
     });
+    report.messages_wanted = pass.total();
+    report.messages_met = pass.done();
     if (batches_.cut()) add_problem(report, *batches_.cut(), settings_.strict);
     count_missing(report, report.messages_lost - lost_before);
 }

@@ -7,6 +7,7 @@
 #ifndef ZUN_CONVERT_PASSES_RECORDING_RUN_HPP
 #define ZUN_CONVERT_PASSES_RECORDING_RUN_HPP
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,6 +25,13 @@ namespace zun::convert {
 /// The longest lengths of each topic, by its identity.
 using TopicLengths = std::map<std::string, Lengths>;
 
+/// What a pass over lengths found out besides them.
+struct Measured {
+    bool whole = true;                  ///< all messages could be read
+    std::uint64_t messages_wanted = 0;  ///< as RecordingReport has them; 0 when the pass was left out
+    std::uint64_t messages_met = 0;
+};
+
 class RecordingRun {
 public:
     /// Opens `recording` and finds its topics. `settings` must outlive the run.
@@ -37,8 +45,7 @@ public:
     /// Adds the longest lengths of topics to `lengths`; the pass is left out when none needs it.
     ///
     /// `wanted`  says which topics to measure
-    /// Returns   false when not all messages could be read
-    bool measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted);
+    Measured measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted);
 
     /// Writes the header and the rows of every topic that has a file, and adds to `report`.
     ///

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <map>
 
+#include "platform/error/visible.hpp"
+
 namespace zun::convert {
 
 namespace {
@@ -24,20 +26,6 @@ bool is_letter_or_digit(unsigned char byte) {
 bool is_plain(unsigned char byte) {
     return is_letter_or_digit(byte) ||
            std::string_view("_-.+=@,()[]{}").find(static_cast<char>(byte)) != std::string_view::npos;
-}
-
-/// The size of the printable character beyond ASCII that `text` starts with; 0 when it starts with none.
-std::size_t wide_character_size(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(0);
-    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || size > text.size()) return 0;
-    for (std::size_t i = 1; i < size; ++i)
-        if ((byte(i) & 0xC0U) != 0x80) return 0;
-    const bool overlong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
-    const bool no_character = (lead == 0xED && byte(1) > 0x9F) || (lead == 0xF4 && byte(1) > 0x8F);
-    const bool control = lead == 0xC2 && byte(1) < 0xA0;
-    return overlong || no_character || control ? 0 : size;
 }
 
 void append_escaped(std::string& text, unsigned char byte) {
@@ -79,7 +67,7 @@ std::string file_name(std::string_view name) {
     std::string result;
     while (!name.empty()) {
         const auto byte = static_cast<unsigned char>(name.front());
-        const std::size_t wide = wide_character_size(name);
+        const std::size_t wide = byte < 0x80 ? 0 : visible_size(name);
         const bool hides = result.empty() && (byte == '.' || byte == '/' || reserved);
         const bool is_inner_space = byte == ' ' && !result.empty() && name.size() > 1;
         if (byte == '/' && !hides)

@@ -55,6 +55,8 @@ struct RecordingReport {
     bool finished = false;               ///< its files are complete
     std::vector<TopicReport> topics = {};
     std::set<std::string> built_in = {};  ///< types that nothing but the tool itself defines
+    std::uint64_t messages_wanted = 0;    ///< on topics that have files, as the recording counts them
+    std::uint64_t messages_met = 0;       ///< of those, the ones in the time span
     std::uint64_t problem_count = 0;
     std::uint64_t messages_lost = 0;            ///< by problems, as far as they can tell
     std::uint64_t messages_missing = 0;         ///< that the recording counts and that were not found

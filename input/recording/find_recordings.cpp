@@ -95,7 +95,8 @@ std::vector<FoundRecording> find_recordings(const std::vector<std::string>& path
             all.push_back(in_pipe(path));
             continue;
         }
-        if (!fs::is_directory(path)) {
+        std::error_code unreadable;
+        if (!fs::is_directory(path, unreadable)) {
             all.push_back(in_file(path, stem(path)));
             continue;
         }

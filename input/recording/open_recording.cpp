@@ -1,5 +1,7 @@
 #include "input/recording/open_recording.hpp"
 
+#include <system_error>
+
 #include "input/bag/BagFolder.hpp"
 #include "input/bag/StandIn.hpp"
 #include "input/bytes/Pipe.hpp"
@@ -36,11 +38,13 @@ bool is_recording(const fs::path& path) {
     return is_mcap(bytes) || rosbag2::is_sqlite(bytes) || is_zstd(bytes);
 }
 
-std::unique_ptr<MessageStream> open_recording(const fs::path& path) {
+std::unique_ptr<MessageStream> open_recording(const fs::path& path) try {
     if (fs::is_other(path))
         throw InputError(path.string(), 0, "expected a recording, found a device or a pipe");
     if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage);
     return rosbag2::open_part(path, open_storage);
+} catch (const fs::filesystem_error& problem) {
+    throw std::system_error(problem.code(), "cannot read '" + problem.path1().string() + '\'');
 }
 
 std::unique_ptr<MessageStream> open_pipe(const fs::path& path) {

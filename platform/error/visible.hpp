@@ -11,16 +11,28 @@
 
 namespace zun {
 
+/// Whether the UTF-8 character steers the text around it: a control, an end of a line or paragraph, or one
+/// that turns the direction of writing.
+inline bool is_control(std::string_view character) {
+    const auto in = [&](std::string_view first, std::string_view last) {
+        return character >= first && character <= last;
+    };
+    return in({"\0", 1}, "\x1f") || in("\x7f", "\x7f") || in("\xc2\x80", "\xc2\x9f") ||
+           in("\u2028", "\u202e") || in("\u2066", "\u2069");
+}
+
 /// Bytes of the UTF-8 character that `text` begins with; 0 where it is a control character or none at all.
 inline std::size_t visible_size(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    if (byte(0) < 0x80) return byte(0) < 0x20 || byte(0) == 0x7F ? 0 : 1;
-    if (byte(0) < 0xC2 || byte(0) > 0xF4) return 0;
-    const std::size_t size = byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
-    if (size > text.size() || (byte(0) == 0xC2 && byte(1) < 0xA0)) return 0;
+    const unsigned char lead = byte(0);
+    if ((lead >= 0x80 && lead < 0xC2) || lead > 0xF4) return 0;
+    const std::size_t size = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (size > text.size()) return 0;
     for (std::size_t i = 1; i < size; ++i)
         if ((byte(i) & 0xC0) != 0x80) return 0;
-    return size;
+    const bool overlong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
+    const bool no_character = (lead == 0xED && byte(1) > 0x9F) || (lead == 0xF4 && byte(1) > 0x8F);
+    return overlong || no_character || is_control(text.substr(0, size)) ? 0 : size;
 }
 
 /// `text` with control characters, and bytes that are not UTF-8, as "\x1b".

@@ -136,8 +136,8 @@ const char* const full_of_blobs =
     "struct Part { Bytes blob; long n; sequence<Bytes> kept; };\n"
     "union Choice switch (long) { case 1: Bytes blob; case 2: long n; };\n"
     "struct Only { sequence<uint8> blob; };\n"
-    "struct Full { Bytes first; sequence<Part> parts; Part grid[2]; Choice choice; Only only; long last; "
-    "};\n";
+    "struct Full { Bytes first; sequence<Part> parts; Part grid[2]; Choice choice; "
+    "@optional Bytes maybe; Only only; long last; };\n";
 
 TEST(Conversion, LeavesBlobsOut) {
     FakeRecording fake;
@@ -145,12 +145,12 @@ TEST(Conversion, LeavesBlobsOut) {
     fake.channels[a].schema_encoding = "omgidl";
     const char* const part = R"({"blob": [1, 2], "n": 5, "kept": [[7], []]})";
     const std::string rest =
-        std::string(R"(, "grid": [)") + part + ',' + part + R"(], "only": {"blob": [9]}, "last": 3})";
-    fake.add(
-        a, 1,
-        (std::string(R"({"first": [1], "choice": {"_d": 1, "blob": [4]}, "parts": [)") + part + ']' + rest)
-            .c_str());
-    fake.add(a, 2, (R"({"first": [], "choice": {"_d": 2, "n": 6}, "parts": [])" + rest).c_str());
+        std::string(R"(, "grid": [)") + part + ',' + part + R"(], "only": {"blob": [9]}, "last": 3)";
+    fake.add(a, 1,
+             (std::string(R"({"first": [1], "choice": {"_d": 1, "blob": [4]}, "parts": [)") + part + ']' +
+              rest + R"(, "maybe": [8]})")
+                 .c_str());
+    fake.add(a, 2, (R"({"first": [], "choice": {"_d": 2, "n": 6}, "parts": [])" + rest + '}').c_str());
     Settings settings;
     settings.skip_blobs = true;
     const fs::path folder = fresh_folder();
@@ -166,7 +166,7 @@ TEST(Conversion, LeavesBlobsOut) {
         "1,1,5,2,1,7,0,nil,5,2,1,7,0,nil,5,2,1,7,0,nil,1,nil,nil,3\n"
         "2,0,nil,nil,nil,nil,nil,nil,5,2,1,7,0,nil,5,2,1,7,0,nil,2,6,nil,3\n",
         csv);
-    EXPECT_EQ(5U, report.recordings[0].topics[0].hints.size());
+    EXPECT_EQ(6U, report.recordings[0].topics[0].hints.size());
     EXPECT_EQ("'parts[*].blob' is left out; --blobs columns keeps it",
               report.recordings[0].topics[0].hints[1].text);
     EXPECT_FALSE(report.lost_anything());
@@ -227,6 +227,21 @@ TEST(Conversion, IsTheSameForAnyNumberOfJobs) {
     }
 }
 
+TEST(Conversion, WritesTheRowsThatMayNotWait) {
+    FakeRecording fake;
+    const auto a = fake.add_channel("/a", "p/msg/S", "string text\n");
+    const std::string text(3'000'000, 'x');
+    fake.add(a, 0, (R"({"text": ")" + text + "\"}").c_str());
+    std::string wanted = "timestamp,text\n0," + text + '\n';
+    for (std::uint32_t i = 1; i < 8; ++i) {  // 24 MB in one batch
+        fake.add_bytes(a, i, fake.batches[0][0].data);
+        wanted += std::to_string(i) + ',' + text + '\n';
+    }
+    const fs::path folder = fresh_folder();
+    EXPECT_EQ(8U, convert_all(fake, {}, folder).recordings[0].topics[0].rows);
+    EXPECT_TRUE(wanted == files_in(folder).at("a.csv"));
+}
+
 TEST(BatchSource, ReadsAgainOnlyWhatItCouldNotKeep) {
     FakeRecording fake = many_batches();
     for (const std::size_t kept : {std::size_t{0}, std::size_t{7}, fake.batches.size()}) {
@@ -267,10 +282,10 @@ TEST(Conversion, GivesSeveralRecordingsTheSameColumns) {
     many.add(0, 13'000'000'000, R"({"id": 4, "text": "", "list": [1, 2, 3, 4, 5], "blob": [1]})");
     const fs::path folder = fresh_folder();
     Report report;
-    Conversion(
-        {}, {FakeRecording::recording(few, folder / "few"), FakeRecording::recording(many, folder / "many")},
-        {})
-        .run(report);
+    const std::vector<Recording> both = {FakeRecording::recording(few, folder / "few"),
+                                         FakeRecording::recording(many, folder / "many")};
+    Conversion({}, both, {}).run(report);
+    EXPECT_EQ(report.recordings[0].topics[0].columns, Conversion({}, both, {}).plan("/a").columns());
     const auto header = [&](const char* name) {
         const std::string text = files_in(folder / name)["a.csv"];
         return text.substr(0, text.find('\n'));
@@ -319,6 +334,35 @@ TEST(Conversion, NamesAllThatIsLost) {
     EXPECT_EQ("chunk is damaged", parsed["recordings"][0]["problems"][1]["text"]);
     EXPECT_EQ("missing-type", parsed["recordings"][0]["topics"][7]["refusal"]["code"]);
     EXPECT_EQ("no-topic", parsed["losses"][0]["code"]);
+}
+
+TEST(Conversion, CountsLossesBeyondThoseThatItNames) {
+    FakeRecording fake = three_readings();
+    fake.not_there = 57;
+    fake.batch_problems.assign(25, {"fake.mcap", 70, "chunk is damaged", 2});
+    const std::string text = text_of(convert_all(fake, {}, fresh_folder()));
+    EXPECT_NE(std::string::npos, text.find("damaged in 25 places, 50 messages known to be lost\n")) << text;
+    EXPECT_NE(std::string::npos, text.find("  7 messages that the recording counts cannot be found\n"))
+        << text;
+    EXPECT_NE(std::string::npos, text.find("chunk is damaged\n    and 5 more\n")) << text;
+}
+
+TEST(Conversion, SaysWhichTypeServesForANameWithoutNamespace) {
+    FakeRecording fake;
+    fake.channels.push_back({"/a", "T", "cdr", "omgidl", "module m { struct T { long x; }; };"});
+    fake.add(0, 1, R"({"x": 5})");
+    const fs::path folder = fresh_folder();
+    EXPECT_EQ("the recording calls its type 'T'; 'm::T', the only one of that name, is used",
+              convert_all(fake, {}, folder).recordings[0].topics[0].hints.at(0).text);
+    EXPECT_EQ("timestamp,x\n1,5\n", files_in(folder).at("a.csv"));
+}
+
+TEST(TopicFilter, TakesATopicAloneByItsExactPattern) {
+    const char* const topics[] = {"/a[1]", "/a1", "/a*", "/a?", "/ab", "/a\\b"};
+    for (const std::string topic : topics)
+        for (const std::string other : topics)
+            EXPECT_EQ(topic == other, (TopicFilter{{exact_pattern(topic)}, {}}).accepts(other))
+                << topic << other;
 }
 
 TEST(Conversion, CountsWhatThePassOfLengthsDidNotSee) {

@@ -32,6 +32,7 @@ public:
     std::vector<input::Problem> problems = {};        // of opening
     std::vector<input::Problem> batch_problems = {};  // of the first batch
     bool fails_at_first = false;  // the first pass over it finds no messages in the first batch
+    std::uint64_t not_there = 0;  // messages of the first channel that only its summary counts
     std::string cut = {};         // how reading ends, when not well
     std::map<std::uint32_t, core::xtypes::DynamicTypeImpl> types = {};  // of channels with messages
 
@@ -102,6 +103,7 @@ private:
                     if (!summary_.first) summary_.first = summary_.last;
                 }
             }
+            if (fake.not_there > 0) summary_.channels[0].message_count += fake.not_there;
         }
         const std::vector<input::Channel>& channels() const override { return fake_.channels; }
         const input::Summary& summary() const override { return summary_; }

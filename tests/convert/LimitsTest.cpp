@@ -9,8 +9,10 @@
 #include <gtest/gtest.h>
 
 #include "convert/plan/Columns.hpp"
+#include "convert/plan/column_list.hpp"
 #include "convert/plan/limits_file.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
+#include "schema/TypeCatalog.hpp"
 #include "tests/support/case_files.hpp"
 
 namespace zun::convert {
@@ -116,6 +118,23 @@ TEST(Limits, HoldForAnyType) {
     }
 }
 
+TEST(Columns, SayTheirKinds) {
+    const auto type =
+        schema::TypeCatalog().type_of("T", "omgidl",
+                                      "enum E { X }; bitmask M { A }; struct N {};"
+                                      "struct T { boolean a; octet b; int8 c; uint8 d; int16 e; uint16 f; "
+                                      "int32 g; uint32 h; int64 i; uint64 j;"
+                                      "float k; double l; long double m; char n; wchar o; string p; wstring "
+                                      "q; E r; M s; N t; sequence<int64, 1> u; };");
+    std::ostringstream list;
+    print_columns(list, Limits(type));
+    EXPECT_EQ(
+        "a\tboolean\nb\toctet\nc\tint8\nd\tuint8\ne\tint16\nf\tuint16\ng\tint32\nh\tuint32\ni\tint64\n"
+        "j\tuint64\nk\tfloat32\nl\tfloat64\nm\tfloat128\nn\tchar\no\twchar\np\tstring\nq\twstring\nr\tenum\n"
+        "s\tbitmask\nt\tempty\nu.length\tlength\t1\nu[0]\tint64\n",
+        list.str());
+}
+
 struct RuleCase {
     const char* name;
     std::vector<const char*> rules;
@@ -187,10 +206,12 @@ TEST(Limits, HoldsTheLongestUntilTheTopicFits) {
                                            {"image", sequence_type(number)},
                                            {"few", sequence_type(number)}}}));
     limits.set({{"cloud", 5000}, {"image", 9000}, {"few", 900}}, Limits::Origin::MEASURED);
-    limits.hold(7000);
+    limits.hold(6903);  // as many as it needs then
     EXPECT_EQ(5000U, limits.fields()[0].limit);
     EXPECT_EQ(1000U, limits.fields()[1].limit);
     EXPECT_EQ(Limits::Origin::HELD, limits.fields()[1].origin);
+    limits.hold(6902);
+    EXPECT_EQ(1000U, limits.fields()[0].limit);
     limits.hold(100);
     EXPECT_EQ(1000U, limits.fields()[0].limit);
     EXPECT_EQ(900U, limits.fields()[2].limit) << "short fields stay whole";

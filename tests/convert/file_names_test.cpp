@@ -27,6 +27,7 @@ TEST(FileName, IsReadableAndStaysInItsFolder) {
         {"/com10", "com10"},
         {"/a\\b:c*?\"<>|~%", "a%5Cb%3Ac%2A%3F%22%3C%3E%7C%7E%25"},
         {std::string("/a\0b\n\x7f", 6), "a%00b%0A%7F"},
+        {"/a\u200b\u2028\u202eb\u2066", "a\u200b%E2%80%A8%E2%80%AEb%E2%81%A6"},
         {"/\xff\xc3(\xe2\x82\xc0\xaf\xed\xa0\x80\xc2\x85", "%FF%C3(%E2%82%C0%AF%ED%A0%80%C2%85"},
     };
     for (const auto& [topic, name] : cases)

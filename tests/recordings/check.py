@@ -69,7 +69,8 @@ def complaints(tool, line, folder, accepting):
     recording, exit_code, names, sentences, options = line.split("\t")
     before = fingerprint(pathlib.Path(recording))
     command = [tool, "convert", recording, "-o", folder, *options.split()]
-    run = subprocess.run(command, capture_output=True, text=True, errors="replace", check=False)
+    environment = dict(os.environ, AMENT_PREFIX_PATH="")
+    run = subprocess.run(command, env=environment, capture_output=True, text=True, errors="replace", check=False)
     if run.returncode != int(exit_code):
         yield f"exit code {run.returncode}, not {exit_code}\n{run.stderr}"
     for sentence in sentences.split(" | "):

@@ -93,6 +93,9 @@ const SampleCase values[] = {
     {"TextWithQuote", single(text), "00010000 04000000 61226200", "\"a\"\"b\""},
     {"CommaBeyondSixteenBytes", single(text), "00010000 13000000 6161616161616161 6161616161616161 612c00",
      "\"aaaaaaaaaaaaaaaaa,\""},
+    {"CarriageReturnWithinSixteenBytes", single(text),
+     "00010000 12000000 61616161610d6161 6161616161616161 6100", "\"aaaaa\raaaaaaaaaaa\""},
+    {"CarriageReturnInWideText", single(wstring_type()), "00010000 06000000 6100 0d00 6200", "\"a\rb\""},
     {"LineEndWithinSixteenBytes", single(text), "00010000 12000000 61616161610a6161 6161616161616161 6100",
      "\"aaaaa\naaaaaaaaaaa\""},
     {"BytesThatAreNoUtf8", single(text), "00010000 03000000 ff80 00", "\\xff\\x80"},
@@ -102,6 +105,9 @@ const SampleCase values[] = {
     {"NumberBeyondAllCharacters", single(wstring_type()), "00010000 01000000 00001100", "\\U00110000",
      Writer::ROS2},
     {"Enumerators", single(array_type(color, {2})), "00010000 02000000 f9ffffff", "[BLUE, -7]"},
+    {"EnumeratorsInAnyOrder",
+     single(array_type(enum_type({"E", {{"LATE", 5}, {"A", 0}, {"B", -3}, {"C", 2}}}), {4})),
+     "00010000 05000000 00000000 fdffffff 02000000", "[LATE, A, B, C]"},
     {"EnumerationOfOneUnsignedByte", single(enum_type({"E", {{"A", 0}, {"B", 200}}, 8})), "00010000 c8", "B"},
     {"Bitmasks", structure({{"a", bitmask_type("A", 9)}, {"b", bitmask_type("B", 64)}}),
      "00010000 0180 000000000000 01000000000000f0", "{a: 32769, b: 17293822569102704641}"},
@@ -308,6 +314,9 @@ TEST(SamplePrinter, FindsWhatItsTextDoesNotShow) {
     EXPECT_EQ("0", findings_of(structure({optional("a", octet)}, mutable_form), "000b0000 00000000"));
     EXPECT_EQ("0 absent", findings_of(app, "00090000 04000000 01000000"));
     EXPECT_EQ("0 unknown", findings_of(app, "00090000 06000000 01000000 02 03"));
+    const auto one_member = structure({with_id("a", octet, 1)}, mutable_form);
+    EXPECT_EQ("0", findings_of(one_member, "000b0000 0c000000 01000040 04000000 01 000000"));
+    EXPECT_EQ("0 unknown", findings_of(one_member, "000b0000 0d000000 01000040 05000000 01 00000000"));
     EXPECT_EQ("0 unknown absent", findings_of(parts, "000b0000 05000000 77000000 01"));
     EXPECT_EQ("0", findings_of(single(text), "00010000 03000000 c3a9 00"));
     EXPECT_EQ("0 invalid", findings_of(single(text), "00010000 03000000 e9e9 00"));
