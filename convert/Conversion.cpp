@@ -31,9 +31,8 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
     if (topic.other_type)
         report.hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
                                                    ", whose file is " + topic.file});
-    if (topic.left_out)
-        for (const std::string& name : names_of(*topic.type, *topic.left_out))
-            report.hints.push_back({"left-out", in_quotes(name) + " is left out; --blobs columns keeps it"});
+    for (const std::string& name : excluded_names(Part(*topic.type, topic.excluded.get())))
+        report.hints.push_back({"left-out", in_quotes(name) + " is left out; --blobs columns keeps it"});
     for (const Limits::Field& field : limits.fields())
         if (field.blob && field.limit >= wide_blob && field.limit > columns / 2)
             report.hints.push_back({"blob", in_quotes(field.full_name) + " holds bytes and takes " +
@@ -45,7 +44,7 @@ void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, 
 /// Whether a limits file says something about every sequence of a topic.
 bool names_all(const LimitsByTopic& limits, const Topic& topic) {
     const auto given = limits.find(topic.name);
-    const Limits plain(*topic.type, topic.left_out.get());
+    const Limits plain(*topic.type, topic.excluded.get());
     const auto& fields = plain.fields();
     return given != limits.end() &&
            std::all_of(fields.begin(), fields.end(),
@@ -165,7 +164,7 @@ void Conversion::measure(RecordingRun& run) {
 }
 
 Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
-    Limits limits(*topic.type, topic.left_out.get());
+    Limits limits(*topic.type, topic.excluded.get());
     const auto measured = lengths_.find(topic.identity);
     if (measured != lengths_.end()) limits.set(measured->second, Limits::Origin::MEASURED);
     if (settings_.limits) {

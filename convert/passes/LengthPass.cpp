@@ -40,8 +40,10 @@ std::unique_ptr<Step> LengthPass::step(SourceBatch batch) {
 
 std::unique_ptr<cdr::LengthMeter> LengthPass::take(std::size_t topic) {
     const Topic& made_for = topics_[topic];
-    return meters_[topic].take(
-        [&] { return std::make_unique<cdr::LengthMeter>(*made_for.type, made_for.name, made_for.writer); });
+    return meters_[topic].take([&] {
+        return std::make_unique<cdr::LengthMeter>(*made_for.type, made_for.name, made_for.writer,
+                                                  made_for.excluded);
+    });
 }
 
 void LengthPass::add_to(TopicLengths& lengths) {

@@ -41,7 +41,7 @@ input::Selection RecordingRun::selection() const {
 bool RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
     std::vector<bool> measured;
     for (const Topic& topic : topics_)
-        measured.push_back(!topic.file.empty() && has_sequences(Part(*topic.type, topic.left_out.get())) &&
+        measured.push_back(!topic.file.empty() && has_sequences(Part(*topic.type, topic.excluded.get())) &&
                            wanted(topic));
     if (std::count(measured.begin(), measured.end(), true) == 0) return true;
     Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);

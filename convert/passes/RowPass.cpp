@@ -21,9 +21,7 @@ TopicRows::TopicRows(const Topic& topic, const Settings& settings, const Limits&
         .enum_as_string(settings.enum_as_string)
         .include_source_timestamp(settings.clock == Clock::BOTH);
     if (!may_be_cut(limits, lengths)) return;
-    auto meter = take_meter();
-    cut_slots_.emplace(limits, *meter);
-    meters_.give(std::move(meter));
+    cut_slots_.emplace(limits);
 }
 
 std::vector<CutField> TopicRows::cuts() const {
@@ -42,8 +40,9 @@ std::unique_ptr<RowWriter> TopicRows::take_converter() {
 }
 
 std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
-    return meters_.take(
-        [&] { return std::make_unique<cdr::LengthMeter>(*topic_.type, topic_.name, topic_.writer); });
+    return meters_.take([&] {
+        return std::make_unique<cdr::LengthMeter>(*topic_.type, topic_.name, topic_.writer, topic_.excluded);
+    });
 }
 
 /// The rows that one batch adds to a topic.

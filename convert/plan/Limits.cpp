@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "convert/plan/blobs.hpp"
+
 namespace zun::convert {
 
 using core::xtypes::ArrayTypeImpl;
@@ -27,8 +29,8 @@ void merge(Lengths& lengths, const Lengths& more) {
 
 // Fields and their limits
 
-Limits::Limits(const DynamicTypeImpl& type, const LeftOut* left_out)
-    : root_(Part(type, left_out)), counts_(*root_) {
+Limits::Limits(const DynamicTypeImpl& type, const cdr::Exclusions* excluded)
+    : root_(Part(type, excluded)), counts_(*root_) {
     std::vector<Around> around;
     add_fields(*root_, around);
 }

@@ -69,7 +69,7 @@ public:
     Limits() = default;  ///< of a topic without type: no fields
 
     /// The plain limits of what has columns.
-    explicit Limits(const core::xtypes::DynamicTypeImpl& type, const LeftOut* left_out = nullptr);
+    explicit Limits(const core::xtypes::DynamicTypeImpl& type, const cdr::Exclusions* excluded = nullptr);
 
     const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
 

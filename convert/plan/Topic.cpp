@@ -4,10 +4,11 @@
 #include <map>
 #include <stdexcept>
 
+#include "convert/plan/blobs.hpp"
 #include "convert/plan/file_names.hpp"
 #include "convert/plan/layouts.hpp"
+#include "platform/cdr/SampleDecoder.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
-#include "platform/printing/SamplePrinter.hpp"
 
 namespace zun::convert {
 
@@ -63,7 +64,7 @@ const schema::KnownType* find_type(Topic& topic, const Channel& channel, schema:
         const schema::KnownType& known =
             catalog.find(channel.type_name, channel.schema_encoding, channel.schema_text);
         for (const auto& layout : known.layouts)  // throws when one is not decodable
-            const printing::SamplePrinter decodable(layout, topic.name, topic.writer);
+            const cdr::SampleDecoder decodable(layout, topic.name, topic.writer);
         if (!known.hint.empty()) topic.hints.push_back({"type-name", known.hint});
         topic.built_in = known.built_in;
         topic.type = known.layouts.front();
@@ -115,13 +116,13 @@ void choose_columns(Topic& topic, const TopicChoice& choice) {
     if (PartCounts(Part(*topic.type)).of(Part(*topic.type)).sequences > most_sequences)
         return topic.refuse("too-wide",
                             "its type has more than " + std::to_string(most_sequences) + " sequences");
-    if (choice.skip_blobs) topic.left_out = blobs_of(*topic.type);
-    const Part root(*topic.type, topic.left_out.get());
+    if (choice.skip_blobs) topic.excluded = blobs_of(*topic.type);
+    const Part root(*topic.type, topic.excluded.get());
     const PartCounts::Counts counts = PartCounts(root).of(root);
     if (counts.columns <= choice.most_columns) return;
     Limits::Blame blame;
     if (counts.sequences <= most_sequences_blamed) {
-        Limits limits(*topic.type, topic.left_out.get());
+        Limits limits(*topic.type, topic.excluded.get());
         Lengths empty;
         for (const Limits::Field& field : limits.fields())
             empty[field.full_name] = 0;

@@ -15,11 +15,11 @@
 #include <utility>
 #include <vector>
 
-#include "convert/plan/LeftOut.hpp"
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Reason.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 #include "platform/xtypes/TypeIdentities.hpp"
 #include "schema/TypeCatalog.hpp"
@@ -47,7 +47,7 @@ struct Topic {
     std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
     std::set<std::string> built_in = {};                     ///< types that only the tool itself defines
     std::vector<Reason> hints = {};                          ///< what was assumed about the type
-    std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
+    std::shared_ptr<const cdr::Exclusions> excluded = {};    ///< members without columns; null for none
     std::optional<Reason> refusal = {};                      ///< why it is refused
     std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
     bool other_type = false;  ///< an earlier entry has this topic with another type

@@ -56,7 +56,7 @@ DynamicTypeImpl Limits::column_type() const {
 
 /// `first`  number of the first field at or below `part`
 DynamicTypeImpl Limits::column_type(const Part& part, std::size_t first) const {
-    if (part.left_out == nullptr && counts_.of(part).sequences == 0) return part.type;
+    if (part.excluded == nullptr && counts_.of(part).sequences == 0) return part.type;
     if (part.is_sequence()) {
         const Field& field = fields_[first];
         const Part element = element_of(part);

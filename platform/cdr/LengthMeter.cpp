@@ -15,14 +15,12 @@ constexpr std::uint32_t field_limit = 1U << 20U;
 /// Tells `note` of every sequence that a walk meets: the number of its field, its length, and the indices of
 /// the elements around it.
 template <typename Note>
-class Lengths {
+class Lengths : public NoHandler {
 public:
-    static constexpr bool wants_absent = false;
+    static constexpr bool wants_excluded = false;
 
     explicit Lengths(const Note& note) : note_(note) {}
 
-    void top_level_beginning() {}
-    void top_level_ending() {}
     template <typename Place>
     void complex_beginning(const Place& place) {
         enter(place);
@@ -41,17 +39,6 @@ public:
         base_ -= plan.kind == TypeKind::SEQUENCE_TYPE ? 1 : 0;
         leave(place);
     }
-    void unset_optional(const Member&) {}
-    template <bool Swapped, typename Place>
-    void scalar(const Place&, const Plan&, const std::byte*) {}
-    template <typename Place>
-    void string(const Place&, std::string_view) {}
-    template <bool Swapped, typename Place>
-    void wide_string(const Place&, WideText) {}
-    template <bool Swapped>
-    void scalars(const Member*, const Step&, const std::byte*) {}
-    template <bool Swapped>
-    void elements(const Plan&, std::uint32_t, const std::byte*) {}
 
 private:
     void enter(const Member& member) { base_ += member.first_field; }
@@ -75,15 +62,17 @@ void name_fields(const Plan& plan, const std::string& name, std::vector<LengthMe
         name_fields(*plan.element, element, fields);
     }
     for (const Member& member : plan.members)
-        name_fields(*member.plan, name.empty() ? member.name : name + "." + member.name, fields);
+        if (!member.excluded)
+            name_fields(*member.plan, name.empty() ? member.name : name + "." + member.name, fields);
 }
 
 }  // namespace
 
 struct LengthMeter::Impl {
-    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
-        : decoder(type, std::move(source), writer) {
-        const Program program(type, {.writer = writer});
+    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
+         const std::shared_ptr<const Exclusions>& excluded)
+        : decoder(type, std::move(source), writer, excluded) {
+        const Program program(type, {.writer = writer}, excluded.get());
         if (program.root().fields > field_limit)
             throw std::invalid_argument("type '" + type.name() + "' has more than " +
                                         std::to_string(field_limit) + " sequences");
@@ -101,8 +90,9 @@ struct LengthMeter::Impl {
     std::vector<std::pair<std::uint32_t, std::uint32_t>> longer;  // of one sample: field and length
 };
 
-LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer)) {}
+LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
+                         const std::shared_ptr<const Exclusions>& excluded)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, excluded)) {}
 
 LengthMeter::~LengthMeter() = default;
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {
@@ -26,9 +27,9 @@ public:
         std::uint32_t longest;  ///< elements; 0 while no sample had any
     };
 
-    /// As SamplePrinter's constructor.
+    /// As SamplePrinter's constructor; sequences in excluded members are no fields.
     LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                Writer writer = Writer::UNKNOWN);
+                Writer writer = Writer::UNKNOWN, const std::shared_ptr<const Exclusions>& excluded = nullptr);
     ~LengthMeter();
     LengthMeter(const LengthMeter&) = delete;
     LengthMeter& operator=(const LengthMeter&) = delete;

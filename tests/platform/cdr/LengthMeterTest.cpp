@@ -63,6 +63,16 @@ TEST(LengthMeter, KeepsTheLongestOfAllSamplesAndElements) {
     EXPECT_EQ(expected, lengths(meter));
 }
 
+TEST(LengthMeter, HasNoFieldsInExcludedMembers) {
+    const auto whole = std::make_shared<const Exclusions>(Exclusions{.whole = true});
+    const auto excluded = std::make_shared<const Exclusions>(Exclusions{.members = {{"a", whole}}});
+    const auto part = structure({{"b", bytes}});
+    LengthMeter meter(structure({{"a", sequence_type(part)}, {"c", bytes}}), "topic", Writer::UNKNOWN,
+                      excluded);
+    meter.measure(bytes_of("00010000 02000000 01000000 07 000000 00000000 03000000 070707"));
+    EXPECT_EQ((Lengths{{"c", 3}}), lengths(meter));
+}
+
 TEST(LengthMeter, LeavesOutWhatIsNoSample) {
     LengthMeter meter(
         structure({{"a", bytes}, {"b", sequence_type(structure({{"c", bytes}}))}, {"d", bytes}}), "topic");
