@@ -145,7 +145,8 @@ std::uint32_t Limits::most_elements(const Around& collection) const {
 
 /// Tries the rules on each sequence of a field.
 void Limits::find_exceptions(std::size_t index) {
-    const Field& field = fields_[index];
+    std::vector<ElementRule>& rules = fields_[index].element_rules;
+    std::vector<std::vector<Place>> matched(rules.size());
     std::vector<std::uint32_t> sizes;
     std::uint64_t total = 1;
     for (const Around& collection : around_[index]) {
@@ -156,13 +157,17 @@ void Limits::find_exceptions(std::size_t index) {
     Place place(sizes.size(), 0);
     for (std::uint64_t i = 0; i < total; ++i) {
         const std::string name = own_name(index, place);
-        const auto rule = std::find_if(field.element_rules.begin(), field.element_rules.end(),
-                                       [&](const ElementRule& each) { return matches(each.pattern, name); });
-        if (rule != field.element_rules.end())
-            add_exception(index, place, static_cast<std::size_t>(rule - field.element_rules.begin()));
+        bool taken = false;
+        for (std::size_t rule = 0; rule < rules.size(); ++rule) {
+            if (!matches(rules[rule].pattern, name)) continue;
+            matched[rule].push_back(place);
+            if (!std::exchange(taken, true)) add_exception(index, place, rule);
+        }
         for (std::size_t d = place.size(); d-- > 0 && ++place[d] == sizes[d];)
             place[d] = 0;
     }
+    for (std::size_t rule = 0; rule < rules.size(); ++rule)
+        rules[rule].patterns = patterns_of(index, matched[rule]);
 }
 
 void Limits::add_exception(std::size_t field, const Place& place, std::size_t rule) {

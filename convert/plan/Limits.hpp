@@ -50,7 +50,8 @@ public:
         std::string pattern;     ///< "markers\\[3\\].points"
         std::string expression;  ///< "markers[3].points"
         std::uint32_t limit;
-        std::string given;  ///< as the user wrote it
+        std::string given;                       ///< as the user wrote it
+        std::vector<std::string> patterns = {};  ///< of the sequences that it matches, and of no others
     };
     /// The place of an element in the collections around a field, from the outermost inwards. An array
     /// counts its elements in one row, whatever its dimensions.
@@ -131,7 +132,10 @@ private:
     std::string own_name(std::size_t field, const Place& place) const;
 
     core::xtypes::DynamicTypeImpl column_type(const Part& part, std::size_t first) const;
-    std::vector<std::string> patterns_of_others(std::size_t field) const;
+    /// By collection around a field, the outermost first: the elements that are meant; none for all.
+    using Choice = std::vector<std::optional<std::set<std::uint32_t>>>;
+    std::vector<std::string> patterns_of(std::size_t field, const Choice& choice) const;
+    std::vector<std::string> patterns_of(std::size_t field, const std::vector<Place>& places) const;
 
     std::optional<Part> root_;
     PartCounts counts_;

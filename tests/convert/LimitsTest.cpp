@@ -139,6 +139,21 @@ const RuleCase rule_cases[] = {
      {{"a[0].b", 1}, {"a[1].b", 3}, {"a[0].c[0].b", 2}, {"a[0].c[1].b", 4}, {"a[1].c[1].b", 0}},
      {},
      {}},
+    {"LaterOfTwoThatCross",
+     {"a[1].c[*].b=3", "a[*].c[0].b=4"},
+     {{"a[1].c[0].b", 4}, {"a[0].c[1].b", 2}, {"a[1].c[1].b", 3}},
+     {},
+     {}},
+    {"LaterOfTwoThatCrossInAnotherOrder",
+     {"a[*].c[0].b=4", "a[1].c[*].b=3"},
+     {{"a[1].c[0].b", 3}, {"a[0].c[0].b", 4}, {"a[1].c[1].b", 3}},
+     {},
+     {}},
+    {"NotIndexByIndex",
+     {"a*[1]*.b=3"},
+     {{"a[0].b", 2}, {"a[1].b", 3}, {"a[0].c[0].b", 2}, {"a[1].c[0].b", 3}, {"a[0].c[1].b", 3}},
+     {},
+     {}},
     {"ExactIsFirst", {"a=4", "*=1", "s[*]=3"}, {{"a", 4}, {"s", 1}, {"s[0]", 3}}, {}, {}},
     {"LongerLiteralIsFirst", {"a[*].c*=3", "a*=1"}, {{"a", 1}, {"a[0].b", 1}, {"a[0].c", 3}}, {}, {}},
     {"OneElementIsBeforeAll", {"a[1].b=3", "a[*].b=1"}, {{"a[0].b", 1}, {"a[1].b", 3}}, {}, {}},
@@ -227,6 +242,16 @@ TEST(Limits, CostNoMoreThanTheirElements) {
     limits.hold(whole - 30'000 - 4000);
     const auto held = [](const Limits::Field& field) { return field.origin == Limits::Origin::HELD; };
     EXPECT_EQ(1 + 4000, std::count_if(limits.fields().begin(), limits.fields().end(), held));
+}
+
+TEST(Limits, AreFewExpressionsForOneElementOfEach) {
+    Limits limits(tangled());
+    limits.set({{"a", 16'000}, {"a[*].b", 0}, {"a[*].c", 3}, {"a[*].c[*].b", 1}}, Limits::Origin::MEASURED);
+    std::vector<LimitRule> rules = {parse_limit_rule("a[*].c[1].b=0"), parse_limit_rule("a[2].c[1].b=1")};
+    limits.apply(rules, "/topic");
+    const auto& element_rules = limits.fields()[*limits.find("a[*].c[*].b")].element_rules;
+    EXPECT_EQ(1U, element_rules[0].patterns.size());
+    EXPECT_EQ(5U, element_rules[1].patterns.size()) << "one for each number of digits";
 }
 
 TEST(LimitsFile, ComesBackWithTheLongestOfSeveral) {
