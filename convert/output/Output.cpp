@@ -129,12 +129,13 @@ void OutputFiles::make_folder() {
     if (error) throw std::system_error(error, "cannot make '" + folder_.string() + "'");
 }
 
-void OutputFiles::refuse_existing(const std::filesystem::path& folder,
-                                  const std::vector<std::string>& names) {
+std::optional<std::filesystem::path> OutputFiles::existing(const std::filesystem::path& folder,
+                                                           const std::vector<std::string>& names) {
     for (const std::string& name : names)
         if (std::error_code error;
             !name.empty() && std::filesystem::exists(std::filesystem::symlink_status(folder / name, error)))
-            throw std::runtime_error("'" + (folder / name).string() + "' exists; --overwrite replaces it");
+            return folder / name;
+    return std::nullopt;
 }
 
 void OutputFiles::flush(File& file) {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,8 +42,10 @@ public:
     void write(std::size_t topic, std::string_view text) override;
     void finish() override;
 
-    /// Throws std::runtime_error when `folder` has anything of one of these names, a broken link included.
-    static void refuse_existing(const std::filesystem::path& folder, const std::vector<std::string>& names);
+    /// The first of these names that something in `folder` has, a broken link included; none when all are
+    /// free.
+    static std::optional<std::filesystem::path> existing(const std::filesystem::path& folder,
+                                                         const std::vector<std::string>& names);
 
 private:
     struct File {

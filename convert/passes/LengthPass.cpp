@@ -38,12 +38,13 @@ std::unique_ptr<Step> LengthPass::step(SourceBatch batch) {
     return std::make_unique<LengthStep>(*this, std::move(batch));
 }
 
+std::unique_ptr<cdr::LengthMeter> make_meter(const Topic& topic) {
+    const Accepted& accepted = *topic.accepted();
+    return std::make_unique<cdr::LengthMeter>(accepted.type, topic.name, topic.writer, accepted.excluded);
+}
+
 std::unique_ptr<cdr::LengthMeter> LengthPass::take(std::size_t topic) {
-    const Topic& made_for = topics_[topic];
-    return meters_[topic].take([&] {
-        return std::make_unique<cdr::LengthMeter>(*made_for.type, made_for.name, made_for.writer,
-                                                  made_for.excluded);
-    });
+    return meters_[topic].take([&] { return make_meter(topics_[topic]); });
 }
 
 void LengthPass::add_to(TopicLengths& lengths) {

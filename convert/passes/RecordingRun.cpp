@@ -9,28 +9,21 @@
 
 namespace zun::convert {
 
-namespace {
-
-/// Decompressed batches that wait from the first pass for the second.
-constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
-
-}  // namespace
-
 RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings,
-                           const Watch& watch)
+                           const Watch& watch, std::size_t kept_bytes)
     : settings_(settings),
       watch_(watch),
       stream_(recording.open()),
       topics_(topics_of(*stream_, types,
                         {settings.topics, settings.skip_blobs, settings.most_columns, settings.writer})),
-      batches_(*stream_, selection(), kept_batches_bytes) {}
+      batches_(*stream_, selection(), kept_bytes) {}
 
 input::Selection RecordingRun::selection() const {
     input::Selection selection;
     selection.channels.resize(stream_->channels().size());
     for (const Topic& topic : topics_)
         for (const std::uint32_t channel : topic.channels)
-            selection.channels[channel] = !topic.file.empty();
+            selection.channels[channel] = topic.accepted() != nullptr;
     const input::Summary& summary = stream_->summary();
     if (!summary.first || !summary.last) return selection;
     if (settings_.start) selection.start = settings_.start->resolved(*summary.first, *summary.last);
@@ -40,9 +33,10 @@ input::Selection RecordingRun::selection() const {
 
 bool RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
     std::vector<bool> measured;
-    for (const Topic& topic : topics_)
-        measured.push_back(!topic.file.empty() && has_sequences(Part(*topic.type, topic.excluded.get())) &&
-                           wanted(topic));
+    for (const Topic& topic : topics_) {
+        const Accepted* const accepted = topic.accepted();
+        measured.push_back(accepted != nullptr && has_sequences(accepted->root()) && wanted(topic));
+    }
     if (std::count(measured.begin(), measured.end(), true) == 0) return true;
     Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
     LengthPass measuring(topics_, measured, batches_, pass);
@@ -77,7 +71,7 @@ void RecordingRun::count_missing(RecordingReport& report, std::uint64_t lost) co
     if (settings_.start || settings_.end) return;
     std::uint64_t missing = 0;
     for (std::size_t i = 0; i < topics_.size(); ++i) {
-        if (topics_[i].file.empty()) continue;
+        if (topics_[i].accepted() == nullptr) continue;
         const std::uint64_t counted = topics_[i].message_count / settings_.every +
                                       (topics_[i].message_count % settings_.every > 0 ? 1 : 0);
         const std::uint64_t met = report.topics[i].rows + report.topics[i].unreadable;

@@ -27,7 +27,10 @@ using TopicLengths = std::map<std::string, Lengths>;
 class RecordingRun {
 public:
     /// Opens `recording` and finds its topics. `settings` and `watch` must outlive the run.
-    RecordingRun(const Recording& recording, Types& types, const Settings& settings, const Watch& watch);
+    ///
+    /// `kept_bytes`  of batches that the run may keep from the first pass for the second
+    RecordingRun(const Recording& recording, Types& types, const Settings& settings, const Watch& watch,
+                 std::size_t kept_bytes);
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }

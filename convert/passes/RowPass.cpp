@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "convert/passes/LengthPass.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -40,9 +41,7 @@ std::unique_ptr<RowWriter> TopicRows::take_converter() {
 }
 
 std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
-    return meters_.take([&] {
-        return std::make_unique<cdr::LengthMeter>(*topic_.type, topic_.name, topic_.writer, topic_.excluded);
-    });
+    return meters_.take([&] { return make_meter(topic_); });
 }
 
 /// The rows that one batch adds to a topic.
@@ -174,7 +173,7 @@ RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings,
                  Output& output, RecordingReport& report)
     : settings_(settings), output_(output), report_(report), work_(topics.size()) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
-        if (topics[i].file.empty()) continue;
+        if (topics[i].accepted() == nullptr) continue;
         const auto known = lengths.find(topics[i].identity);
         work_[i].emplace(topics[i], settings, limits[i], known == lengths.end() ? nullptr : &known->second);
         report.topics[i].cuts = work_[i]->cuts();

@@ -29,8 +29,7 @@ void merge(Lengths& lengths, const Lengths& more) {
 
 // Fields and their limits
 
-Limits::Limits(const DynamicTypeImpl& type, const cdr::Exclusions* excluded)
-    : root_(Part(type, excluded)), counts_(*root_) {
+Limits::Limits(const Part& root) : root_(root), counts_(root) {
     std::vector<Around> around;
     add_fields(*root_, around);
 }
@@ -72,17 +71,18 @@ std::optional<std::size_t> Limits::find(const std::string& full_name) const {
     return index == indices_.end() ? std::nullopt : std::optional(index->second);
 }
 
-void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
-    const std::vector<LimitRule*> order = rules_for(rules, topic);
-    for (LimitRule* const rule : order) {
-        const std::string pattern = any_index(rule->expression);
+void Limits::apply(const std::vector<LimitRule>& rules, const std::string& topic,
+                   std::vector<RuleOutcome>& outcomes) {
+    for (const std::size_t index : rules_for(rules, topic)) {
+        const std::string pattern = any_index(rules[index].expression);
         for (Field& field : fields_) {
             if (!matches(pattern, field.full_name)) continue;
-            rule->matched = true;
-            if (!field.given.empty())
-                rule->lost_to = field.given;
-            else
-                give(field, *rule);
+            if (!field.given.empty()) {
+                outcomes[index].lost_to = field.given;
+                continue;
+            }
+            give(field, rules[index]);
+            outcomes[index].won = true;
         }
     }
     for (std::size_t i = 0; i < fields_.size(); ++i)
@@ -90,8 +90,7 @@ void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
 }
 
 /// Sets the limit of all elements of a field, or of those that the rule names.
-void Limits::give(Field& field, LimitRule& rule) {
-    rule.won = true;
+void Limits::give(Field& field, const LimitRule& rule) {
     const std::string pattern = escaped_indices(rule.expression);
     const std::uint32_t limit = limit_of(field, rule.limit);
     if (!matches(pattern, field.full_name)) {

@@ -70,7 +70,7 @@ public:
     Limits() = default;  ///< of a topic without type: no fields
 
     /// The plain limits of what has columns.
-    explicit Limits(const core::xtypes::DynamicTypeImpl& type, const cdr::Exclusions* excluded = nullptr);
+    explicit Limits(const Part& root);
 
     const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
 
@@ -79,8 +79,11 @@ public:
 
     /// Sets the fields that are in `lengths`.
     void set(const Lengths& lengths, Origin origin);
-    /// Sets the fields that the rules of `topic` match, and marks in the rules what they did.
-    void apply(std::vector<LimitRule>& rules, const std::string& topic);
+    /// Sets the fields that the rules for `topic` match.
+    ///
+    /// `outcomes`  by rule; what they do here is added
+    void apply(const std::vector<LimitRule>& rules, const std::string& topic,
+               std::vector<RuleOutcome>& outcomes);
     /// Holds measured fields to the plain limit, longest first, until there are at most `most` columns.
     void hold(std::uint64_t most);
 
@@ -123,7 +126,7 @@ private:
 
     void add_fields(const Part& part, std::vector<Around>& around);
     static std::uint32_t limit_of(const Field& field, std::uint32_t wanted);
-    static void give(Field& field, LimitRule& rule);
+    static void give(Field& field, const LimitRule& rule);
 
     static std::uint32_t limit_at(const Field& field, const Place& place);
     std::uint32_t most_elements(const Around& collection) const;

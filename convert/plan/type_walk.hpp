@@ -25,8 +25,8 @@ inline std::string joined(const std::string& parent, const std::string& name) {
 }
 
 struct Part {
-    explicit Part(const core::xtypes::DynamicTypeImpl& declared, const cdr::Exclusions* concerned = nullptr,
-                  std::string name = "")
+    Part(const core::xtypes::DynamicTypeImpl& declared, const cdr::Exclusions* concerned = nullptr,
+         std::string name = "")
         : type(declared.resolved()), excluded(concerned), full_name(std::move(name)) {}
 
     core::xtypes::DynamicTypeImpl type;  ///< no alias

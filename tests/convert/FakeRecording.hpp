@@ -33,6 +33,7 @@ public:
     std::vector<input::Problem> batch_problems = {};  // of the first batch
     bool fails_at_first = false;  // the first pass over it finds no messages in the first batch
     std::string cut = {};         // how reading ends, when not well
+    int opened = 0;               // times
     std::map<std::uint32_t, core::xtypes::DynamicTypeImpl> types = {};  // of channels with messages
 
     std::uint32_t add_channel(const std::string& topic, const std::string& type, const std::string& text,
@@ -94,6 +95,7 @@ private:
     class Stream : public input::MessageStream {
     public:
         explicit Stream(FakeRecording& fake) : fake_(fake) {
+            ++fake.opened;
             summary_.channels.resize(fake.channels.size());
             for (const auto& batch : fake.batches) {
                 for (const Stored& stored : batch) {
