@@ -51,10 +51,10 @@ void LengthPass::add_to(TopicLengths& lengths) {
     for (std::size_t i = 0; i < topics_.size(); ++i) {
         if (!measured_[i]) continue;
         if (meters_[i].idle().empty()) meters_[i].give(take(i));
+        const Limits named(topics_[i].accepted()->root());
         Lengths& of_topic = lengths[topics_[i].identity];
         for (const auto& meter : meters_[i].idle())
-            for (const auto& field : meter->fields())
-                merge(of_topic, {{field.full_name, field.longest}});
+            merge(of_topic, named.lengths(meter->longest()));
     }
 }
 

@@ -52,6 +52,13 @@ void Limits::add_fields(const Part& part, std::vector<Around>& around) {
     around.pop_back();
 }
 
+Lengths Limits::lengths(const std::vector<std::uint32_t>& by_field) const {
+    Lengths lengths;
+    for (std::size_t i = 0; i < fields_.size(); ++i)
+        lengths[fields_[i].full_name] = by_field.at(i);
+    return lengths;
+}
+
 void Limits::set(const Lengths& lengths, Origin origin) {
     for (Field& field : fields_) {
         const auto found = lengths.find(field.full_name);

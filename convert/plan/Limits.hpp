@@ -72,7 +72,11 @@ public:
     /// The plain limits of what has columns.
     explicit Limits(const Part& root);
 
-    const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
+    /// In the order of declaration, as LengthMeter numbers them.
+    const std::vector<Field>& fields() const { return fields_; }
+
+    /// Lengths of all fields, by their names.
+    Lengths lengths(const std::vector<std::uint32_t>& by_field) const;
 
     /// The index of the field called `full_name`; none where no field is.
     std::optional<std::size_t> find(const std::string& full_name) const;

@@ -51,21 +51,6 @@ private:
     std::vector<std::uint32_t> indices_;
 };
 
-/// Names the sequences of a value in the order in which Lengths numbers them.
-void name_fields(const Plan& plan, const std::string& name, std::vector<LengthMeter::Field>& fields) {
-    if (plan.fields == 0) return;
-    if (plan.kind == TypeKind::SEQUENCE_TYPE) fields.push_back({name, 0});
-    if (plan.kind == TypeKind::ARRAY_TYPE || plan.kind == TypeKind::SEQUENCE_TYPE) {
-        std::string element = name;
-        for (std::uint32_t i = 0; i < plan.dimensions; ++i)
-            element += "[*]";
-        name_fields(*plan.element, element, fields);
-    }
-    for (const Member& member : plan.members)
-        if (!member.excluded)
-            name_fields(*member.plan, name.empty() ? member.name : name + "." + member.name, fields);
-}
-
 }  // namespace
 
 struct LengthMeter::Impl {
@@ -76,7 +61,7 @@ struct LengthMeter::Impl {
         if (program.root().fields > field_limit)
             throw std::invalid_argument("type '" + type.name() + "' has more than " +
                                         std::to_string(field_limit) + " sequences");
-        name_fields(program.root(), "", fields);
+        longest.resize(program.root().fields);
     }
 
     template <typename Note>
@@ -86,7 +71,7 @@ struct LengthMeter::Impl {
     }
 
     SampleDecoder decoder;
-    std::vector<Field> fields;
+    std::vector<std::uint32_t> longest;                           // by field
     std::vector<std::pair<std::uint32_t, std::uint32_t>> longer;  // of one sample: field and length
 };
 
@@ -98,21 +83,21 @@ LengthMeter::~LengthMeter() = default;
 
 void LengthMeter::measure(std::span<const std::byte> payload) {
     auto& longer = impl_->longer;
-    std::vector<Field>& fields = impl_->fields;
+    auto& longest = impl_->longest;
     longer.clear();
     impl_->decode(payload, [&](std::uint32_t field, std::uint32_t length, const auto&) {
-        if (length > fields[field].longest) longer.emplace_back(field, length);
+        if (length > longest[field]) longer.emplace_back(field, length);
     });
     for (const auto& [field, length] : longer)
-        fields[field].longest = std::max(fields[field].longest, length);
+        longest[field] = std::max(longest[field], length);
 }
 
 void LengthMeter::visit(std::span<const std::byte> payload, const Visitor& visitor) {
     impl_->decode(payload, visitor);
 }
 
-const std::vector<LengthMeter::Field>& LengthMeter::fields() const {
-    return impl_->fields;
+const std::vector<std::uint32_t>& LengthMeter::longest() const {
+    return impl_->longest;
 }
 
 }  // namespace zun::cdr

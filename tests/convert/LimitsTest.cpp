@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -10,8 +11,10 @@
 
 #include "convert/plan/Columns.hpp"
 #include "convert/plan/limits_file.hpp"
+#include "platform/cdr/LengthMeter.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 #include "tests/support/case_files.hpp"
+#include "tests/support/sample_bytes.hpp"
 
 namespace zun::convert {
 
@@ -114,6 +117,36 @@ TEST(Limits, HoldForAnyType) {
             EXPECT_EQ(static_cast<int>(lengths.at(full_name)), elements(titles, own_name)) << title;
         }
     }
+}
+
+TEST(Limits, NameFieldsInTheOrderInWhichTheyAreMeasured) {
+    const auto bytes = sequence_type(primitive_type(TypeKind::OCTET_TYPE));
+    const auto part = struct_type(
+        {.name = "Part", .members = {{"id", number}, {"points", bytes}, {"few", sequence_type(bytes, 4)}}});
+    const auto choice = union_type(
+        {.name = "Choice", .discriminator = number, .members = {{"a", bytes, {1}}, {"b", part, {2}}}});
+    const auto type = struct_type({.name = "Whole",
+                                   .members = {{"grid", array_type(bytes, {2, 3})},
+                                               {"markers", sequence_type(part)},
+                                               {"deep", sequence_type(sequence_type(bytes))},
+                                               {"u", choice},
+                                               {"names", map_type(string_type(), bytes)},
+                                               {"text", string_type()}}});
+    const auto sample = nlohmann::json::parse(R"({
+        "grid": [[], [1], [], [], [], []],
+        "markers": [{"id": 0, "points": [1, 2, 3], "few": [[], [], [], [1, 2, 3, 4, 5]]}, {"id": 0, "points": [], "few": []}],
+        "deep": [[[1, 1, 1, 1, 1, 1, 1, 1], []], [], [], [], [], [], []],
+        "u": {"_d": 2, "b": {"id": 0, "points": [1, 1, 1, 1, 1, 1], "few": [[1, 1, 1, 1, 1, 1, 1, 1, 1]]}},
+        "names": [{"key": "k", "value": [1, 1, 1, 1, 1, 1, 1, 1, 1, 1]}, {"key": "k", "value": []}, {"key": "k", "value": []}],
+        "text": ""})");
+    cdr::LengthMeter meter(type, "topic");
+    meter.measure(test::sample_bytes(type, sample));
+    const Lengths wanted = {{"grid[*][*]", 1},     {"markers", 2},           {"markers[*].points", 3},
+                            {"markers[*].few", 4}, {"markers[*].few[*]", 5}, {"deep", 7},
+                            {"deep[*]", 2},        {"deep[*][*]", 8},        {"u.a", 0},
+                            {"u.b.points", 6},     {"u.b.few", 1},           {"u.b.few[*]", 9},
+                            {"names", 3},          {"names[*].value", 10}};
+    EXPECT_EQ(wanted, Limits(type).lengths(meter.longest()));
 }
 
 struct RuleCase {
