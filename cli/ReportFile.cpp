@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "cli/options.hpp"
 #include "convert/output/Output.hpp"
 #include "input/recording/open_recording.hpp"
 #include "platform/error/TextStream.hpp"
@@ -58,7 +59,7 @@ ReportFile::~ReportFile() {
 void ReportFile::write(const convert::Report& report) {
     if (path_.empty()) return;
     TextStream text;
-    convert::print_report_json(text, report);
+    convert::print_report_json(text, report, option_of);
     if (::ftruncate(descriptor_, 0) != 0 && errno != EINVAL)  // pipes and devices have no length
         throw std::system_error(errno, std::generic_category(), "cannot write '" + path_ + "'");
     convert::OutputStream(descriptor_, path_).write(0, text.str());

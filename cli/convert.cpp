@@ -15,6 +15,7 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
+#include "cli/options.hpp"
 #include "convert/Conversion.hpp"
 #include "platform/error/visible.hpp"
 #include "platform/logger/Logger.hpp"
@@ -153,7 +154,7 @@ int convert_recordings(ConvertRequest& request) {
     const auto tell = [&] {
         const auto detail = request.quiet ? convert::Detail::LOSSES : convert::Detail::TABLE;
         const bool on_terminal = ::isatty(STDERR_FILENO) == 1;
-        print_report(std::cerr, report, detail, on_terminal ? terminal_name_width : SIZE_MAX);
+        print_report(std::cerr, report, detail, option_of, on_terminal ? terminal_name_width : SIZE_MAX);
         report_file.write(report);
     };
     try {

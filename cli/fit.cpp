@@ -6,6 +6,7 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
+#include "cli/options.hpp"
 #include "convert/Conversion.hpp"
 #include "platform/error/TextStream.hpp"
 
@@ -18,7 +19,7 @@ int learn_limits(const Request& request) {
     const auto conversion =
         make_conversion(request, find_recordings(request.recordings, std::nullopt), {{}, &end_requested()});
     const convert::LimitsByTopic limits = conversion->measure(report);
-    convert::print_report(std::cerr, report, convert::Detail::LOSSES);
+    convert::print_report(std::cerr, report, convert::Detail::LOSSES, option_of);
     if (!report.finished_any()) return FAILED;
     TextStream text;
     convert::write_limits(text, limits);

@@ -11,6 +11,7 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
+#include "cli/options.hpp"
 #include "convert/report/table.hpp"
 #include "platform/error/TextStream.hpp"
 #include "platform/error/visible.hpp"
@@ -62,8 +63,8 @@ std::string note_on(const Topic& topic) {
                                                              {"unsupported-type", "type unsupported"},
                                                              {"no-layout", "type missing"},
                                                              {"too-wide", "too wide"}};
-    if (topic.refusal) return words.at(topic.refusal->code);
-    return topic.built_in.empty() ? "" : "type built in";
+    if (topic.refusal() != nullptr) return words.at(topic.refusal()->code);
+    return topic.accepted()->built_in.empty() ? "" : "type built in";
 }
 
 std::string encoding_of(const input::Channel& channel) {
@@ -117,8 +118,9 @@ ordered_json topic_json(const Opened& recording, const Topic& topic) {
                          {"messages", topic.message_count},
                          {"message_encoding", channel.message_encoding},
                          {"schema_encoding", channel.schema_encoding}};
-    if (topic.refusal) json["refusal"] = {{"code", topic.refusal->code}, {"text", topic.refusal->text}};
-    if (!topic.built_in.empty()) json["built_in"] = topic.built_in;
+    if (topic.refusal() != nullptr) json["refusal"] = {{"code", topic.refusal()->code}, {"text", topic.refusal()->text.spelled(option_of)}};
+    else if (!topic.accepted()->built_in.empty())
+        json["built_in"] = topic.accepted()->built_in;
     return json;
 }
 
@@ -126,7 +128,7 @@ ordered_json recording_json(const Opened& recording) {
     ordered_json json = {{"recording", recording.report.name}};
     if (recording.report.failure) {
         json["failure"] = {{"code", recording.report.failure->code},
-                           {"text", recording.report.failure->text}};
+                           {"text", recording.report.failure->text.spelled(option_of)}};
         return json;
     }
     const input::Summary& summary = recording.summary();
@@ -148,9 +150,9 @@ ordered_json recording_json(const Opened& recording) {
 
 void complain(const Opened& recording) {
     if (recording.report.failure) {
-        const convert::Reason& failure = *recording.report.failure;
-        const bool names_itself = failure.text.find(recording.report.name) != std::string::npos;
-        std::cerr << visible((names_itself ? "" : recording.report.name + ": ") + failure.text) << '\n';
+        const std::string failure = recording.report.failure->text.spelled(option_of);
+        const bool names_itself = failure.find(recording.report.name) != std::string::npos;
+        std::cerr << visible((names_itself ? "" : recording.report.name + ": ") + failure) << '\n';
     }
     if (!recording.run) return;
     for (const input::Problem& problem : recording.run->stream().problems())
@@ -185,7 +187,7 @@ int show_info(const InfoRequest& request) {
     convert::Report unmatched;
     conversion->add_notes(unmatched);
     for (const convert::Reason& loss : unmatched.losses)
-        std::cerr << visible(loss.text) << '\n';
+        std::cerr << visible(loss.text.spelled(option_of)) << '\n';
     if (request.json) write_data(json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n');
     if (!any) return FAILED;
     return all && unmatched.losses.empty() ? ALL_DONE : SOMETHING_LOST;

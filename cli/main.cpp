@@ -13,6 +13,7 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/heap.hpp"
+#include "cli/options.hpp"
 #include "convert/Settings.hpp"
 #include "platform/error/TextStream.hpp"
 #include "platform/error/visible.hpp"
@@ -21,7 +22,7 @@ namespace zun::cli {
 
 namespace {
 
-int complain(const char* problem, ExitCode code) {
+int complain(const std::string& problem, ExitCode code) {
     std::cerr << "dds2csv: " << visible(problem) << '\n';
     return code;
 }
@@ -63,9 +64,8 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::filesystem::filesystem_error& problem) {
-        const std::string text =
-            "cannot read '" + problem.path1().string() + "': " + problem.code().message();
-        return complain(text.c_str(), FAILED);
+        return complain("cannot read '" + problem.path1().string() + "': " + problem.code().message(),
+                        FAILED);
     } catch (const std::system_error& problem) {
         if (problem.code() == std::errc::broken_pipe) return ALL_DONE;
         return complain(problem.what(), FAILED);
@@ -73,6 +73,8 @@ int main(int argc, char** argv) {
         complain(interruption.what(), FAILED);
         end_as_requested();
         return FAILED;
+    } catch (const convert::Refusal& refusal) {
+        return complain(refusal.why().spelled(option_of), FAILED);
     } catch (const std::exception& problem) {
         return complain(problem.what(), FAILED);
     }

@@ -15,11 +15,19 @@ namespace {
 /// A blob of fewer columns is no nuisance.
 constexpr std::uint32_t wide_blob = 100;
 
+/// Recordings that stay open from the first pass to the second; each may hold a few files.
+constexpr std::size_t most_kept_runs = 8;
+/// Decompressed batches that wait from the first pass for the second.
+constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
+
+using Setting = Advice::Setting;
+
+/// By topic; empty where there is no file.
 std::vector<std::string> file_list(const std::vector<Topic>& topics) {
     std::vector<std::string> files;
     files.reserve(topics.size());
     for (const Topic& topic : topics)
-        files.push_back(topic.file);
+        files.push_back(topic.accepted() != nullptr ? topic.accepted()->file : "");
     return files;
 }
 
@@ -27,26 +35,28 @@ std::string in_quotes(const std::string& text) {
     return '\'' + text + '\'';
 }
 
-void add_hints(const Topic& topic, const Limits& limits, std::uint64_t columns, TopicReport& report) {
-    report.hints.insert(report.hints.end(), topic.hints.begin(), topic.hints.end());
-    if (topic.other_type)
-        report.hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
-                                                   ", whose file is " + topic.file});
-    if (topic.left_out)
-        for (const std::string& name : names_of(*topic.type, *topic.left_out))
-            report.hints.push_back({"left-out", in_quotes(name) + " is left out; --blobs columns keeps it"});
+void add_hints(const Topic& topic, const Limits& limits, TopicReport& report) {
+    const Accepted& accepted = *topic.accepted();
+    std::vector<Reason>& hints = report.hints;
+    hints.insert(hints.end(), accepted.hints.begin(), accepted.hints.end());
+    if (accepted.other_type)
+        hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
+                                            ", whose file is " + accepted.file});
+    for (const std::string& name : excluded_names(accepted.root()))
+        hints.push_back(
+            {"left-out", in_quotes(name) + " is left out; " + Advice{Setting::KEEP_BLOBS} + " keeps it"});
     for (const Limits::Field& field : limits.fields())
-        if (field.blob && field.limit >= wide_blob && field.limit > columns / 2)
-            report.hints.push_back({"blob", in_quotes(field.full_name) + " holds bytes and takes " +
-                                                std::to_string(field.limit) + " of " +
-                                                std::to_string(columns) +
-                                                " columns; --blobs skip leaves them out"});
+        if (field.blob && field.limit >= wide_blob && field.limit > report.columns / 2)
+            hints.push_back({"blob", in_quotes(field.full_name) + " holds bytes and takes " +
+                                         std::to_string(field.limit) + " of " +
+                                         std::to_string(report.columns) + " columns; " +
+                                         Advice{Setting::SKIP_BLOBS} + " leaves them out"});
 }
 
 /// Whether a limits file says something about every sequence of a topic.
 bool names_all(const LimitsByTopic& limits, const Topic& topic) {
     const auto given = limits.find(topic.name);
-    const Limits plain(*topic.type, topic.left_out.get());
+    const Limits plain(topic.accepted()->root());
     const auto& fields = plain.fields();
     return given != limits.end() &&
            std::all_of(fields.begin(), fields.end(),
@@ -60,15 +70,16 @@ void settle_cuts(TopicReport& report, const Limits& limits, std::uint64_t most) 
     const std::vector<std::uint64_t> per_element = limits.columns_per_element();
     for (CutField& cut : report.cuts) {
         if (!cut.rule.empty()) {
-            cut.option = "leaving out --limit " + in_quotes(cut.rule);
+            cut.remedy = Sentence("leaving out ") + Advice{Setting::LIMIT, cut.rule};
             continue;
         }
         const std::uint64_t columns = saturating_sum(
             report.columns,
             saturating_product(cut.longest - cut.columns, per_element[*limits.find(cut.field)]));
-        cut.option =
-            "--limit " + in_quotes(report.topic + ':' + cut.field + '=' + std::to_string(cut.longest));
-        if (columns > most) cut.option += " --max-columns " + std::to_string(columns);
+        const std::string rule = report.topic + ':' + cut.field + '=' + std::to_string(cut.longest);
+        cut.remedy = Advice{Setting::LIMIT, rule};
+        if (columns > most)
+            cut.remedy += Sentence(" ") + Advice{Setting::MOST_COLUMNS, std::to_string(columns)};
     }
 }
 
@@ -78,6 +89,11 @@ void set_span(RecordingReport& report, const input::Summary& summary) {
     report.last.clear();
     append_time(report.first, *summary.first, TimeFormat::RFC3339);
     append_time(report.last, *summary.last, TimeFormat::RFC3339);
+}
+
+void refuse_existing(const std::filesystem::path& folder, const std::vector<Topic>& topics) {
+    if (const auto file = OutputFiles::existing(folder, file_list(topics)))
+        throw Refusal(in_quotes(file->string()) + " exists; " + Advice{Setting::OVERWRITE} + " replaces it");
 }
 
 void tell_if_empty(RecordingReport& report) {
@@ -100,10 +116,10 @@ void tell_spans_missed(Report& report) {
                                 recording.first + " to " + recording.last});
 }
 
-Reason rule_note(const LimitRule& rule) {
-    const std::string start = "--limit " + in_quotes(rule.given) + " had no effect: ";
-    if (!rule.matched) return {"unused-limit", start + "it matches no sequence"};
-    return {"unused-limit", start + in_quotes(rule.lost_to) + " goes before it for all its fields"};
+Reason rule_note(const LimitRule& rule, const std::string& lost_to) {
+    const std::string why = lost_to.empty() ? "it matches no sequence"
+                                            : in_quotes(lost_to) + " goes before it for all its fields";
+    return {"unused-limit", Advice{Setting::LIMIT, rule.given} + Sentence(" had no effect: ") + why};
 }
 
 }  // namespace
@@ -131,7 +147,9 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
     report.name = recording.name;
     report.folder = recording.folder.string();
     try {
-        auto run = std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index));
+        auto run =
+            std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index),
+                                           kept_batches_bytes / std::min(recordings_.size(), most_kept_runs));
         add_names(run->stream());
         set_span(report, run->stream().summary());
         if (!run->kept_files().empty())
@@ -153,13 +171,13 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
 void Conversion::prepare(Report& report) {
     report.recordings.resize(recordings_.size());
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
-        const bool keep = recordings_.size() == 1;
         auto run = open(i, report.recordings[i]);
+        if (i < most_kept_runs) kept_runs_.emplace_back();
         if (!run) continue;
         if (!settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
-            OutputFiles::refuse_existing(recordings_[i].folder, file_list(run->topics()));
+            refuse_existing(recordings_[i].folder, run->topics());
         measure(*run);
-        if (keep) kept_run_ = std::move(run);
+        if (i < most_kept_runs) kept_runs_[i] = std::move(run);
     }
 }
 
@@ -171,8 +189,9 @@ void Conversion::measure(RecordingRun& run) {
     lengths_are_sure_ = lengths_are_sure_ && measured.whole;
 }
 
+/// Refuses the topic where it does not fit with its limits.
 Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
-    Limits limits(*topic.type, topic.left_out.get());
+    Limits limits(topic.accepted()->root());
     const auto measured = lengths_.find(topic.identity);
     if (measured != lengths_.end()) limits.set(measured->second, Limits::Origin::MEASURED);
     if (settings_.limits) {
@@ -180,33 +199,35 @@ Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
         if (given != settings_.limits->end()) limits.set(given->second, Limits::Origin::FILE);
         if (settings_.fit && !names_all(*settings_.limits, topic))
             report.hints.push_back(
-                {"limits-file", given == settings_.limits->end()
-                                    ? "--limits does not name the topic; its lengths are measured"
-                                    : "--limits does not name all its sequences; the others are measured"});
+                {"limits-file", Advice{Setting::LIMITS_FILE} +
+                                    (given == settings_.limits->end()
+                                         ? " does not name the topic; its lengths are measured"
+                                         : " does not name all its sequences; the others are measured")});
     }
-    limits.apply(settings_.rules, topic.name);
+    limits.apply(settings_.rules, topic.name, rule_outcomes_);
     limits.hold(settings_.most_columns);
-    const std::uint64_t columns = limits.columns();
-    report.columns = columns;
-    if (columns > settings_.most_columns) {
-        topic.refuse("too-wide", too_wide(limits.blame(), columns, settings_.most_columns));
-    } else {
-        add_hints(topic, limits, columns, report);
-    }
+    report.columns = limits.columns();
+    if (report.columns > settings_.most_columns)
+        topic.plan = too_wide(limits.blame(), report.columns, settings_.most_columns);
+    else
+        add_hints(topic, limits, report);
     return limits;
 }
 
 void Conversion::convert(std::size_t index, RecordingReport& report) {
-    auto run = kept_run_ ? std::move(kept_run_) : open(index, report);
+    auto run = index < kept_runs_.size() ? std::move(kept_runs_[index]) : open(index, report);
     if (!run) return;
     std::vector<Limits> limits;
     for (Topic& topic : run->topics()) {
         TopicReport& entry = report.topics.emplace_back(TopicReport{topic.name, topic.type_name});
         entry.messages = topic.message_count;
-        limits.push_back(topic.file.empty() ? Limits() : limits_of(topic, entry));
-        entry.file = topic.file;
-        entry.refusal = topic.refusal;
-        if (!topic.file.empty()) report.built_in.insert(topic.built_in.begin(), topic.built_in.end());
+        limits.push_back(topic.accepted() != nullptr ? limits_of(topic, entry) : Limits());
+        if (const Accepted* const accepted = topic.accepted()) {
+            entry.file = accepted->file;
+            report.built_in.insert(accepted->built_in.begin(), accepted->built_in.end());
+        } else {
+            entry.refusal = *topic.refusal();
+        }
     }
     const std::unique_ptr<Output> output = make_output(index, run->topics());
     const auto settle_all = [&] {
@@ -232,8 +253,8 @@ std::unique_ptr<Output> Conversion::make_output(std::size_t index, const std::ve
         return std::make_unique<OutputFiles>(recordings_[index].folder, files, settings_.overwrite);
     const auto count = files.size() - static_cast<std::size_t>(std::count(files.begin(), files.end(), ""));
     if (count != 1)
-        throw std::runtime_error("standard output takes one topic, and " + std::to_string(count) +
-                                 " would go there; -t names the one");
+        throw Refusal("standard output takes one topic, and " + std::to_string(count) + " would go there; " +
+                      Advice{Setting::TOPICS} + " names the one");
     return std::make_unique<OutputStream>(STDOUT_FILENO, "standard output");
 }
 
@@ -260,10 +281,12 @@ void Conversion::add_notes(Report& report) const {
         if (std::none_of(
                 topic_names_.begin(), topic_names_.end(),
                 [filter = TopicFilter{{pattern}}](const auto& name) { return filter.accepts(name); }))
-            report.losses.push_back({"no-topic", "--topics " + in_quotes(pattern) + " matches no topic" +
-                                                     nearest_topics(pattern)});
-    for (const LimitRule& rule : settings_.rules)
-        if (!rule.won) report.notes.push_back(rule_note(rule));
+            report.losses.push_back(
+                {"no-topic",
+                 Advice{Setting::TOPICS, pattern} + Sentence(" matches no topic") + nearest_topics(pattern)});
+    for (std::size_t i = 0; i < rule_outcomes_.size(); ++i)
+        if (!rule_outcomes_[i].won)
+            report.notes.push_back(rule_note(settings_.rules[i], rule_outcomes_[i].lost_to));
 }
 
 LimitsByTopic Conversion::measure(Report& report) {
@@ -279,10 +302,9 @@ LimitsByTopic Conversion::measure(Report& report) {
         entry.messages_met = measured.messages_met;
         for (const Topic& topic : run->topics()) {
             merge(by_name[topic.name], lengths[topic.identity]);
-            entry.topics.push_back({.topic = topic.name,
-                                    .type_name = topic.type_name,
-                                    .refusal = topic.refusal,
-                                    .messages = topic.message_count});
+            TopicReport& told = entry.topics.emplace_back(TopicReport{topic.name, topic.type_name});
+            told.messages = topic.message_count;
+            if (topic.refusal() != nullptr) told.refusal = *topic.refusal();
         }
         entry.finished = true;
     }
@@ -294,18 +316,18 @@ LimitsByTopic Conversion::measure(Report& report) {
 Limits Conversion::plan(const std::string& name) {
     std::optional<Topic> found;
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
-        RecordingRun run(recordings_[i], types_, settings_, watch_of(i));
+        RecordingRun run(recordings_[i], types_, settings_, watch_of(i), 0);
         add_names(run.stream());
         measure(run);
         for (const Topic& topic : run.topics())
-            if (topic.name == name && (!found || !found->type)) found = topic;
+            if (topic.name == name && (!found || found->refusal() != nullptr)) found = topic;
     }
     if (!found)
         throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name) +
                                  nearest_topics(name));
     TopicReport unused;
-    Limits limits = found->file.empty() ? Limits() : limits_of(*found, unused);
-    if (found->file.empty()) throw std::runtime_error(name + ": " + found->refusal->text);
+    Limits limits = found->accepted() != nullptr ? limits_of(*found, unused) : Limits();
+    if (const Reason* const refusal = found->refusal()) throw Refusal(name + ": " + refusal->text);
     return limits;
 }
 

@@ -23,7 +23,10 @@ namespace zun::convert {
 class Conversion {
 public:
     Conversion(Settings settings, std::vector<Recording> recordings, Watch watch)
-        : settings_(std::move(settings)), watch_(std::move(watch)), recordings_(std::move(recordings)) {}
+        : settings_(std::move(settings)),
+          watch_(std::move(watch)),
+          recordings_(std::move(recordings)),
+          rule_outcomes_(settings_.rules.size()) {}
     Conversion(const Conversion&) = delete;
     Conversion& operator=(const Conversion&) = delete;
 
@@ -38,7 +41,7 @@ public:
     /// throws.
     ///
     /// A recording that cannot be opened or has no wanted topic costs that recording.
-    /// Throws  std::runtime_error when a file exists already, before anything is written; std::system_error
+    /// Throws  Refusal when a file exists already, before anything is written; std::system_error
     /// when
     ///         one cannot be written; InputError for damage where settings are strict; Interrupted
     void run(Report& report);
@@ -47,7 +50,7 @@ public:
     LimitsByTopic measure(Report& report);
 
     /// The limits that run() would give a topic, the columns of all recordings together. Throws
-    /// std::runtime_error when there is no such topic, or when it is refused; InputError and
+    /// std::runtime_error when there is no such topic, Refusal when it is refused; InputError and
     /// std::system_error when a recording cannot be opened.
     Limits plan(const std::string& topic);
 
@@ -67,14 +70,16 @@ private:
     std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
     Limits limits_of(Topic& topic, TopicReport& report);
 
-    Settings settings_;
+    const Settings settings_;
     Watch watch_;
     std::vector<Recording> recordings_;
     Types types_;
     std::set<std::string> topic_names_;  // of all recordings that were opened
     TopicLengths lengths_;
     bool lengths_are_sure_ = true;            // no message was missed when they were measured
-    std::unique_ptr<RecordingRun> kept_run_;  // of the only recording, with the batches that it has kept
+    std::vector<RuleOutcome> rule_outcomes_;  // by rule
+    /// Of the first recordings, with the batches that they have kept; null for one that cannot be opened.
+    std::vector<std::unique_ptr<RecordingRun>> kept_runs_;
 };
 
 }  // namespace zun::convert

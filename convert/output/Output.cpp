@@ -134,11 +134,11 @@ bool OutputFiles::exists(const std::filesystem::path& file) {
     return std::filesystem::exists(std::filesystem::symlink_status(file, error));
 }
 
-void OutputFiles::refuse_existing(const std::filesystem::path& folder,
-                                  const std::vector<std::string>& names) {
+std::optional<std::filesystem::path> OutputFiles::existing(const std::filesystem::path& folder,
+                                                           const std::vector<std::string>& names) {
     for (const std::string& name : names)
-        if (!name.empty() && exists(folder / name))
-            throw std::runtime_error("'" + (folder / name).string() + "' exists; --overwrite replaces it");
+        if (!name.empty() && exists(folder / name)) return folder / name;
+    return std::nullopt;
 }
 
 void OutputFiles::flush(File& file) {

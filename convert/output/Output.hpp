@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,8 +44,9 @@ public:
 
     /// Whether there is anything of this name, a link to nothing included.
     static bool exists(const std::filesystem::path& file);
-    /// Throws std::runtime_error when `folder` has anything of one of these names.
-    static void refuse_existing(const std::filesystem::path& folder, const std::vector<std::string>& names);
+    /// The first of these names that something in `folder` has; none when all are free.
+    static std::optional<std::filesystem::path> existing(const std::filesystem::path& folder,
+                                                         const std::vector<std::string>& names);
 
 private:
     struct File {

@@ -24,12 +24,9 @@ bool may_be_cut(const Limits& limits, const Lengths* lengths) {
     });
 }
 
-CutSlots::CutSlots(const Limits& limits, const cdr::LengthMeter& meter) : limits_(limits) {
-    for (const auto& measured : meter.fields()) {
-        const auto index = limits.find(measured.full_name);
-        fields_.push_back({index.value_or(0), cuts_.size(), !index});
-        if (!index) continue;
-        const Limits::Field& field = limits.fields()[*index];
+CutSlots::CutSlots(const Limits& limits) : limits_(limits) {
+    for (const Limits::Field& field : limits.fields()) {
+        first_slots_.push_back(cuts_.size());
         cuts_.push_back({.field = field.full_name, .columns = field.limit, .rule = field.given});
         for (const Limits::ElementRule& rule : field.element_rules)
             cuts_.push_back({.field = rule.expression, .columns = rule.limit, .rule = rule.given});
@@ -43,17 +40,16 @@ void CutCounter::count(cdr::LengthMeter& meter, std::span<const std::byte> data)
     });
 }
 
-void CutCounter::count(std::size_t meter_field, std::uint32_t length, const Limits::Place& place) {
-    const CutSlots::Field& field = slots_.fields_[meter_field];
-    if (field.left_out) return;
-    const Limits::Field& limited = slots_.limits_.fields()[field.index];
+void CutCounter::count(std::size_t field, std::uint32_t length, const Limits::Place& place) {
+    const Limits::Field& limited = slots_.limits_.fields()[field];
     const auto exception =
         limited.exceptions.empty() ? limited.exceptions.end() : limited.exceptions.find(place);
-    const std::size_t slot = field.slot + (exception == limited.exceptions.end() ? 0 : 1 + exception->second);
+    const std::size_t slot =
+        slots_.first_slots_[field] + (exception == limited.exceptions.end() ? 0 : 1 + exception->second);
     Count& counted = counts_[slot];
     if (length <= counted.longest && counted.last_message == message_) return;
     const bool longer = length > slots_.cuts_[slot].columns;
-    if (longer && !slots_.limits_.has_columns(field.index, place)) return;
+    if (longer && !slots_.limits_.has_columns(field, place)) return;
     counted.longest = std::max(counted.longest, length);
     if (!longer || counted.last_message == message_) return;
     counted.last_message = message_;

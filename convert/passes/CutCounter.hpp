@@ -19,20 +19,15 @@ namespace zun::convert {
 /// What can be cut: each field by its own limit and by each rule for single elements.
 class CutSlots {
 public:
-    CutSlots(const Limits& limits, const cdr::LengthMeter& meter);
+    explicit CutSlots(const Limits& limits);
 
     /// One a slot, uncounted. Those of a field: its own limit, then its rules.
     const std::vector<CutField>& fields() const { return cuts_; }
 
 private:
     friend class CutCounter;
-    struct Field {
-        std::size_t index;  // in the limits
-        std::size_t slot;   // of its own limit; its rules follow
-        bool left_out;
-    };
     const Limits& limits_;
-    std::vector<Field> fields_;  // as the meter numbers them
+    std::vector<std::size_t> first_slots_;  // by field: of its own limit; those of its rules follow
     std::vector<CutField> cuts_;
 };
 
@@ -55,7 +50,7 @@ private:
         std::uint64_t rows = 0;
         std::uint64_t last_message = 0;  // that was counted in rows
     };
-    void count(std::size_t meter_field, std::uint32_t length, const Limits::Place& place);
+    void count(std::size_t field, std::uint32_t length, const Limits::Place& place);
 
     const CutSlots& slots_;
     std::vector<Count> counts_;

@@ -38,20 +38,23 @@ std::unique_ptr<Step> LengthPass::step(SourceBatch batch) {
     return std::make_unique<LengthStep>(*this, std::move(batch));
 }
 
+std::unique_ptr<cdr::LengthMeter> make_meter(const Topic& topic) {
+    const Accepted& accepted = *topic.accepted();
+    return std::make_unique<cdr::LengthMeter>(accepted.type, topic.name, topic.writer, accepted.excluded);
+}
+
 std::unique_ptr<cdr::LengthMeter> LengthPass::take(std::size_t topic) {
-    const Topic& made_for = topics_[topic];
-    return meters_[topic].take(
-        [&] { return std::make_unique<cdr::LengthMeter>(*made_for.type, made_for.name, made_for.writer); });
+    return meters_[topic].take([&] { return make_meter(topics_[topic]); });
 }
 
 void LengthPass::add_to(TopicLengths& lengths) {
     for (std::size_t i = 0; i < topics_.size(); ++i) {
         if (!measured_[i]) continue;
         if (meters_[i].idle().empty()) meters_[i].give(take(i));
+        const Limits named(topics_[i].accepted()->root());
         Lengths& of_topic = lengths[topics_[i].identity];
         for (const auto& meter : meters_[i].idle())
-            for (const auto& field : meter->fields())
-                merge(of_topic, {{field.full_name, field.longest}});
+            merge(of_topic, named.lengths(meter->longest()));
     }
 }
 

@@ -12,6 +12,9 @@
 
 namespace zun::convert {
 
+/// A meter for the samples of an accepted topic.
+std::unique_ptr<cdr::LengthMeter> make_meter(const Topic& topic);
+
 class LengthPass {
 public:
     /// All must outlive this; loaded batches go back to `batches`.

@@ -10,7 +10,7 @@ Pass::Pass(std::string activity, const std::vector<Topic>& topics, std::size_t c
       every_(every),
       watch_(watch) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
-        if (topics[i].file.empty()) continue;
+        if (topics[i].accepted() == nullptr) continue;
         for (const std::uint32_t channel : topics[i].channels)
             topic_of_channel_[channel] = i;
         total_ += topics[i].message_count;

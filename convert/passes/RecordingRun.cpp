@@ -11,25 +11,23 @@ namespace zun::convert {
 
 namespace {
 
-/// Decompressed batches that wait from the first pass for the second.
-constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
-
 /// Takes out the topics whose files exist, and returns these.
 std::vector<std::string> take_existing(std::vector<Topic>& topics, const std::filesystem::path& folder) {
     const auto is_new = [&](const Topic& topic) {
-        return topic.file.empty() || !OutputFiles::exists(folder / topic.file);
+        return topic.accepted() == nullptr || !OutputFiles::exists(folder / topic.accepted()->file);
     };
     const auto existing = std::stable_partition(topics.begin(), topics.end(), is_new);
     std::vector<std::string> files;
     for (auto topic = existing; topic != topics.end(); ++topic)
-        files.push_back(topic->file);
+        files.push_back(topic->accepted()->file);
     topics.erase(existing, topics.end());
     return files;
 }
 
 }  // namespace
 
-RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch)
+RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
+                           std::size_t kept_bytes)
     : settings_(settings),
       watch_(std::move(watch)),
       stream_(recording.open()),
@@ -37,14 +35,14 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
                         {settings.topics, settings.skip_blobs, settings.most_columns, settings.writer})),
       kept_files_(settings.skip_existing ? take_existing(topics_, recording.folder)
                                          : std::vector<std::string>()),
-      batches_(*stream_, selection(), kept_batches_bytes) {}
+      batches_(*stream_, selection(), kept_bytes) {}
 
 input::Selection RecordingRun::selection() const {
     input::Selection selection;
     selection.channels.resize(stream_->channels().size());
     for (const Topic& topic : topics_)
         for (const std::uint32_t channel : topic.channels)
-            selection.channels[channel] = !topic.file.empty();
+            selection.channels[channel] = topic.accepted() != nullptr;
     const input::Summary& summary = stream_->summary();
     if (!summary.first || !summary.last) return selection;
     if (settings_.start) selection.start = settings_.start->resolved(*summary.first, *summary.last);
@@ -54,9 +52,10 @@ input::Selection RecordingRun::selection() const {
 
 Measured RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
     std::vector<bool> measured;
-    for (const Topic& topic : topics_)
-        measured.push_back(!topic.file.empty() && has_sequences(Part(*topic.type, topic.left_out.get())) &&
-                           wanted(topic));
+    for (const Topic& topic : topics_) {
+        const Accepted* const accepted = topic.accepted();
+        measured.push_back(accepted != nullptr && has_sequences(accepted->root()) && wanted(topic));
+    }
     if (std::count(measured.begin(), measured.end(), true) == 0) return {};
     Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
     LengthPass measuring(topics_, measured, batches_, pass);
@@ -93,7 +92,7 @@ void RecordingRun::count_missing(RecordingReport& report, std::uint64_t lost) co
     if (settings_.start || settings_.end) return;
     std::uint64_t missing = 0;
     for (std::size_t i = 0; i < topics_.size(); ++i) {
-        if (topics_[i].file.empty()) continue;
+        if (topics_[i].accepted() == nullptr) continue;
         const std::uint64_t counted = topics_[i].message_count / settings_.every +
                                       (topics_[i].message_count % settings_.every > 0 ? 1 : 0);
         const std::uint64_t met = report.topics[i].rows + report.topics[i].unreadable;

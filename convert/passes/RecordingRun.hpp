@@ -35,7 +35,10 @@ struct Measured {
 class RecordingRun {
 public:
     /// Opens `recording` and finds its topics. `settings` must outlive the run.
-    RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch);
+    ///
+    /// `kept_bytes`  of batches that the run may keep from the first pass for the second
+    RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
+                 std::size_t kept_bytes);
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }

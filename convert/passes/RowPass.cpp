@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "convert/passes/LengthPass.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -21,9 +22,7 @@ TopicRows::TopicRows(const Topic& topic, const Settings& settings, const Limits&
         .enum_as_string(settings.enum_as_string)
         .include_source_timestamp(settings.clock == Clock::BOTH);
     if (!may_be_cut(limits, lengths)) return;
-    auto meter = take_meter();
-    cut_slots_.emplace(limits, *meter);
-    meters_.give(std::move(meter));
+    cut_slots_.emplace(limits);
 }
 
 std::vector<CutField> TopicRows::cuts() const {
@@ -42,8 +41,7 @@ std::unique_ptr<RowWriter> TopicRows::take_converter() {
 }
 
 std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
-    return meters_.take(
-        [&] { return std::make_unique<cdr::LengthMeter>(*topic_.type, topic_.name, topic_.writer); });
+    return meters_.take([&] { return make_meter(topic_); });
 }
 
 /// The rows that one batch adds to a topic.
@@ -175,7 +173,7 @@ RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings,
                  Output& output, RecordingReport& report)
     : settings_(settings), output_(output), report_(report), work_(topics.size()) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
-        if (topics[i].file.empty()) continue;
+        if (topics[i].accepted() == nullptr) continue;
         const auto known = lengths.find(topics[i].identity);
         work_[i].emplace(topics[i], settings, limits[i], known == lengths.end() ? nullptr : &known->second);
         report.topics[i].cuts = work_[i]->cuts();

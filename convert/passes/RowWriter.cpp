@@ -22,10 +22,10 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
     : topic_(topic),
       settings_(settings),
       format_(columns.settings, columns.type, header_, buffer_),
-      printer_(*topic.type, topic.name, topic.writer, settings.invalid_text) {
+      printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
+               topic.accepted()->excluded) {
     columns.check(format_);
     set_capacity(buffer_, first_capacity);
-    if (topic.left_out) filter_.emplace(*topic.left_out, *format_.native());
 }
 
 cdr::Findings RowWriter::append_row(const input::Message& message) {
@@ -35,8 +35,7 @@ cdr::Findings RowWriter::append_row(const input::Message& message) {
         ZUNXMLSaveContext context{
             .text = buffer_.data(), .length = size_, .capacity = static_cast<std::uint32_t>(buffer_.size())};
         ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
-        const cdr::Findings findings =
-            printer_.print(filter_ ? filter_->native() : *format_.native(), context, message.data);
+        const cdr::Findings findings = printer_.print(*format_.native(), context, message.data);
         ZUNXMLSaveContext_appendString(&context, "\n");
         const std::size_t wanted = context.length + std::size_t{context.length} / 2;
         if (context.failed != 0 || wanted > UINT32_MAX)

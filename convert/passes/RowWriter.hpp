@@ -6,14 +6,12 @@
 #ifndef ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 #define ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "convert/Settings.hpp"
 #include "convert/plan/Columns.hpp"
-#include "convert/plan/LeftOut.hpp"
 #include "convert/plan/Topic.hpp"
 #include "format/PrintFormatCsv.hpp"
 #include "input/MessageStream.hpp"
@@ -48,7 +46,6 @@ private:
     std::vector<char> buffer_;  // the rows, and room for more
     std::uint32_t size_ = 0;    // of the rows
     tamber::utils::PrintFormatCsv format_;
-    std::optional<LeftOutFilter> filter_;  // between the two
     printing::SamplePrinter printer_;
 };
 

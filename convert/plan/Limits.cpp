@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "convert/plan/blobs.hpp"
+
 namespace zun::convert {
 
 using core::xtypes::ArrayTypeImpl;
@@ -27,8 +29,7 @@ void merge(Lengths& lengths, const Lengths& more) {
 
 // Fields and their limits
 
-Limits::Limits(const DynamicTypeImpl& type, const LeftOut* left_out)
-    : root_(Part(type, left_out)), counts_(*root_) {
+Limits::Limits(const Part& root) : root_(root), counts_(root) {
     std::vector<Around> around;
     add_fields(*root_, around);
 }
@@ -51,6 +52,13 @@ void Limits::add_fields(const Part& part, std::vector<Around>& around) {
     around.pop_back();
 }
 
+Lengths Limits::lengths(const std::vector<std::uint32_t>& by_field) const {
+    Lengths lengths;
+    for (std::size_t i = 0; i < fields_.size(); ++i)
+        lengths[fields_[i].full_name] = by_field.at(i);
+    return lengths;
+}
+
 void Limits::set(const Lengths& lengths, Origin origin) {
     for (Field& field : fields_) {
         const auto found = lengths.find(field.full_name);
@@ -70,17 +78,18 @@ std::optional<std::size_t> Limits::find(const std::string& full_name) const {
     return index == indices_.end() ? std::nullopt : std::optional(index->second);
 }
 
-void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
-    const std::vector<LimitRule*> order = rules_for(rules, topic);
-    for (LimitRule* const rule : order) {
-        const std::string pattern = any_index(rule->expression);
+void Limits::apply(const std::vector<LimitRule>& rules, const std::string& topic,
+                   std::vector<RuleOutcome>& outcomes) {
+    for (const std::size_t index : rules_for(rules, topic)) {
+        const std::string pattern = any_index(rules[index].expression);
         for (Field& field : fields_) {
             if (!matches(pattern, field.full_name)) continue;
-            rule->matched = true;
-            if (!field.given.empty())
-                rule->lost_to = field.given;
-            else
-                give(field, *rule);
+            if (!field.given.empty()) {
+                outcomes[index].lost_to = field.given;
+                continue;
+            }
+            give(field, rules[index]);
+            outcomes[index].won = true;
         }
     }
     for (std::size_t i = 0; i < fields_.size(); ++i)
@@ -88,8 +97,7 @@ void Limits::apply(std::vector<LimitRule>& rules, const std::string& topic) {
 }
 
 /// Sets the limit of all elements of a field, or of those that the rule names.
-void Limits::give(Field& field, LimitRule& rule) {
-    rule.won = true;
+void Limits::give(Field& field, const LimitRule& rule) {
     const std::string pattern = escaped_indices(rule.expression);
     const std::uint32_t limit = limit_of(field, rule.limit);
     if (!matches(pattern, field.full_name)) {
@@ -143,7 +151,8 @@ std::uint32_t Limits::most_elements(const Around& collection) const {
 
 /// Tries the rules on each sequence of a field.
 void Limits::find_exceptions(std::size_t index) {
-    const Field& field = fields_[index];
+    std::vector<ElementRule>& rules = fields_[index].element_rules;
+    std::vector<std::vector<Place>> matched(rules.size());
     std::vector<std::uint32_t> sizes;
     std::uint64_t total = 1;
     for (const Around& collection : around_[index]) {
@@ -154,13 +163,17 @@ void Limits::find_exceptions(std::size_t index) {
     Place place(sizes.size(), 0);
     for (std::uint64_t i = 0; i < total; ++i) {
         const std::string name = own_name(index, place);
-        const auto rule = std::find_if(field.element_rules.begin(), field.element_rules.end(),
-                                       [&](const ElementRule& each) { return matches(each.pattern, name); });
-        if (rule != field.element_rules.end())
-            add_exception(index, place, static_cast<std::size_t>(rule - field.element_rules.begin()));
+        bool taken = false;
+        for (std::size_t rule = 0; rule < rules.size(); ++rule) {
+            if (!matches(rules[rule].pattern, name)) continue;
+            matched[rule].push_back(place);
+            if (!std::exchange(taken, true)) add_exception(index, place, rule);
+        }
         for (std::size_t d = place.size(); d-- > 0 && ++place[d] == sizes[d];)
             place[d] = 0;
     }
+    for (std::size_t rule = 0; rule < rules.size(); ++rule)
+        rules[rule].patterns = patterns_of(index, matched[rule]);
 }
 
 void Limits::add_exception(std::size_t field, const Place& place, std::size_t rule) {

@@ -50,7 +50,8 @@ public:
         std::string pattern;     ///< "markers\\[3\\].points"
         std::string expression;  ///< "markers[3].points"
         std::uint32_t limit;
-        std::string given;  ///< as the user wrote it
+        std::string given;                       ///< as the user wrote it
+        std::vector<std::string> patterns = {};  ///< of the sequences that it matches, and of no others
     };
     /// The place of an element in the collections around a field, from the outermost inwards. An array
     /// counts its elements in one row, whatever its dimensions.
@@ -69,17 +70,24 @@ public:
     Limits() = default;  ///< of a topic without type: no fields
 
     /// The plain limits of what has columns.
-    explicit Limits(const core::xtypes::DynamicTypeImpl& type, const LeftOut* left_out = nullptr);
+    explicit Limits(const Part& root);
 
-    const std::vector<Field>& fields() const { return fields_; }  ///< in the order of declaration
+    /// In the order of declaration, as LengthMeter numbers them.
+    const std::vector<Field>& fields() const { return fields_; }
+
+    /// Lengths of all fields, by their names.
+    Lengths lengths(const std::vector<std::uint32_t>& by_field) const;
 
     /// The index of the field called `full_name`; none where no field is.
     std::optional<std::size_t> find(const std::string& full_name) const;
 
     /// Sets the fields that are in `lengths`.
     void set(const Lengths& lengths, Origin origin);
-    /// Sets the fields that the rules of `topic` match, and marks in the rules what they did.
-    void apply(std::vector<LimitRule>& rules, const std::string& topic);
+    /// Sets the fields that the rules for `topic` match.
+    ///
+    /// `outcomes`  by rule; what they do here is added
+    void apply(const std::vector<LimitRule>& rules, const std::string& topic,
+               std::vector<RuleOutcome>& outcomes);
     /// Holds measured fields to the plain limit, longest first, until there are at most `most` columns.
     void hold(std::uint64_t most);
 
@@ -122,7 +130,7 @@ private:
 
     void add_fields(const Part& part, std::vector<Around>& around);
     static std::uint32_t limit_of(const Field& field, std::uint32_t wanted);
-    static void give(Field& field, LimitRule& rule);
+    static void give(Field& field, const LimitRule& rule);
 
     static std::uint32_t limit_at(const Field& field, const Place& place);
     std::uint32_t most_elements(const Around& collection) const;
@@ -131,7 +139,10 @@ private:
     std::string own_name(std::size_t field, const Place& place) const;
 
     core::xtypes::DynamicTypeImpl column_type(const Part& part, std::size_t first) const;
-    std::vector<std::string> patterns_of_others(std::size_t field) const;
+    /// By collection around a field, the outermost first: the elements that are meant; none for all.
+    using Choice = std::vector<std::optional<std::set<std::uint32_t>>>;
+    std::vector<std::string> patterns_of(std::size_t field, const Choice& choice) const;
+    std::vector<std::string> patterns_of(std::size_t field, const std::vector<Place>& places) const;
 
     std::optional<Part> root_;
     PartCounts counts_;

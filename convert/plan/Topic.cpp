@@ -4,10 +4,11 @@
 #include <map>
 #include <stdexcept>
 
+#include "convert/plan/blobs.hpp"
 #include "convert/plan/file_names.hpp"
 #include "convert/plan/layouts.hpp"
+#include "platform/cdr/SampleDecoder.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
-#include "platform/printing/SamplePrinter.hpp"
 
 namespace zun::convert {
 
@@ -28,8 +29,8 @@ std::string identity_of(const Topic& topic, const Channel& channel, Types& types
     const auto add = [&](const std::string& part) { identity += std::to_string(part.size()) + ':' + part; };
     add(topic.name);
     add(topic.type_name);
-    if (topic.type) {
-        add("type " + std::to_string(types.identities.of(*topic.type)));
+    if (const Accepted* const accepted = topic.accepted()) {
+        add("type " + std::to_string(types.identities.of(accepted->type)));
         add(topic.writer == cdr::Writer::ROS2 ? "ROS 2" : "");
     } else {
         for (const std::string* part :
@@ -47,38 +48,41 @@ cdr::Writer writer_of(const Channel& channel, cdr::Writer given) {
     return channel.recorder == input::Recorder::FAST_DDS ? cdr::Writer::FAST_DDS : cdr::Writer::UNKNOWN;
 }
 
-/// Sets the type, or the reason why there is none. Returns what is known of the type where the messages have
+/// What helps where `problem` is that a type has no definition.
+Sentence missing_type(const std::string& problem) {
+    return Sentence(problem + "; ") + Advice{Advice::Setting::TYPES} +
+           " names a folder or a recording that defines it";
+}
+
+/// Finds the type, or the reason why there is none. Returns what is known of the type where the messages have
 /// to confirm it.
 const schema::KnownType* find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
-    if (channel.message_encoding != "cdr") {
-        topic.refuse("encoding",
-                     "its messages are encoded as '" + channel.message_encoding + "', not as CDR");
+    const auto refuse = [&](const char* code, Sentence text) {
+        topic.plan = Refused{{code, std::move(text)}};
         return nullptr;
-    }
-    if (channel.type_name.empty()) {
-        topic.refuse("unnamed-type", "the recording does not name its type");
-        return nullptr;
-    }
+    };
+    if (channel.message_encoding != "cdr")
+        return refuse("encoding",
+                      "its messages are encoded as '" + channel.message_encoding + "', not as CDR");
+    if (channel.type_name.empty()) return refuse("unnamed-type", "the recording does not name its type");
     try {
         const schema::KnownType& known =
             catalog.find(channel.type_name, channel.schema_encoding, channel.schema_text);
         for (const auto& layout : known.layouts)  // throws when one is not decodable
-            const printing::SamplePrinter decodable(layout, topic.name, topic.writer);
-        if (!known.hint.empty()) topic.hints.push_back({"type-name", known.hint});
-        topic.built_in = known.built_in;
-        topic.type = known.layouts.front();
-        if (known.uncertain) return &known;
+            const cdr::SampleDecoder decodable(layout, topic.name, topic.writer);
+        Accepted accepted{.type = known.layouts.front(), .built_in = known.built_in};
+        if (!known.hint.empty()) accepted.hints.push_back({"type-name", known.hint});
+        topic.plan = std::move(accepted);
+        return known.uncertain ? &known : nullptr;
     } catch (const schema::UnknownType& problem) {
         // The text is the same whoever needs the type, so that a report names it once.
-        topic.refuse("missing-type", "the type '" + problem.type_name() +
-                                         "' has no definition; --types PATH names a folder or a recording "
-                                         "that defines it");
+        return refuse("missing-type",
+                      missing_type("the type '" + problem.type_name() + "' has no definition"));
     } catch (const InputError& problem) {
-        topic.refuse("schema", std::string("its schema cannot be read: ") + problem.what());
+        return refuse("schema", std::string("its schema cannot be read: ") + problem.what());
     } catch (const std::invalid_argument& problem) {
-        topic.refuse("unsupported-type", problem.what());
+        return refuse("unsupported-type", problem.what());
     }
-    return nullptr;
 }
 
 /// Lets the messages decide where `uncertain`, by topic, is not null.
@@ -95,67 +99,72 @@ void confirm_types(std::vector<Topic>& topics, const std::vector<const schema::K
     for (std::size_t i = 0; i < questions.size(); ++i) {
         Topic& topic = *asking[i];
         if (questions[i].answer) {
-            topic.type = *questions[i].answer;
+            topic.accepted()->type = *questions[i].answer;
             topic.identity = identity_of(topic, stream.channels()[topic.channels.front()], types);
-            continue;
+        } else {
+            topic.plan = Refused{{"no-layout", missing_type("the recording does not define its type, and its "
+                                                            "messages fit no known layout of " +
+                                                            topic.type_name)}};
         }
-        topic.type.reset();
-        topic.built_in.clear();
-        topic.refuse("no-layout",
-                     "the recording does not define its type, and its messages fit no known layout of " +
-                         topic.type_name + "; --types PATH names a folder or a recording that defines it");
     }
 }
 
 constexpr std::uint64_t most_sequences = 1U << 20U;
 constexpr std::uint64_t most_sequences_blamed = 1U << 14U;
 
-/// Leaves members out, and refuses a topic that does not fit even while all sequences are empty.
+/// Excludes members, and refuses a topic that does not fit even while all sequences are empty.
 void choose_columns(Topic& topic, const TopicChoice& choice) {
-    if (PartCounts(Part(*topic.type)).of(Part(*topic.type)).sequences > most_sequences)
-        return topic.refuse("too-wide",
-                            "its type has more than " + std::to_string(most_sequences) + " sequences");
-    if (choice.skip_blobs) topic.left_out = blobs_of(*topic.type);
-    const Part root(*topic.type, topic.left_out.get());
+    Accepted& accepted = *topic.accepted();
+    if (PartCounts(accepted.root()).of(accepted.root()).sequences > most_sequences) {
+        topic.plan =
+            Refused{{"too-wide", "its type has more than " + std::to_string(most_sequences) + " sequences"}};
+        return;
+    }
+    if (choice.skip_blobs) accepted.excluded = blobs_of(accepted.type);
+    const Part root = accepted.root();
     const PartCounts::Counts counts = PartCounts(root).of(root);
     if (counts.columns <= choice.most_columns) return;
     Limits::Blame blame;
     if (counts.sequences <= most_sequences_blamed) {
-        Limits limits(*topic.type, topic.left_out.get());
+        Limits limits(root);
         Lengths empty;
         for (const Limits::Field& field : limits.fields())
             empty[field.full_name] = 0;
         limits.set(empty, Limits::Origin::MEASURED);
         blame = limits.blame();
     }
-    topic.refuse("too-wide", too_wide(blame, counts.columns, choice.most_columns));
+    topic.plan = too_wide(blame, counts.columns, choice.most_columns);
 }
 
 void name_files(std::vector<Topic>& topics) {
     std::vector<FileSubject> subjects;
     std::vector<Topic*> named;
     for (Topic& topic : topics) {
-        if (!topic.type) continue;
-        topic.other_type = std::any_of(named.begin(), named.end(),
-                                       [&](const Topic* earlier) { return earlier->name == topic.name; });
+        Accepted* const accepted = topic.accepted();
+        if (accepted == nullptr) continue;
+        accepted->other_type = std::any_of(named.begin(), named.end(),
+                                           [&](const Topic* earlier) { return earlier->name == topic.name; });
         named.push_back(&topic);
-        subjects.push_back({topic.name, topic.other_type ? topic.type_name : ""});
+        subjects.push_back({topic.name, accepted->other_type ? topic.type_name : ""});
     }
     const std::vector<std::string> names = file_names(subjects);
     for (std::size_t i = 0; i < named.size(); ++i)
-        named[i]->file = names[i] + ".csv";
+        named[i]->accepted()->file = names[i] + ".csv";
 }
 
 }  // namespace
 
-std::string too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most) {
-    std::string text =
-        "it needs " + std::to_string(columns) + " columns, --max-columns allows " + std::to_string(most);
+Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most) {
+    using enum Advice::Setting;
+    const std::string needed = std::to_string(columns);
+    Sentence text = Sentence("it needs " + needed + " columns, ") + Advice{MOST_COLUMNS} + " allows " +
+                    std::to_string(most);
     if (!blame.full_name.empty())
         text += "; '" + blame.full_name + "' has " + std::to_string(blame.elements) + " elements";
-    if (blame.limited) text += ", --limit '" + blame.full_name + "=N' keeps N of them";
-    if (blame.blob) text += ", --blobs skip leaves them out";
-    return text + "; --max-columns " + std::to_string(columns) + " lets the topic through";
+    if (blame.limited) text += Sentence(", ") + Advice{LIMIT, blame.full_name + "=N"} + " keeps N of them";
+    if (blame.blob) text += Sentence(", ") + Advice{SKIP_BLOBS} + " leaves them out";
+    text += Sentence("; ") + Advice{MOST_COLUMNS, needed} + " lets the topic through";
+    return {{"too-wide", std::move(text)}};
 }
 
 bool TopicFilter::accepts(const std::string& topic) const {
@@ -194,7 +203,7 @@ std::vector<Topic> topics_of(input::MessageStream& stream, Types& types, const T
     confirm_types(topics, uncertain, stream, types);
     name_files(topics);
     for (Topic& topic : topics)
-        if (topic.type) choose_columns(topic, choice);
+        if (topic.accepted() != nullptr) choose_columns(topic, choice);
     return topics;
 }
 

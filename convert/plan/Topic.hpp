@@ -1,7 +1,7 @@
 // Topic: the channels whose messages make one file.
 //
-// In: a recording's channels. Out: one entry for each topic and type on it, with the type, or with the reason
-// why it has none.
+// In: a recording's channels. Out: one entry for each topic and type on it, with what its file is made of, or
+// with the reason why it has none.
 
 #ifndef ZUN_CONVERT_PLAN_TOPIC_HPP
 #define ZUN_CONVERT_PLAN_TOPIC_HPP
@@ -9,17 +9,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
-#include "convert/plan/LeftOut.hpp"
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Reason.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 #include "platform/xtypes/TypeIdentities.hpp"
 #include "schema/TypeCatalog.hpp"
@@ -37,6 +37,24 @@ struct TopicFilter {
 /// The wildcard expression that matches `topic` alone.
 std::string exact_pattern(const std::string& topic);
 
+/// What the file of a topic is made of.
+struct Accepted {
+    core::xtypes::DynamicTypeImpl type;
+    std::string file = {};                                 ///< "a.b.csv"
+    std::set<std::string> built_in = {};                   ///< types that only the tool itself defines
+    std::vector<Reason> hints = {};                        ///< what was assumed about the type
+    std::shared_ptr<const cdr::Exclusions> excluded = {};  ///< members without columns; null for none
+    bool other_type = false;  ///< an earlier entry has this topic with another type
+
+    /// What has columns.
+    Part root() const { return Part(type, excluded.get()); }
+};
+
+/// A topic that gets no file.
+struct Refused {
+    Reason why;
+};
+
 struct Topic {
     std::string name;
     std::string type_name;
@@ -44,23 +62,15 @@ struct Topic {
     std::vector<std::uint32_t> channels = {};
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
-    std::optional<core::xtypes::DynamicTypeImpl> type = {};  ///< none for a refused topic
-    std::set<std::string> built_in = {};                     ///< types that only the tool itself defines
-    std::vector<Reason> hints = {};                          ///< what was assumed about the type
-    std::shared_ptr<const LeftOut> left_out = {};            ///< members without columns; null for none
-    std::optional<Reason> refusal = {};                      ///< why it is refused
-    std::string file = {};                                   ///< "a.b.csv"; empty for a refused topic
-    bool other_type = false;  ///< an earlier entry has this topic with another type
+    std::variant<Refused, Accepted> plan = {};
 
-    /// `code`  of the reason `text`
-    void refuse(std::string code, std::string text) {
-        refusal = {std::move(code), std::move(text)};
-        file.clear();
-    }
+    const Accepted* accepted() const { return std::get_if<Accepted>(&plan); }  ///< null for a refused topic
+    Accepted* accepted() { return std::get_if<Accepted>(&plan); }
+    const Reason* refusal() const { return accepted() != nullptr ? nullptr : &std::get<Refused>(plan).why; }
 };
 
 /// Why a topic of so many columns is refused, and what would help.
-std::string too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most);
+Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most);
 
 /// Where types come from, and how they are told apart.
 struct Types {

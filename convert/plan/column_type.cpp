@@ -48,6 +48,13 @@ Patterns index_patterns(std::uint32_t size) {
     return patterns;
 }
 
+/// The format tries expressions in the order of their bytes. A set in front holds the rank, and the letter
+/// that it stands for; its digits match nothing, since no name begins with one.
+std::string ranked(const std::string& pattern, std::size_t rank) {
+    constexpr std::size_t lowest = 1'000'000'000;  // all have as many digits
+    return '[' + std::to_string(lowest + rank) + pattern.front() + ']' + pattern.substr(1);
+}
+
 }  // namespace
 
 DynamicTypeImpl Limits::column_type() const {
@@ -56,7 +63,7 @@ DynamicTypeImpl Limits::column_type() const {
 
 /// `first`  number of the first field at or below `part`
 DynamicTypeImpl Limits::column_type(const Part& part, std::size_t first) const {
-    if (part.left_out == nullptr && counts_.of(part).sequences == 0) return part.type;
+    if (part.excluded == nullptr && counts_.of(part).sequences == 0) return part.type;
     if (part.is_sequence()) {
         const Field& field = fields_[first];
         const Part element = element_of(part);
@@ -84,29 +91,59 @@ void Limits::add_to(tamber::utils::PrintFormatCsvProperty& property) const {
     for (std::size_t i = 0; i < fields_.size(); ++i) {
         const Field& field = fields_[i];
         if (field.exceptions.empty()) continue;
-        for (const auto& [place, rule] : field.exceptions)
-            property.add_unbounded_seq_limit(escaped(own_name(i, place)), field.element_rules[rule].limit);
-        // A set of digits comes after a digit in byte order, so that exceptions are found first.
-        for (const std::string& pattern : patterns_of_others(i))
-            property.add_unbounded_seq_limit(pattern, field.limit);
+        std::size_t rank = 0;
+        const auto add = [&](const Patterns& patterns, std::uint32_t limit) {
+            for (const std::string& pattern : patterns)
+                property.add_unbounded_seq_limit(ranked(pattern, rank), limit);
+            ++rank;
+        };
+        for (const ElementRule& rule : field.element_rules)
+            add(rule.patterns, rule.limit);
+        add(patterns_of(i, Choice(around_[i].size())), field.limit);
     }
 }
 
-/// Patterns that match every sequence of a field and none of another's.
-Patterns Limits::patterns_of_others(std::size_t field) const {
+/// Patterns that match the sequences of a field in the elements that are meant, and no others.
+Patterns Limits::patterns_of(std::size_t field, const Choice& choice) const {
     Patterns patterns = {""};
     std::size_t done = 0;
     const std::string& full_name = fields_[field].full_name;
-    for (const Around& collection : around_[field]) {
+    for (std::size_t i = 0; i < choice.size(); ++i) {
+        const Around& collection = around_[field][i];
         patterns = combined(patterns, {full_name.substr(done, collection.full_name.size() - done)});
-        if (collection.field)
+        if (choice[i]) {
+            Patterns chosen;
+            for (const std::uint32_t element : *choice[i])
+                chosen.push_back(escaped(indices_of(collection.type, element)));
+            patterns = combined(patterns, chosen);
+        } else if (collection.field) {
             patterns = combined(patterns, index_patterns(most_elements(collection)));
-        else
+        } else {
             for (const std::uint32_t size : dimensions_of(collection.type))
                 patterns = combined(patterns, index_patterns(size));
+        }
         done = collection.full_name.size() + any_indices(collection.type).size();
     }
     return combined(patterns, {full_name.substr(done)});
+}
+
+/// The same for the sequences at `places`: a few patterns where those are chosen index by index, as a rule
+/// does; else one for each, since every sequence is held against all patterns.
+Patterns Limits::patterns_of(std::size_t field, const std::vector<Place>& places) const {
+    Choice choice(around_[field].size());
+    std::uint64_t chosen = 1;
+    for (std::size_t i = 0; i < choice.size(); ++i) {
+        choice[i].emplace();
+        for (const Place& place : places)
+            choice[i]->insert(place[i]);
+        chosen = saturating_product(chosen, choice[i]->size());
+        if (choice[i]->size() == most_elements(around_[field][i])) choice[i].reset();
+    }
+    if (chosen == places.size()) return patterns_of(field, choice);
+    Patterns patterns;
+    for (const Place& place : places)
+        patterns.push_back(escaped(own_name(field, place)));
+    return patterns;
 }
 
 }  // namespace zun::convert

@@ -95,15 +95,16 @@ LimitRule parse_limit_rule(const std::string& text) {
     return rule;
 }
 
-std::vector<LimitRule*> rules_for(std::vector<LimitRule>& rules, const std::string& topic) {
-    std::vector<LimitRule*> order;
-    for (LimitRule& rule : rules)
-        if (rule.topic.empty() || matches(rule.topic, topic)) order.insert(order.begin(), &rule);
-    const auto rank = [](const LimitRule& rule) {
+std::vector<std::size_t> rules_for(const std::vector<LimitRule>& rules, const std::string& topic) {
+    std::vector<std::size_t> order;
+    for (std::size_t i = rules.size(); i-- > 0;)
+        if (rules[i].topic.empty() || matches(rules[i].topic, topic)) order.push_back(i);
+    const auto rank = [&](std::size_t index) {
+        const LimitRule& rule = rules[index];
         return std::make_tuple(Rank(rule.expression), !rule.topic.empty(), Rank(rule.topic));
     };
     std::stable_sort(order.begin(), order.end(),
-                     [&](const LimitRule* a, const LimitRule* b) { return rank(*a) > rank(*b); });
+                     [&](std::size_t a, std::size_t b) { return rank(a) > rank(b); });
     return order;
 }
 

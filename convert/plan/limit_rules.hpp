@@ -1,32 +1,37 @@
-// limit_rules: what --limit says, and which of several rules goes before the others.
+// limit_rules: what the user says about limits, and which of several rules goes before the others.
 
 #ifndef ZUN_CONVERT_PLAN_LIMIT_RULES_HPP
 #define ZUN_CONVERT_PLAN_LIMIT_RULES_HPP
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace zun::convert {
 
-/// What one --limit says, and what became of it over all topics.
+/// What the user says.
 struct LimitRule {
     std::string given;       ///< as the user wrote it: "/scan:ranges=10"
     std::string topic;       ///< wildcards; empty for every topic
     std::string expression;  ///< wildcards on the full name: "markers[*].points"
     std::uint32_t limit = 0;
-    bool matched = false;      ///< some field
+};
+
+/// What became of a rule, over all topics.
+struct RuleOutcome {
     bool won = false;          ///< some field: no other rule took it
-    std::string lost_to = {};  ///< the rule that took a field it matched
+    std::string lost_to = {};  ///< the rule that took a field it matched; empty where none did
 };
 
 /// Reads "EXPR=N" or "TOPIC:EXPR=N". Throws std::invalid_argument with the reason.
 LimitRule parse_limit_rule(const std::string& text);
 
-/// The rules for `topic`, the most specific first: an expression without wildcards before one that has some
+/// The indices of the rules for `topic`, the most specific first: an expression without wildcards before one
+/// that has some
 /// ([*] is none), more literal characters before fewer, the same for topics, the later rule before the
 /// earlier.
-std::vector<LimitRule*> rules_for(std::vector<LimitRule>& rules, const std::string& topic);
+std::vector<std::size_t> rules_for(const std::vector<LimitRule>& rules, const std::string& topic);
 
 /// `expression` as a pattern in which brackets around a number or "*" are ordinary characters.
 std::string escaped_indices(const std::string& expression);

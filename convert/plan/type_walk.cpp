@@ -12,6 +12,15 @@ void visit_members(const ComplexType& type, const MemberVisitor& visit) {
         visit(type.member(i).name(), type.member(i).type());
 }
 
+void add_excluded_names(std::vector<std::string>& names, const Part& part) {
+    if (part.excluded == nullptr) return;
+    if (part.excluded->whole) return names.push_back(part.full_name);
+    if (part.is_collection()) return add_excluded_names(names, element_of(part));
+    for_each_member(part.type, [&](const std::string& name, const DynamicTypeImpl& type) {
+        add_excluded_names(names, Part(type, part.excluded->member(name), joined(part.full_name, name)));
+    });
+}
+
 }  // namespace
 
 void for_each_member(const DynamicTypeImpl& type, const MemberVisitor& visit) {
@@ -24,15 +33,22 @@ void for_each_member(const DynamicTypeImpl& type, const MemberVisitor& visit) {
 
 void for_each_member(const Part& part, const PartVisitor& visit) {
     for_each_member(part.type, [&](const std::string& name, const DynamicTypeImpl& type) {
-        const LeftOut* const concerned = part.left_out == nullptr ? nullptr : part.left_out->member(name);
+        const cdr::Exclusions* const concerned =
+            part.excluded == nullptr ? nullptr : part.excluded->member(name);
         if (concerned == nullptr || !concerned->whole)
             visit(Part(type, concerned, joined(part.full_name, name)));
     });
 }
 
+std::vector<std::string> excluded_names(const Part& part) {
+    std::vector<std::string> names;
+    add_excluded_names(names, part);
+    return names;
+}
+
 Part element_of(const Part& collection) {
     return Part(CollectionTypeImpl(collection.type).content_type(),
-                collection.left_out == nullptr ? nullptr : collection.left_out->element.get(),
+                collection.excluded == nullptr ? nullptr : collection.excluded->element.get(),
                 collection.full_name + any_indices(collection.type));
 }
 

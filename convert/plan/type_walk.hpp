@@ -13,8 +13,9 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
-#include "convert/plan/LeftOut.hpp"
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::convert {
@@ -24,12 +25,12 @@ inline std::string joined(const std::string& parent, const std::string& name) {
 }
 
 struct Part {
-    explicit Part(const core::xtypes::DynamicTypeImpl& declared, const LeftOut* concerned = nullptr,
-                  std::string name = "")
-        : type(declared.resolved()), left_out(concerned), full_name(std::move(name)) {}
+    Part(const core::xtypes::DynamicTypeImpl& declared, const cdr::Exclusions* concerned = nullptr,
+         std::string name = "")
+        : type(declared.resolved()), excluded(concerned), full_name(std::move(name)) {}
 
     core::xtypes::DynamicTypeImpl type;  ///< no alias
-    const LeftOut* left_out;             ///< what of it has no columns; null for nothing
+    const cdr::Exclusions* excluded;     ///< what of it has no columns; null for nothing
     std::string full_name;
 
     bool is_sequence() const { return type.kind() == core::xtypes::TypeKind::SEQUENCE_TYPE; }
@@ -44,6 +45,9 @@ void for_each_member(const core::xtypes::DynamicTypeImpl& type, const MemberVisi
 
 /// Visits the members of a part that have columns.
 void for_each_member(const Part& part, const PartVisitor& visit);
+
+/// The full names of the members of a part that are excluded.
+std::vector<std::string> excluded_names(const Part& part);
 
 /// What stands for every element of a collection.
 Part element_of(const Part& collection);
@@ -71,9 +75,9 @@ public:
     const Counts& of(const Part& part) const { return known_.at(key_of(part)); }
 
 private:
-    using Key = std::pair<const core::xtypes::TypeNode*, const LeftOut*>;
+    using Key = std::pair<const core::xtypes::TypeNode*, const cdr::Exclusions*>;
 
-    static Key key_of(const Part& part) { return {part.type.node().get(), part.left_out}; }
+    static Key key_of(const Part& part) { return {part.type.node().get(), part.excluded}; }
     Counts count(const Part& part);
     Counts counted(const Part& part);
 

@@ -38,16 +38,16 @@ void print_topics(std::ostream& out, const RecordingReport& recording, std::size
                 rows);
 }
 
-std::string cut_sentence(const CutField& cut) {
-    return '\'' + cut.field + "' is cut to " + std::to_string(cut.columns) + " of up to " +
-           counted(cut.longest, "element") + " in " + counted(cut.rows, "row") + "; " + cut.option +
+Sentence cut_sentence(const std::string& topic, const CutField& cut) {
+    return topic + ": '" + cut.field + "' is cut to " + std::to_string(cut.columns) + " of up to " +
+           counted(cut.longest, "element") + " in " + counted(cut.rows, "row") + "; " + cut.remedy +
            " keeps all";
 }
 
-/// Those that a --limit asked for, or the others.
+/// Those that a rule asked for, or the others.
 void add_cuts(Reasons& reasons, const TopicReport& topic, bool asked_for) {
     for (const CutField& cut : topic.cuts)
-        if (cut.rule.empty() != asked_for) reasons.push_back({"cut", topic.topic + ": " + cut_sentence(cut)});
+        if (cut.rule.empty() != asked_for) reasons.push_back({"cut", cut_sentence(topic.topic, cut)});
 }
 
 void add_unreadable(Reasons& losses, const TopicReport& topic) {
@@ -66,7 +66,7 @@ void add_refusals(Reasons& reasons, const RecordingReport& recording, bool with_
         std::uint64_t messages;
         const Reason* why;
     };
-    std::map<std::string, std::size_t> told;  // by text: index in `refused`
+    std::map<Sentence, std::size_t> told;  // by text: index in `refused`
     std::vector<Refused> refused;
     for (const TopicReport& topic : recording.topics) {
         if (!topic.refusal || (topic.messages > 0) != with_messages) continue;
@@ -76,12 +76,11 @@ void add_refusals(Reasons& reasons, const RecordingReport& recording, bool with_
         entry.topics += (entry.topics.empty() ? "" : ", ") + topic.topic;
         entry.messages += topic.messages;
     }
-    for (const Refused& entry : refused)
-        reasons.push_back(
-            {entry.why->code, entry.topics + ": " +
-                                  (with_messages ? counted(entry.messages, "message") + " not converted: "
-                                                 : "not converted, without messages: ") +
-                                  entry.why->text});
+    for (const Refused& entry : refused) {
+        const std::string messages = with_messages ? counted(entry.messages, "message") + " not converted: "
+                                                   : "not converted, without messages: ";
+        reasons.push_back({entry.why->code, entry.topics + ": " + messages + entry.why->text});
+    }
 }
 
 void add_damage(Reasons& losses, const RecordingReport& recording) {
@@ -100,7 +99,7 @@ void add_damage(Reasons& losses, const RecordingReport& recording) {
 /// What the messages of a topic had beside their values.
 void add_message_hints(Reasons& hints, const TopicReport& topic) {
     const auto add = [&](const char* code, std::uint64_t count, const char* one, const char* many,
-                         const std::string& rest) {
+                         const Sentence& rest) {
         if (count > 0)
             hints.push_back(
                 {code, topic.topic + ": " + counted(count, "message") + (count == 1 ? one : many) + rest});
@@ -112,7 +111,8 @@ void add_message_hints(Reasons& hints, const TopicReport& topic) {
     add("absent-members", topic.absent_members, " lacks", " lack",
         " members of " + topic.type_name + ", whose cells show their default values");
     add("invalid-text", topic.invalid_text, " holds", " hold",
-        " text that is not UTF-8, or zeros in it; --invalid-text says what becomes of it");
+        Sentence(" text that is not UTF-8, or zeros in it; ") + Advice{Advice::Setting::INVALID_TEXT} +
+            " says what becomes of it");
 }
 
 void add_reader_hints(Reasons& hints, const TopicReport& topic) {
@@ -127,11 +127,11 @@ void add_reader_hints(Reasons& hints, const TopicReport& topic) {
         hints.push_back({"sqlite", start + columns + " are more than an SQLite table has (2000)"});
 }
 
-void print_reasons(std::ostream& out, const char* title, const Reasons& reasons) {
+void print_reasons(std::ostream& out, const char* title, const Reasons& reasons, const Spelling& spelling) {
     if (reasons.empty()) return;
     out << title << '\n';
     for (const Reason& reason : reasons) {
-        out << "  " << visible(reason.text) << '\n';
+        out << "  " << visible(reason.text.spelled(spelling)) << '\n';
         for (const std::string& detail : reason.details)
             out << "    " << visible(detail) << '\n';
     }
@@ -208,7 +208,11 @@ bool Report::finished_any() const {
                        [](const RecordingReport& recording) { return recording.finished; });
 }
 
-void print_report(std::ostream& out, const Report& report, Detail detail, std::size_t name_width) {
+void print_report(std::ostream& out, const Report& report, Detail detail, const Spelling& spelling,
+                  std::size_t name_width) {
+    const auto print = [&](const char* title, const Reasons& reasons) {
+        print_reasons(out, title, reasons, spelling);
+    };
     for (const RecordingReport& recording : report.recordings) {
         const Reasons losses = losses_of(recording);
         if (detail == Detail::TABLE && recording.finished) {
@@ -217,11 +221,11 @@ void print_report(std::ostream& out, const Report& report, Detail detail, std::s
         } else if (!losses.empty()) {
             out << visible(recording.name) << ":\n";
         }
-        print_reasons(out, "lost:", losses);
-        if (detail == Detail::TABLE) print_reasons(out, "hints:", hints_of(recording, report.dry_run));
+        print("lost:", losses);
+        if (detail == Detail::TABLE) print("hints:", hints_of(recording, report.dry_run));
     }
-    print_reasons(out, "lost:", report.losses);
-    if (detail == Detail::TABLE) print_reasons(out, "hints:", report.notes);
+    print("lost:", report.losses);
+    if (detail == Detail::TABLE) print("hints:", report.notes);
 }
 
 }  // namespace zun::convert

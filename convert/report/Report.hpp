@@ -23,8 +23,8 @@ struct CutField {
     std::uint32_t columns = 0;  ///< elements that have columns
     std::uint32_t longest = 0;  ///< elements of the longest sequence seen
     std::uint64_t rows = 0;     ///< rows with more elements than columns
-    std::string rule = {};      ///< the --limit that asked for it, as the user wrote it; empty where none did
-    std::string option = {};    ///< what would keep all of it
+    std::string rule = {};      ///< that asked for it, as the user wrote it; empty where none did
+    Sentence remedy = {};       ///< what would keep all of it
 };
 
 struct TopicReport {
@@ -92,9 +92,10 @@ std::vector<Reason> hints_of(const RecordingReport& recording, bool for_readers)
 ///
 /// `name_width`  characters that the table shows of a topic's name
 void print_report(std::ostream& out, const Report& report, Detail detail,
+                  const Spelling& spelling = setting_and_value,
                   std::size_t name_width = std::numeric_limits<std::size_t>::max());
 /// The whole of it for machines, as JSON.
-void print_report_json(std::ostream& out, const Report& report);
+void print_report_json(std::ostream& out, const Report& report, const Spelling& spelling = setting_and_value);
 
 }  // namespace zun::convert
 

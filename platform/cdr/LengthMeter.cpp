@@ -15,14 +15,12 @@ constexpr std::uint32_t field_limit = 1U << 20U;
 /// Tells `note` of every sequence that a walk meets: the number of its field, its length, and the indices of
 /// the elements around it.
 template <typename Note>
-class Lengths {
+class Lengths : public NoHandler {
 public:
-    static constexpr bool wants_absent = false;
+    static constexpr bool wants_excluded = false;
 
     explicit Lengths(const Note& note) : note_(note) {}
 
-    void top_level_beginning() {}
-    void top_level_ending() {}
     template <typename Place>
     void complex_beginning(const Place& place) {
         enter(place);
@@ -41,17 +39,6 @@ public:
         base_ -= plan.kind == TypeKind::SEQUENCE_TYPE ? 1 : 0;
         leave(place);
     }
-    void unset_optional(const Member&) {}
-    template <bool Swapped, typename Place>
-    void scalar(const Place&, const Plan&, const std::byte*) {}
-    template <typename Place>
-    void string(const Place&, std::string_view) {}
-    template <bool Swapped, typename Place>
-    void wide_string(const Place&, WideText) {}
-    template <bool Swapped>
-    void scalars(const Member*, const Step&, const std::byte*) {}
-    template <bool Swapped>
-    void elements(const Plan&, std::uint32_t, const std::byte*) {}
 
 private:
     void enter(const Member& member) { base_ += member.first_field; }
@@ -64,30 +51,17 @@ private:
     std::vector<std::uint32_t> indices_;
 };
 
-/// Names the sequences of a value in the order in which Lengths numbers them.
-void name_fields(const Plan& plan, const std::string& name, std::vector<LengthMeter::Field>& fields) {
-    if (plan.fields == 0) return;
-    if (plan.kind == TypeKind::SEQUENCE_TYPE) fields.push_back({name, 0});
-    if (plan.kind == TypeKind::ARRAY_TYPE || plan.kind == TypeKind::SEQUENCE_TYPE) {
-        std::string element = name;
-        for (std::uint32_t i = 0; i < plan.dimensions; ++i)
-            element += "[*]";
-        name_fields(*plan.element, element, fields);
-    }
-    for (const Member& member : plan.members)
-        name_fields(*member.plan, name.empty() ? member.name : name + "." + member.name, fields);
-}
-
 }  // namespace
 
 struct LengthMeter::Impl {
-    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
-        : decoder(type, std::move(source), writer) {
-        const Program program(type, {.writer = writer});
+    Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
+         const std::shared_ptr<const Exclusions>& excluded)
+        : decoder(type, std::move(source), writer, excluded) {
+        const Program program(type, {.writer = writer}, excluded.get());
         if (program.root().fields > field_limit)
             throw std::invalid_argument("type '" + type.name() + "' has more than " +
                                         std::to_string(field_limit) + " sequences");
-        name_fields(program.root(), "", fields);
+        longest.resize(program.root().fields);
     }
 
     template <typename Note>
@@ -97,32 +71,33 @@ struct LengthMeter::Impl {
     }
 
     SampleDecoder decoder;
-    std::vector<Field> fields;
+    std::vector<std::uint32_t> longest;                           // by field
     std::vector<std::pair<std::uint32_t, std::uint32_t>> longer;  // of one sample: field and length
 };
 
-LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer)) {}
+LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
+                         const std::shared_ptr<const Exclusions>& excluded)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, excluded)) {}
 
 LengthMeter::~LengthMeter() = default;
 
 void LengthMeter::measure(std::span<const std::byte> payload) {
     auto& longer = impl_->longer;
-    std::vector<Field>& fields = impl_->fields;
+    auto& longest = impl_->longest;
     longer.clear();
     impl_->decode(payload, [&](std::uint32_t field, std::uint32_t length, const auto&) {
-        if (length > fields[field].longest) longer.emplace_back(field, length);
+        if (length > longest[field]) longer.emplace_back(field, length);
     });
     for (const auto& [field, length] : longer)
-        fields[field].longest = std::max(fields[field].longest, length);
+        longest[field] = std::max(longest[field], length);
 }
 
 void LengthMeter::visit(std::span<const std::byte> payload, const Visitor& visitor) {
     impl_->decode(payload, visitor);
 }
 
-const std::vector<LengthMeter::Field>& LengthMeter::fields() const {
-    return impl_->fields;
+const std::vector<std::uint32_t>& LengthMeter::longest() const {
+    return impl_->longest;
 }
 
 }  // namespace zun::cdr

@@ -1,6 +1,12 @@
 // LengthMeter: the longest length of every sequence of a type over many samples.
 //
-// Walks samples as the engine does, but skips values by their size and makes no text.
+// Walks samples as the engine does, but skips values by their size and makes no text. The sequences, its
+// fields, are numbered in the order of declaration, all elements of the collections around one taken
+// together:
+//
+//     grid, array of sequence     0
+//     markers, sequence           1
+//     `- points, sequence         2
 
 #ifndef ZUN_PLATFORM_CDR_LENGTH_METER_HPP
 #define ZUN_PLATFORM_CDR_LENGTH_METER_HPP
@@ -14,21 +20,16 @@
 #include <vector>
 
 #include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {
 
 class LengthMeter {
 public:
-    /// One sequence field, all elements of the collections around it taken together.
-    struct Field {
-        std::string full_name;  ///< "markers[*].points"; the indices of all dimensions are "[*]"
-        std::uint32_t longest;  ///< elements; 0 while no sample had any
-    };
-
-    /// As SamplePrinter's constructor.
+    /// As SamplePrinter's constructor; sequences in excluded members are no fields.
     LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                Writer writer = Writer::UNKNOWN);
+                Writer writer = Writer::UNKNOWN, const std::shared_ptr<const Exclusions>& excluded = nullptr);
     ~LengthMeter();
     LengthMeter(const LengthMeter&) = delete;
     LengthMeter& operator=(const LengthMeter&) = delete;
@@ -37,10 +38,10 @@ public:
     /// Throws InputError as the engine does, for a sample that is not whole.
     void measure(std::span<const std::byte> payload);
 
-    /// In the order of declaration.
-    const std::vector<Field>& fields() const;
+    /// Elements of the longest sequence of each field; 0 while no sample had any.
+    const std::vector<std::uint32_t>& longest() const;
 
-    /// Called with the number of a field in fields(), the length of one sequence of it, and the indices of
+    /// Called with the number of a field, the length of one sequence of it, and the indices of
     /// the elements around that sequence, from the outermost inwards.
     using Visitor = std::function<void(std::uint32_t field, std::uint32_t length,
                                        const std::vector<std::uint32_t>& indices)>;

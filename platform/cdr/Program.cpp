@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <stdexcept>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 #include "platform/xtypes/TypeBuilder.hpp"
@@ -81,13 +81,14 @@ struct InitialBytes {
     }
 };
 
-Member member_of(const MemberImpl& member, const Plan& plan) {
+Member member_of(const MemberImpl& member, const Plan& plan, bool excluded) {
     Member made{.name = member.name(),
                 .plan = &plan,
                 .initial = plan.initial,
                 .initial_text = {},
                 .first_field = 0,
-                .optional = member.is_optional()};
+                .optional = member.is_optional(),
+                .excluded = excluded};
     if (!member.default_value()) return made;
     if (plan.is_scalar()) made.initial = std::visit(InitialBytes{plan}, *member.default_value());
     if (const auto* const text = std::get_if<std::string>(&*member.default_value()))
@@ -95,21 +96,22 @@ Member member_of(const MemberImpl& member, const Plan& plan) {
     return made;
 }
 
-Member member_of(const UnionMember& member, const Plan& plan) {
+Member member_of(const UnionMember& member, const Plan& plan, bool excluded) {
     return {.name = member.name(),
             .plan = &plan,
             .initial = plan.initial,
             .initial_text = {},
             .first_field = 0,
-            .optional = false};
+            .optional = false,
+            .excluded = excluded};
 }
 
-/// Numbers the sequences of the members one after the other.
+/// Numbers the sequences of the members that are not excluded one after the other.
 void count_fields(Plan& plan) {
     std::uint64_t fields = 0;
     for (Member& member : plan.members) {
         member.first_field = static_cast<std::uint32_t>(fields);
-        fields = capped(fields + member.plan->fields);
+        if (!member.excluded) fields = capped(fields + member.plan->fields);
     }
     plan.fields = static_cast<std::uint32_t>(fields);
 }
@@ -121,13 +123,14 @@ std::vector<Step> steps_of(const std::vector<Member>& members) {
         const Plan& plan = *members[i].plan;
         const bool single = members[i].optional || !plan.is_scalar();
         const std::uint64_t size = single ? 0 : plan.scalar_size;
-        if (size != 0 && !steps.empty() && steps.back().size == size * steps.back().count) {
+        const bool alike = !steps.empty() && steps.back().excluded == members[i].excluded;
+        if (size != 0 && alike && steps.back().size == size * steps.back().count) {
             Step& run = steps.back();
             if (run.kind != plan.kind) run.kind = TypeKind::NO_TYPE;
             ++run.count;
             run.size += size;
         } else {
-            steps.push_back({i, 1, size, plan.kind, plan.alignment});
+            steps.push_back({i, 1, size, plan.kind, plan.alignment, members[i].excluded});
         }
     }
     return steps;
@@ -140,8 +143,9 @@ class Compiler {
 public:
     explicit Compiler(Program& program) : program_(program) {}
 
-    const Plan& root(const DynamicTypeImpl& type) {
+    const Plan& root(const DynamicTypeImpl& type, const Exclusions* excluded) {
         Plan& plan = program_.plans_.emplace_back();
+        excluded_ = excluded;
         fill_aggregate(type, program_.layout_.root, plan);
         return plan;
     }
@@ -150,22 +154,36 @@ private:
     const Reading& reading() const { return program_.layout_.reading; }
     bool xcdr2() const { return program_.layout_.xcdr2; }
 
-    const Plan& plan_of(const DynamicTypeImpl& declared) {
+    const Plan& plan_of(const DynamicTypeImpl& declared, const Exclusions* excluded = nullptr) {
         const DynamicTypeImpl type = declared.resolved();
-        auto known = known_.find(type.node().get());
+        auto known = known_.find({type.node().get(), excluded});
         if (known == known_.end()) {
             const std::uint32_t siblings_height = std::exchange(children_height_, 0);
+            const Exclusions* const excluded_around = std::exchange(excluded_, excluded);
             ++nesting_;
             check_nesting(0);
             Plan& plan = program_.plans_.emplace_back();
             fill(type, plan);
             --nesting_;
-            known = known_.emplace(type.node().get(), Known{&plan, children_height_ + 1}).first;
+            const Key key{type.node().get(), excluded};
+            known = known_.emplace(key, Known{&plan, children_height_ + 1}).first;
+            excluded_ = excluded_around;
             children_height_ = siblings_height;
         }
         check_nesting(known->second.height);
         children_height_ = std::max(children_height_, known->second.height);
         return *known->second.plan;
+    }
+
+    const Plan& plan_of_element(const DynamicTypeImpl& type) {
+        return plan_of(type, excluded_ == nullptr ? nullptr : excluded_->element.get());
+    }
+
+    template <typename AnyMember>
+    Member made_member(const AnyMember& member) {
+        const Exclusions* const concerned = excluded_ == nullptr ? nullptr : excluded_->member(member.name());
+        const bool whole = concerned != nullptr && concerned->whole;
+        return member_of(member, plan_of(member.type(), whole ? nullptr : concerned), whole);
     }
 
     void check_nesting(std::uint32_t height) const {
@@ -246,7 +264,7 @@ private:
     }
 
     const Plan& plan_in_array(const DynamicTypeImpl& element) {
-        const Plan& plan = plan_of(element);
+        const Plan& plan = plan_of_element(element);
         if (plan.kind != TypeKind::ARRAY_TYPE || !plan.delimited) return plan;
         Plan& bare = program_.plans_.emplace_back(plan);
         bare.delimited = false;
@@ -255,7 +273,7 @@ private:
     }
 
     void fill_sequence(const SequenceTypeImpl& type, Plan& plan) {
-        plan.element = &plan_of(type.content_type());
+        plan.element = &plan_of_element(type.content_type());
         plan.delimited = xcdr2() && (type.is_map() ? map_delimits(type) : delimits_sequence(type));
         plan.bound = type.bounds();
         plan.fields = static_cast<std::uint32_t>(capped(std::uint64_t{plan.element->fields} + 1));
@@ -339,7 +357,7 @@ private:
         for (std::uint32_t i = 0; i < type.member_count(); ++i) {
             const MemberImpl& member = type.member(i);
             plan.index.emplace_back(member.id(), static_cast<std::uint32_t>(plan.members.size()));
-            plan.members.push_back(member_of(member, plan_of(member.type())));
+            plan.members.push_back(made_member(member));
             program_.dependence_.origin |= !xcdr2() && member.is_optional();
         }
         std::sort(plan.index.begin(), plan.index.end());
@@ -358,7 +376,7 @@ private:
         plan.minimal_size = plan.form == Form::PLAIN ? plan.element->minimal_size : 4;
         for (std::uint32_t i = 0; i < type.member_count(); ++i) {
             const UnionMember& member = type.member(i);
-            plan.members.push_back(member_of(member, plan_of(member.type())));
+            plan.members.push_back(made_member(member));
             for (const std::int64_t label : member.labels())
                 plan.index.emplace_back(label, i);
             if (member.is_default()) plan.default_member = i;
@@ -372,19 +390,21 @@ private:
         plan.bits = type.bit_fields();
         plan.minimal_size = plan.element->scalar_size;
         for (std::uint32_t i = 0; i < type.member_count(); ++i)
-            plan.members.push_back(member_of(type.member(i), plan_of(type.member(i).type())));
+            plan.members.push_back(made_member(type.member(i)));
         count_fields(plan);
     }
 
+    using Key = std::pair<const core::xtypes::TypeNode*, const Exclusions*>;
     struct Known {
         const Plan* plan;
         std::uint32_t height;  // levels of nesting in the type, itself included
     };
 
     Program& program_;
-    std::unordered_map<const core::xtypes::TypeNode*, Known> known_;
-    std::uint32_t nesting_ = 0;          // levels around the type that is being compiled
-    std::uint32_t children_height_ = 0;  // of the tallest type met in it so far
+    std::map<Key, Known> known_;
+    const Exclusions* excluded_ = nullptr;  // of the type that is being compiled
+    std::uint32_t nesting_ = 0;             // levels around the type that is being compiled
+    std::uint32_t children_height_ = 0;     // of the tallest type met in it so far
 };
 
 const Member* Plan::find(std::int64_t id_or_label) const {
@@ -402,11 +422,11 @@ std::string_view Plan::enumerator_name(std::int64_t value) const {
     return found != enumerators.end() && found->value == value ? found->name : std::string_view{};
 }
 
-Program::Program(const DynamicTypeImpl& type, const Layout& layout)
+Program::Program(const DynamicTypeImpl& type, const Layout& layout, const Exclusions* excluded)
     : type_(type.resolved()), layout_(layout) {
     if (type_.kind() != TypeKind::STRUCTURE_TYPE && type_.kind() != TypeKind::UNION_TYPE)
         throw std::invalid_argument("type '" + type.name() + "' is no structure or union");
-    root_ = &Compiler(*this).root(type_);
+    root_ = &Compiler(*this).root(type_, excluded);
 }
 
 }  // namespace zun::cdr

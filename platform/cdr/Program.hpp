@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/cdr/Layout.hpp"
 #include "platform/cdr/Scalar.hpp"
 #include "platform/xtypes/DynamicType.hpp"
@@ -39,6 +40,7 @@ struct Member {
     std::string_view initial_text;  ///< the same for a string
     std::uint32_t first_field;      ///< sequences before this member in its structure or union
     bool optional;
+    bool excluded;
 };
 
 /// Members that are read together: a run of scalars of one size, or one member of any other sort.
@@ -48,6 +50,7 @@ struct Step {
     std::uint64_t size;  ///< bytes of a run; 0 marks any other member
     TypeKind kind;       ///< of all members of a run; NO_TYPE where they differ
     std::uint8_t alignment;
+    bool excluded;  ///< all members of a run, or none
 };
 
 struct Enumerator {
@@ -61,15 +64,15 @@ struct Plan {
     TypeKind kind = TypeKind::NO_TYPE;
     TypeKind carrier = TypeKind::NO_TYPE;  ///< enumeration: the integer that carries it
     Form form = Form::PLAIN;
-    std::uint8_t scalar_size = 0;    ///< bytes of a scalar, 0 for every other type
-    std::uint8_t alignment = 1;      ///< of a scalar
-    bool delimited = false;          ///< collection: its size in bytes comes first
-    bool open_ended = false;         ///< structure, union: a sample may end before the last member
-    bool placeholder = false;        ///< structure without members that takes one byte
-    std::uint32_t bound = 0;         ///< sequence, string
-    std::uint32_t count = 0;         ///< array: elements
-    std::uint32_t dimensions = 1;    ///< array
-    std::uint32_t fields = 0;        ///< sequences in it, itself included; at most UINT32_MAX
+    std::uint8_t scalar_size = 0;  ///< bytes of a scalar, 0 for every other type
+    std::uint8_t alignment = 1;    ///< of a scalar
+    bool delimited = false;        ///< collection: its size in bytes comes first
+    bool open_ended = false;       ///< structure, union: a sample may end before the last member
+    bool placeholder = false;      ///< structure without members that takes one byte
+    std::uint32_t bound = 0;       ///< sequence, string
+    std::uint32_t count = 0;       ///< array: elements
+    std::uint32_t dimensions = 1;  ///< array
+    std::uint32_t fields = 0;  ///< sequences in it that are not excluded, itself included; at most UINT32_MAX
     std::uint64_t minimal_size = 0;  ///< bytes that every value takes at least; at most UINT32_MAX
     const Plan* element = nullptr;   ///< collection: element; union: discriminator; bit set: its integer
     ScalarBytes initial = {};        ///< scalar: value of an element that a sample does not carry
@@ -91,8 +94,10 @@ struct Plan {
 
 class Program {
 public:
-    /// Throws std::invalid_argument for a type that is no structure or union, or that nobody can decode.
-    Program(const core::xtypes::DynamicTypeImpl& type, const Layout& layout);
+    /// `excluded`  marks members; null for none
+    /// Throws      std::invalid_argument for a type that is no structure or union, or that nobody can decode
+    Program(const core::xtypes::DynamicTypeImpl& type, const Layout& layout,
+            const Exclusions* excluded = nullptr);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 

@@ -9,34 +9,13 @@ namespace {
 
 using core::xtypes::Extensibility;
 
-/// Takes note of nothing but characters that are none.
-struct Validator {
-    static constexpr bool wants_absent = false;
-
-    void top_level_beginning() {}
-    void top_level_ending() {}
-    template <typename Place>
-    void complex_beginning(const Place&) {}
-    template <typename Place>
-    void complex_ending(const Place&) {}
-    template <typename Place>
-    void array_beginning(const Place&, const Plan&, std::uint32_t) {}
-    template <typename Place>
-    void array_ending(const Place&, const Plan&) {}
-    void unset_optional(const Member&) {}
-    template <bool Swapped, typename Place>
-    void scalar(const Place&, const Plan&, const std::byte*) {}
-    template <typename Place>
-    void string(const Place&, std::string_view) {}
+/// Notices characters that are none, wherever they are: what is excluded says as much about the reading.
+struct Validator : NoHandler {
     template <bool Swapped, typename Place>
     void wide_string(const Place&, WideText text) {
         for (std::uint32_t i = 0; i < text.units;)
             well_formed &= next_character<Swapped>(text, i) != no_character;
     }
-    template <bool Swapped>
-    void scalars(const Member*, const Step&, const std::byte*) {}
-    template <bool Swapped>
-    void elements(const Plan&, std::uint32_t, const std::byte*) {}
 
     bool well_formed = true;
 };
@@ -50,8 +29,9 @@ std::size_t slot_of(const Encapsulation& head) {
 
 }  // namespace
 
-SampleDecoder::SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer)
-    : type_(type), source_(std::move(source)), writer_(writer) {
+SampleDecoder::SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
+                             std::shared_ptr<const Exclusions> excluded)
+    : type_(type), source_(std::move(source)), writer_(writer), excluded_(std::move(excluded)) {
     const Encapsulation plain;
     candidates_[slot_of(plain)] = make_candidates(plain);  // a type that nobody can decode is refused here
 }
@@ -67,7 +47,8 @@ const Program& SampleDecoder::program_of(Candidate& candidate, const Encapsulati
     if (!candidate.program)
         candidate.program = std::make_unique<Program>(
             type_,
-            Layout{.xcdr2 = head.xcdr2, .root = head.root, .writer = writer_, .reading = candidate.reading});
+            Layout{.xcdr2 = head.xcdr2, .root = head.root, .writer = writer_, .reading = candidate.reading},
+            excluded_.get());
     return *candidate.program;
 }
 

@@ -25,7 +25,8 @@ namespace zun::cdr {
 class SampleDecoder {
 public:
     /// Arguments and exceptions as SamplePrinter's constructor.
-    SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer);
+    SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
+                  std::shared_ptr<const Exclusions> excluded = nullptr);
 
     /// Tells `handler` what `payload` holds; the handler's interface is in Walk.hpp. Throws InputError.
     template <typename Handler>
@@ -74,6 +75,7 @@ private:
     core::xtypes::DynamicTypeImpl type_;
     std::string source_;
     Writer writer_;
+    std::shared_ptr<const Exclusions> excluded_;
     std::array<Candidates, 6> candidates_;  // by encoding and form of the outermost value
     ParameterTable parameters_;
 };

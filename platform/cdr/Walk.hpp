@@ -10,6 +10,7 @@
 //     scalars<Swapped>(first member, step, bytes)                        a run of members
 //     elements<Swapped>(plan, count, bytes)                              all elements of a collection
 //     wants_absent     whether members that a sample does not carry are announced with their defaults
+//     wants_excluded   whether members that are excluded are announced all the same
 //
 // where a place is a Member, an Item or a Discriminator.
 
@@ -33,6 +34,40 @@ struct Item {
 };
 struct Discriminator {};
 
+/// A handler that wants nothing.
+struct NoHandler {
+    static constexpr bool wants_absent = false;
+    static constexpr bool wants_excluded = true;  // what is in an excluded member is skipped with it
+
+    void top_level_beginning() {}
+    void top_level_ending() {}
+    template <typename Place>
+    void complex_beginning(const Place&) {}
+    template <typename Place>
+    void complex_ending(const Place&) {}
+    template <typename Place>
+    void array_beginning(const Place&, const Plan&, std::uint32_t) {}
+    template <typename Place>
+    void array_ending(const Place&, const Plan&) {}
+    void unset_optional(const Member&) {}
+    template <bool Swapped, typename Place>
+    void scalar(const Place&, const Plan&, const std::byte*) {}
+    template <typename Place>
+    void string(const Place&, std::string_view) {}
+    template <bool Swapped, typename Place>
+    void wide_string(const Place&, WideText) {}
+    template <bool Swapped>
+    void scalars(const Member*, const Step&, const std::byte*) {}
+    template <bool Swapped>
+    void elements(const Plan&, std::uint32_t, const std::byte*) {}
+};
+
+/// Whether `what`, a member or a step, is excluded for a handler.
+template <typename Handler, typename MemberOrStep>
+bool is_excluded(const MemberOrStep& what) {
+    return !Handler::wants_excluded && what.excluded;
+}
+
 /// Announces values that a sample does not carry.
 template <typename Handler>
 class AbsentValues {
@@ -40,6 +75,7 @@ public:
     explicit AbsentValues(Handler& handler) : handler_(handler) {}
 
     void member(const Member& member) {
+        if (is_excluded<Handler>(member)) return;
         if (member.optional) return handler_.unset_optional(member);
         value(*member.plan, member, member.initial, member.initial_text);
     }
@@ -106,11 +142,27 @@ public:
     }
 
 private:
+    /// Goes on where `other` is, for another handler.
+    template <typename OtherHandler>
+    Walk(const Walk<OtherHandler, Swapped, ChecksPadding>& other, Handler& handler)
+        : root_(other.root_),
+          wide_form_(other.wide_form_),
+          origin_(other.origin_),
+          xcdr2_(other.xcdr2_),
+          reader_(other.reader_),
+          parameters_(other.parameters_),
+          handler_(handler),
+          findings_(other.findings_),
+          empty_elements_(other.empty_elements_) {}
+
     // The end and the origin outside the value that is being read.
     struct Outside {
         std::uint64_t end;
         std::uint64_t origin;
     };
+
+    template <typename, bool, bool>
+    friend class Walk;
 
     // Elements without bytes of their own that one sample may have: their number is bounded by nothing else.
     static constexpr std::uint64_t empty_element_limit = 1U << 16U;
@@ -179,8 +231,9 @@ private:
     void run(const Plan& plan, const Step& step) {
         reader_.align(step.alignment);
         if (plan.open_ended && !reader_.body_fits(step.size)) return cut_run(plan, step);
-        handler_.template scalars<Swapped>(&plan.members[step.first], step,
-                                           reader_.take(step.size, "values"));
+        const std::byte* const bytes = reader_.take(step.size, "values");
+        if (!is_excluded<Handler>(step))
+            handler_.template scalars<Swapped>(&plan.members[step.first], step, bytes);
     }
 
     // The sample ends within the run, between two members if it is whole.
@@ -190,24 +243,41 @@ private:
             if (reader_.at_end())
                 absent(member);
             else
-                scalar(*member.plan, member);
+                member_value(member);
         }
     }
 
+    void member_value(const Member& member) {
+        is_excluded<Handler>(member) ? skip(member) : value(*member.plan, member);
+    }
+
+    // Reads the value for its size alone.
+    void skip(const Member& member) {
+        NoHandler nobody;
+        Walk<NoHandler, Swapped, ChecksPadding> walk(*this, nobody);
+        walk.value(*member.plan, member);
+        findings_ = walk.findings_;
+        empty_elements_ = walk.empty_elements_;
+    }
+
+    void unset_optional(const Member& member) {
+        if (!is_excluded<Handler>(member)) handler_.unset_optional(member);
+    }
+
     void member(const Member& member) {
-        if (!member.optional) return value(*member.plan, member);
+        if (!member.optional) return member_value(member);
         if (xcdr2_) {
             const bool set = *reader_.take(1, "the flag of an optional member") != std::byte{0};
-            return set ? value(*member.plan, member) : handler_.unset_optional(member);
+            return set ? member_value(member) : unset_optional(member);
         }
         Parameter parameter;
         if (!read_parameter_1<Swapped>(reader_, origin_, parameter))
             reader_.fail(reader_.position(), "expected an optional member, found the end of a list");
         const Outside outside = begin_parameter(parameter);
         if (parameter.begin == parameter.end)
-            handler_.unset_optional(member);
+            unset_optional(member);
         else
-            value(*member.plan, member);
+            member_value(member);
         end_parameter(parameter, outside);
     }
 
@@ -229,7 +299,7 @@ private:
         const Member* const selected = plan.find(discriminator(*plan.element));
         if (selected == nullptr) return;
         if (plan.form == Form::DELIMITED && reader_.at_end()) return absent(*selected);
-        value(*selected->plan, *selected);
+        member_value(*selected);
     }
 
     void bits(const Plan& plan) {
@@ -237,7 +307,7 @@ private:
         const std::byte* const bytes = reader_.take(plan.element->scalar_size, "a bit set");
         const auto all = static_cast<std::uint64_t>(load_integer<Swapped>(plan.element->carrier, bytes));
         for (std::size_t i = 0; i < plan.members.size(); ++i)
-            bit_field(plan.members[i], plan.bits[i], all);
+            if (!is_excluded<Handler>(plan.members[i])) bit_field(plan.members[i], plan.bits[i], all);
     }
 
     void bit_field(const Member& member, core::xtypes::BitField field, std::uint64_t all) {
@@ -401,7 +471,7 @@ private:
 
     void parameter_value(const Member& member, const Parameter& parameter) {
         const Outside outside = begin_parameter(parameter);
-        value(*member.plan, member);
+        member_value(member);
         end_parameter(parameter, outside);
     }
 

@@ -29,6 +29,7 @@ using cdr::WideText;
 class Printer {
 public:
     static constexpr bool wants_absent = true;
+    static constexpr bool wants_excluded = false;
 
     Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles,
             InvalidText invalid_text)
@@ -276,16 +277,17 @@ private:
 
 struct SamplePrinter::Impl {
     Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer,
-         InvalidText treatment)
-        : decoder(type, std::move(source), writer), invalid_text(treatment) {}
+         InvalidText treatment, std::shared_ptr<const cdr::Exclusions> excluded)
+        : decoder(type, std::move(source), writer, std::move(excluded)), invalid_text(treatment) {}
     cdr::SampleDecoder decoder;
     InvalidText invalid_text;
     DoubleTextCache doubles;
 };
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                             cdr::Writer writer, InvalidText invalid_text)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text)) {}
+                             cdr::Writer writer, InvalidText invalid_text,
+                             std::shared_ptr<const cdr::Exclusions> excluded)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text, std::move(excluded))) {}
 
 SamplePrinter::~SamplePrinter() = default;
 

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Exclusions.hpp"
 #include "platform/cdr/Findings.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
 #include "platform/printing/ValueText.hpp"
@@ -22,10 +23,12 @@ class SamplePrinter {
 public:
     /// Compiles the walk of `type`, which is a structure or a union, or an alias of one.
     ///
-    /// `source`  names the samples in errors: the topic
-    /// Throws    std::invalid_argument for any other type, or for one that no reader can decode
+    /// `source`    names the samples in errors: the topic
+    /// `excluded`  members that are neither announced nor printed; null for none
+    /// Throws      std::invalid_argument for any other type, or for one that no reader can decode
     SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                  cdr::Writer writer = cdr::Writer::UNKNOWN, InvalidText invalid_text = InvalidText::ESCAPE);
+                  cdr::Writer writer = cdr::Writer::UNKNOWN, InvalidText invalid_text = InvalidText::ESCAPE,
+                  std::shared_ptr<const cdr::Exclusions> excluded = nullptr);
     ~SamplePrinter();
     SamplePrinter(const SamplePrinter&) = delete;
     SamplePrinter& operator=(const SamplePrinter&) = delete;

@@ -167,8 +167,8 @@ TEST(Conversion, LeavesBlobsOut) {
         "2,0,nil,nil,nil,nil,nil,nil,5,2,1,7,0,nil,5,2,1,7,0,nil,2,6,nil,3\n",
         csv);
     EXPECT_EQ(6U, report.recordings[0].topics[0].hints.size());
-    EXPECT_EQ("'parts[*].blob' is left out; --blobs columns keeps it",
-              report.recordings[0].topics[0].hints[1].text);
+    EXPECT_EQ("'parts[*].blob' is left out; keep_blobs keeps it",
+              report.recordings[0].topics[0].hints[1].text.spelled());
     EXPECT_FALSE(report.lost_anything());
 }
 
@@ -291,6 +291,8 @@ TEST(Conversion, GivesSeveralRecordingsTheSameColumns) {
         return text.substr(0, text.find('\n'));
     };
     EXPECT_EQ(header("many"), header("few"));
+    EXPECT_EQ(1, few.opened);
+    EXPECT_EQ(1, many.opened);
     EXPECT_NE(std::string::npos, header("few").find("list[4],blob.length,blob[0]"));
     EXPECT_FALSE(report.lost_anything());
 }

@@ -34,6 +34,7 @@ public:
     bool fails_at_first = false;  // the first pass over it finds no messages in the first batch
     std::uint64_t not_there = 0;  // messages of the first channel that only its summary counts
     std::string cut = {};         // how reading ends, when not well
+    int opened = 0;               // times
     std::map<std::uint32_t, core::xtypes::DynamicTypeImpl> types = {};  // of channels with messages
 
     std::uint32_t add_channel(const std::string& topic, const std::string& type, const std::string& text,
@@ -95,6 +96,7 @@ private:
     class Stream : public input::MessageStream {
     public:
         explicit Stream(FakeRecording& fake) : fake_(fake) {
+            ++fake.opened;
             summary_.channels.resize(fake.channels.size());
             for (const auto& batch : fake.batches) {
                 for (const Stored& stored : batch) {

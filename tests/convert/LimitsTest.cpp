@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -11,9 +12,11 @@
 #include "convert/plan/Columns.hpp"
 #include "convert/plan/column_list.hpp"
 #include "convert/plan/limits_file.hpp"
+#include "platform/cdr/LengthMeter.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 #include "schema/TypeCatalog.hpp"
 #include "tests/support/case_files.hpp"
+#include "tests/support/sample_bytes.hpp"
 
 namespace zun::convert {
 
@@ -135,6 +138,36 @@ TEST(Columns, SayTheirKinds) {
         list.str());
 }
 
+TEST(Limits, NameFieldsInTheOrderInWhichTheyAreMeasured) {
+    const auto bytes = sequence_type(primitive_type(TypeKind::OCTET_TYPE));
+    const auto part = struct_type(
+        {.name = "Part", .members = {{"id", number}, {"points", bytes}, {"few", sequence_type(bytes, 4)}}});
+    const auto choice = union_type(
+        {.name = "Choice", .discriminator = number, .members = {{"a", bytes, {1}}, {"b", part, {2}}}});
+    const auto type = struct_type({.name = "Whole",
+                                   .members = {{"grid", array_type(bytes, {2, 3})},
+                                               {"markers", sequence_type(part)},
+                                               {"deep", sequence_type(sequence_type(bytes))},
+                                               {"u", choice},
+                                               {"names", map_type(string_type(), bytes)},
+                                               {"text", string_type()}}});
+    const auto sample = nlohmann::json::parse(R"({
+        "grid": [[], [1], [], [], [], []],
+        "markers": [{"id": 0, "points": [1, 2, 3], "few": [[], [], [], [1, 2, 3, 4, 5]]}, {"id": 0, "points": [], "few": []}],
+        "deep": [[[1, 1, 1, 1, 1, 1, 1, 1], []], [], [], [], [], [], []],
+        "u": {"_d": 2, "b": {"id": 0, "points": [1, 1, 1, 1, 1, 1], "few": [[1, 1, 1, 1, 1, 1, 1, 1, 1]]}},
+        "names": [{"key": "k", "value": [1, 1, 1, 1, 1, 1, 1, 1, 1, 1]}, {"key": "k", "value": []}, {"key": "k", "value": []}],
+        "text": ""})");
+    cdr::LengthMeter meter(type, "topic");
+    meter.measure(test::sample_bytes(type, sample));
+    const Lengths wanted = {{"grid[*][*]", 1},     {"markers", 2},           {"markers[*].points", 3},
+                            {"markers[*].few", 4}, {"markers[*].few[*]", 5}, {"deep", 7},
+                            {"deep[*]", 2},        {"deep[*][*]", 8},        {"u.a", 0},
+                            {"u.b.points", 6},     {"u.b.few", 1},           {"u.b.few[*]", 9},
+                            {"names", 3},          {"names[*].value", 10}};
+    EXPECT_EQ(wanted, Limits(type).lengths(meter.longest()));
+}
+
 struct RuleCase {
     const char* name;
     std::vector<const char*> rules;
@@ -156,6 +189,21 @@ const RuleCase rule_cases[] = {
     {"OneElementOfTwoFields",
      {"a[0].c[1].b=4", "a[1].b=3", "a[1].c[1].b=0", "a[*].b=1"},
      {{"a[0].b", 1}, {"a[1].b", 3}, {"a[0].c[0].b", 2}, {"a[0].c[1].b", 4}, {"a[1].c[1].b", 0}},
+     {},
+     {}},
+    {"LaterOfTwoThatCross",
+     {"a[1].c[*].b=3", "a[*].c[0].b=4"},
+     {{"a[1].c[0].b", 4}, {"a[0].c[1].b", 2}, {"a[1].c[1].b", 3}},
+     {},
+     {}},
+    {"LaterOfTwoThatCrossInAnotherOrder",
+     {"a[*].c[0].b=4", "a[1].c[*].b=3"},
+     {{"a[1].c[0].b", 3}, {"a[0].c[0].b", 4}, {"a[1].c[1].b", 3}},
+     {},
+     {}},
+    {"NotIndexByIndex",
+     {"a*[1]*.b=3"},
+     {{"a[0].b", 2}, {"a[1].b", 3}, {"a[0].c[0].b", 2}, {"a[1].c[0].b", 3}, {"a[0].c[1].b", 3}},
      {},
      {}},
     {"ExactIsFirst", {"a=4", "*=1", "s[*]=3"}, {{"a", 4}, {"s", 1}, {"s[0]", 3}}, {}, {}},
@@ -181,16 +229,18 @@ TEST_P(Rules, SetLimits) {
     for (const Limits::Field& field : limits.fields())
         all[field.full_name] = 2;
     limits.set(all, Limits::Origin::MEASURED);
-    limits.apply(rules, "/topic");
+    std::vector<RuleOutcome> outcomes(rules.size());
+    limits.apply(rules, "/topic", outcomes);
     const auto titles = header(limits);
     for (const auto& [field, count] : c.elements)
         EXPECT_EQ(count, elements(titles, field)) << field;
-    for (const LimitRule& rule : rules) {
+    for (std::size_t i = 0; i < rules.size(); ++i) {
         const auto listed = [&](const auto& list) {
-            return std::count(list.begin(), list.end(), rule.given) == 1;
+            return std::count(list.begin(), list.end(), rules[i].given) == 1;
         };
-        EXPECT_EQ(listed(c.unmatched), !rule.matched) << rule.given;
-        EXPECT_EQ(listed(c.beaten), rule.matched && !rule.won) << rule.given << " lost to " << rule.lost_to;
+        const auto& [won, lost_to] = outcomes[i];
+        EXPECT_EQ(listed(c.unmatched), !won && lost_to.empty()) << rules[i].given;
+        EXPECT_EQ(listed(c.beaten), !won && !lost_to.empty()) << rules[i].given << " lost to " << lost_to;
     }
 }
 INSTANTIATE_TEST_SUITE_P(, Rules, testing::ValuesIn(rule_cases), CaseName());
@@ -241,13 +291,23 @@ TEST(Limits, CostNoMoreThanTheirElements) {
         lengths[field.full_name] = field.full_name == "parts" ? 16'000 : 1001;
     lengths["parts[*].b"] = 1;
     limits.set(lengths, Limits::Origin::MEASURED);
-    std::vector<LimitRule> rules = {parse_limit_rule("parts[3].b=0")};
-    limits.apply(rules, "/topic");
+    std::vector<RuleOutcome> outcomes(1);
+    limits.apply({parse_limit_rule("parts[3].b=0")}, "/topic", outcomes);
     const std::uint64_t whole = limits.columns();
     EXPECT_EQ(1 + 16'000 * 2 - 1 + 8192 * 1002, whole);
     limits.hold(whole - 30'000 - 4000);
     const auto held = [](const Limits::Field& field) { return field.origin == Limits::Origin::HELD; };
     EXPECT_EQ(1 + 4000, std::count_if(limits.fields().begin(), limits.fields().end(), held));
+}
+
+TEST(Limits, AreFewExpressionsForOneElementOfEach) {
+    Limits limits(tangled());
+    limits.set({{"a", 16'000}, {"a[*].b", 0}, {"a[*].c", 3}, {"a[*].c[*].b", 1}}, Limits::Origin::MEASURED);
+    std::vector<RuleOutcome> outcomes(2);
+    limits.apply({parse_limit_rule("a[*].c[1].b=0"), parse_limit_rule("a[2].c[1].b=1")}, "/topic", outcomes);
+    const auto& element_rules = limits.fields()[*limits.find("a[*].c[*].b")].element_rules;
+    EXPECT_EQ(1U, element_rules[0].patterns.size());
+    EXPECT_EQ(5U, element_rules[1].patterns.size()) << "one for each number of digits";
 }
 
 TEST(LimitsFile, ComesBackWithTheLongestOfSeveral) {

@@ -1,5 +1,6 @@
 #include "platform/printing/SamplePrinter.hpp"
 
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 
@@ -66,6 +67,7 @@ struct SampleCase {
     const char* payload;
     const char* text;  // an error's, where there is no such sample
     Writer writer = Writer::UNKNOWN;
+    std::string_view excluded = {};  // path of a member, "parts.*.blob"
 };
 void PrintTo(const SampleCase& c, std::ostream* out) {
     *out << c.name;
@@ -218,6 +220,90 @@ const SampleCase encodings[] = {
      "00010000 01000000 07 000000 00000000", "[[7], []]"},
 };
 
+const SampleCase exclusions[] = {
+    {"MiddleOfARun",
+     structure({{"a", int16}, {"b", int16}, {"c", int16}}),
+     "00010000 0100 0200 0300",
+     "{a: 1, c: 3}",
+     {},
+     "b"},
+    {"RunThatEndsEarly",
+     structure({{"a", int16}, {"b", int16}, {"c", int16}}, appendable),
+     "00010000 0100 0200",
+     "{a: 1, c: 0}",
+     {},
+     "b"},
+    {"OptionalByItsHeader",
+     structure({optional("a", int16), {"b", octet}}),
+     "00010000 0000 0200 0700 09",
+     "{b: 9}",
+     {},
+     "a"},
+    {"OptionalUnset", structure({optional("a", int16), {"b", octet}}), "00070000 00 09", "{b: 9}", {}, "a"},
+    {"Text",
+     structure({{"t", text}, {"b", int32}}),
+     "00010000 02000000 6100 0000 09000000",
+     "{b: 9}",
+     {},
+     "t"},
+    {"Blob",
+     structure({{"d", sequence_type(octet)}, {"b", octet}}),
+     "00010000 03000000 010203 09",
+     "{b: 9}",
+     {},
+     "d"},
+    {"StructuresInASequence",
+     structure({{"s", sequence_type(parts)}, {"b", octet}}),
+     "00010000 01000000 01000100 05 000000 023f0000 09",
+     "{b: 9}",
+     {},
+     "s"},
+    {"MemberOfElements",
+     structure({{"s", array_type(app, {2})}, {"z", app}}),
+     "00010000 01000000 02 000000 03000000 04 000000 05000000 06",
+     "{s: [{b: 2}, {b: 4}], z: {a: 5, b: 6}}",
+     {},
+     "s.*.a"},
+    {"OneOfTwoOfAType",
+     structure({{"x", app}, {"y", app}}),
+     "00010000 01000000 02 000000 03000000 04",
+     "{x: {a: 1, b: 2}, y: {a: 3}}",
+     {},
+     "y.b"},
+    {"Parameter",
+     parts,
+     "000a0000 0000002d 30000009 3ff0000000000000 40000003 00000006 00000001 0007 0000 50000002 00000002 "
+     "6100 0000 00000001 05",
+     "{a: 5, t: a, z: 1}",
+     {},
+     "n"},
+    {"MissingParameter", parts, "000b0000 00000000", "{a: 0, n: [], z: 0}", {}, "t"},
+    {"WithinAMissingParameter",
+     structure({{"p", app}}, mutable_form),
+     "000b0000 00000000",
+     "{p: {b: 0}}",
+     {},
+     "p.a"},
+    {"SelectedByAUnion",
+     single(choice),
+     "00070000 12000000 00000040 04000000 00000000 01000010 0300",
+     "{v: {_d: RED}}",
+     {},
+     "v.n"},
+    {"BitField",
+     single(bitset_type("B", {{"a", 3}, {"b", 4}, {"c", 1}})),
+     "00010000 9d",
+     "{v: {a: 5, c: true}}",
+     {},
+     "v.b"},
+    {"WideStringWhoseReadingCounts",
+     structure({{"s", wstring_type()}, {"n", int32}}),
+     "00010000 02000000 4400 4500 00000000",
+     "{n: 0}",
+     {},
+     "s"},
+};
+
 const SampleCase damage[] = {
     {"NoHeader", app, "000100", "topic:3: expected a header of 4 bytes, found 3"},
     {"UnknownRepresentation", app, "00040000 00000000",
@@ -272,13 +358,37 @@ const SampleCase damage[] = {
      "topic:16: expected a member of the type, found one with the id 119 that has to be understood"},
     {"RosSampleOfALongerType", single(int16), "00010000 0100 00000000",
      "topic:6: expected the end of the sample, found 4 more bytes", Writer::ROS2},
+    {"ExcludedSequenceBeyondThePayload",
+     structure({{"a", sequence_type(octet)}, {"b", octet}}),
+     "00010000 05000000 0102",
+     "topic:4: expected the number of the elements that follow, found 5 with 2 bytes left",
+     {},
+     "a"},
+    {"ExcludedCountOfNothing",
+     structure({{"a", sequence_type(empty)}, {"b", sequence_type(empty)}}),
+     "00010000 00000100 01000000",
+     "topic:12: expected at most 65536 elements without content, found 65537",
+     {},
+     "a"},
     {"FlagOfOptionalBeyondTheEnd", structure({optional("a", octet)}), "00070000",
      "topic:4: expected 1 byte for the flag of an optional member, found 0"},
 };
 
+std::shared_ptr<const cdr::Exclusions> excluding(std::string_view path) {
+    cdr::Exclusions marks{.whole = path.empty()};
+    const std::string_view name = path.substr(0, path.find('.'));
+    const std::string_view rest = path.substr(std::min(name.size() + 1, path.size()));
+    if (name == "*")
+        marks.element = excluding(rest);
+    else if (!name.empty())
+        marks.members.emplace(name, excluding(rest));
+    return std::make_shared<const cdr::Exclusions>(std::move(marks));
+}
+
 /// The text of the sample, or of its only member when that is called "v".
 std::string print(const SampleCase& c) {
-    SamplePrinter printer(c.type, "topic", c.writer);
+    SamplePrinter printer(c.type, "topic", c.writer, printing::InvalidText::ESCAPE,
+                          c.excluded.empty() ? nullptr : excluding(c.excluded));
     const std::string printed = print_json(printer, bytes_of(c.payload)).text;
     return c.text[0] != '{' && printed.starts_with("{v: ") ? printed.substr(4, printed.size() - 5) : printed;
 }
@@ -292,6 +402,7 @@ TEST_P(Value, HasItsText) {
     EXPECT_EQ(GetParam().text, print(GetParam()));
 }
 INSTANTIATE_TEST_SUITE_P(Values, Value, testing::ValuesIn(values), CaseName());
+INSTANTIATE_TEST_SUITE_P(Exclusions, Value, testing::ValuesIn(exclusions), CaseName());
 INSTANTIATE_TEST_SUITE_P(Encodings, Value, testing::ValuesIn(encodings), CaseName());
 
 TEST_P(Damage, IsAnErrorWithItsPlace) {
