@@ -6,6 +6,7 @@
 
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
+#include <oneapi/tbb/version.h>
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #endif
@@ -62,7 +63,8 @@ void run_steps(unsigned jobs, const NextStep& next) {
     constexpr auto anywhere = tbb::filter_mode::parallel;
     const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, jobs);
     const std::size_t under_way = jobs + 2;  // enough that no thread waits; each holds a batch and its rows
-    std::vector<std::unique_ptr<Step>> steps(under_way);  // they end in order, so the oldest makes room for the next
+    std::vector<std::unique_ptr<Step>> steps(
+        under_way);  // they end in order, so the oldest makes room for the next
     std::size_t begun_steps = 0;
     const std::array<char, 3> turns = {};
     const auto take_next = [&](tbb::flow_control& flow) -> Step* {
@@ -86,6 +88,10 @@ void run_steps(unsigned jobs, const NextStep& next) {
     tbb::parallel_pipeline(under_way, stages);
     take(&turns[0]);
     take(&turns[2]);
+}
+
+std::string tbb_version() {
+    return std::string("tbb/") + TBB_runtime_version();
 }
 
 }  // namespace zun::convert

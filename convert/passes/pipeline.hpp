@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace zun::convert {
 
@@ -26,6 +27,9 @@ public:
 /// Takes steps from `next` until it returns null, a few of them under way at a time. `jobs` threads, at least
 /// one; one means the calling thread alone. What a step throws ends the run and is thrown on.
 void run_steps(unsigned jobs, const std::function<std::unique_ptr<Step>()>& next);
+
+/// "tbb/2021.8": the library that runs the threads, by its own word.
+std::string tbb_version();
 
 }  // namespace zun::convert
 
