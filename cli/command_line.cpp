@@ -5,7 +5,10 @@
 
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
+#include "convert/passes/pipeline.hpp"
 #include "convert/plan/nearest.hpp"
+#include "input/bytes/Decompressor.hpp"
+#include "input/sqlite/Database.hpp"
 
 namespace zun::cli {
 
@@ -61,6 +64,12 @@ std::string unknown_subcommand(const CLI::App& app, const std::string& word) {
     return '\'' + word + "' is no subcommand" + convert::nearest_note(word, subcommand_names(app));
 }
 
+/// What a library was when the tool was built may differ from what runs now, where it can be asked.
+std::string versions() {
+    return "dds2csv " ZUN_VERSION "\nbuilt with " ZUN_LIBRARIES "\nrunning with " +
+           input::decompressor_versions() + ' ' + input::rosbag2::sqlite_version();
+}
+
 }  // namespace
 
 std::string unknown_word(const CLI::App& app) {
@@ -96,7 +105,7 @@ void add_help(CLI::App& app, Action& action) {
 std::unique_ptr<CLI::App> make_command_line(Action& action) {
     auto app = std::make_unique<CLI::App>("Recordings of a DDS data bus as CSV files", "dds2csv");
     app->formatter(std::make_shared<HelpFormatter>());
-    app->set_version_flag("-V,--version", "dds2csv " ZUN_VERSION "\nbuilt with " ZUN_LIBRARIES);
+    app->set_version_flag("-V,--version", versions);
     app->require_subcommand(1);
     app->footer(
         "Example: dds2csv convert drive.mcap -o csv\n\n"

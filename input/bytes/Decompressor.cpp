@@ -1,6 +1,7 @@
 #include "input/bytes/Decompressor.hpp"
 
 #include <algorithm>
+#include <lz4.h>
 #include <new>
 
 #include <lz4frame.h>
@@ -81,6 +82,10 @@ Decompressed decode_frames(Bytes stored, std::size_t expected_bytes) {
 }
 
 }  // namespace
+
+std::string decompressor_versions() {
+    return std::string("liblz4/") + LZ4_versionString() + " libzstd/" + ZSTD_versionString();
+}
 
 bool is_compression(std::string_view name) {
     return name == "zstd" || name == "lz4";

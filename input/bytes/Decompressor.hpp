@@ -71,6 +71,9 @@ struct Decompressed {
     std::string error;  ///< empty where the input can be decoded as far as it goes
 };
 
+/// "liblz4/1.9.4 libzstd/1.5.4": the libraries that run, by their own word.
+std::string decompressor_versions();
+
 /// True for the names of the compressions that decompress() knows.
 bool is_compression(std::string_view name);
 

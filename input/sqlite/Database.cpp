@@ -181,4 +181,8 @@ void Statement::check(int code) const {
     if (code != SQLITE_OK && code != SQLITE_DONE) fail(code, sqlite3_errmsg(connection_));
 }
 
+std::string sqlite_version() {
+    return std::string("sqlite3/") + sqlite3_libversion();
+}
+
 }  // namespace zun::input::rosbag2

@@ -19,6 +19,9 @@ struct sqlite3_stmt;
 
 namespace zun::input::rosbag2 {
 
+/// "sqlite3/3.40.1": the library that runs, by its own word.
+std::string sqlite_version();
+
 /// What SQLite says of a file or of a statement: "database disk image is malformed".
 class DatabaseError : public std::runtime_error {
 public:

@@ -45,7 +45,7 @@ ARROWS = {
 
 # Header that is neither ours nor the standard library's -> the folders that may include it, besides tests.
 DOORS = {
-    r"(zstd|lz4frame|libdeflate)\.h": "input/bytes",
+    r"(zstd|lz4|lz4frame|libdeflate)\.h": "input/bytes",
     r"sqlite3\.h": "input/sqlite",
     r"yaml-cpp/.*": "input/bag convert/plan",
     r"CLI/.*": "cli fuzz",
