@@ -170,14 +170,18 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
 
 void Conversion::prepare(Report& report) {
     report.recordings.resize(recordings_.size());
+    kept_runs_.resize(recordings_.size());
+    std::size_t kept = 0;
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
         auto run = open(i, report.recordings[i]);
-        if (i < most_kept_runs) kept_runs_.emplace_back();
         if (!run) continue;
         if (!settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
             refuse_existing(recordings_[i].folder, run->topics());
         measure(*run);
-        if (i < most_kept_runs) kept_runs_[i] = std::move(run);
+        const bool costs_nothing = kept < most_kept_runs && !run->stream().holds_disk_space();
+        if (recordings_.size() > 1 && !costs_nothing) continue;
+        kept_runs_[i] = std::move(run);
+        ++kept;
     }
 }
 
@@ -215,7 +219,7 @@ Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
 }
 
 void Conversion::convert(std::size_t index, RecordingReport& report) {
-    auto run = index < kept_runs_.size() ? std::move(kept_runs_[index]) : open(index, report);
+    auto run = kept_runs_[index] ? std::move(kept_runs_[index]) : open(index, report);
     if (!run) return;
     std::vector<Limits> limits;
     for (Topic& topic : run->topics()) {

@@ -78,7 +78,7 @@ private:
     TopicLengths lengths_;
     bool lengths_are_sure_ = true;            // no message was missed when they were measured
     std::vector<RuleOutcome> rule_outcomes_;  // by rule
-    /// Of the first recordings, with the batches that they have kept; null for one that cannot be opened.
+    /// By recording, with the batches that they have kept; null where it is opened again.
     std::vector<std::unique_ptr<RecordingRun>> kept_runs_;
 };
 

@@ -104,6 +104,8 @@ public:
     virtual const Summary& summary() const = 0;
     /// Damage found by opening; batches have their own.
     virtual std::span<const Problem> problems() const = 0;
+    /// Whether it takes up disk space while it is open, for files that were compressed as a whole.
+    virtual bool holds_disk_space() const { return false; }
     /// Goes to the first batch of `selection`; again for another pass.
     virtual void start(const Selection& selection) = 0;
     /// Null at the end. Throws InputError or std::system_error when the source cannot be read on.

@@ -223,6 +223,12 @@ void MergedStream::cut_time() {
     }
 }
 
+bool MergedStream::holds_disk_space() const {
+    return std::any_of(sources_.begin(), sources_.end(), [](const Source& source) {
+        return source.stream && source.stream->holds_disk_space();
+    });
+}
+
 void MergedStream::start(const Selection& selection) {
     selection_ = selection;
     selection_.channels.resize(channels_.size(), selection.channels.empty());

@@ -1,6 +1,8 @@
 #include "input/bag/Metadata.hpp"
 
+#include <cerrno>
 #include <fstream>
+#include <new>
 #include <system_error>
 
 #include <yaml-cpp/yaml.h>
@@ -33,11 +35,19 @@ Metadata metadata_of(const YAML::Node& bag) {
     return metadata;
 }
 
+/// As YAML::LoadFile, which takes want of memory for a bad file.
+YAML::Node load(const fs::path& path) {
+    std::ifstream file(path);
+    if (!file.is_open() && errno == ENOMEM) throw std::bad_alloc();
+    if (!file.is_open()) throw YAML::BadFile(path.string());
+    return YAML::Load(file);
+}
+
 }  // namespace
 
 Metadata read_metadata(const fs::path& file) {
     try {
-        const YAML::Node bag = YAML::LoadFile(file.string())["rosbag2_bagfile_information"];
+        const YAML::Node bag = load(file)["rosbag2_bagfile_information"];
         Metadata metadata = metadata_of(bag);
         if (metadata.files.empty())
             throw InputError(file.string(), 1, "expected storage files in relative_file_paths, found none");

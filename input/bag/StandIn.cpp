@@ -52,6 +52,7 @@ public:
     const std::vector<Channel>& channels() const override { return channels_; }
     const Summary& summary() const override { return summary_; }
     std::span<const Problem> problems() const override { return problems_; }
+    bool holds_disk_space() const override { return true; }
     std::unique_ptr<Batch> next_batch() override {
         std::unique_ptr<Batch> batch = StreamAdapter::next_batch();
         if (!batch) return nullptr;

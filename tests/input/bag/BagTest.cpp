@@ -146,6 +146,7 @@ TEST_P(Folder, IsOneStream) {
     EXPECT_EQ(expected, pass(*stream));
     EXPECT_EQ(expected, pass(*stream)) << "on the second pass";
     EXPECT_EQ(GetParam().problems, lines(stream->problems()));
+    EXPECT_EQ(folder.filename() == "file_zstd", stream->holds_disk_space());
 }
 INSTANTIATE_TEST_SUITE_P(, Folder, testing::ValuesIn(folder_cases), test::CaseName());
 
@@ -345,6 +346,7 @@ TEST(CompressedFile, ThatIsCutNamesTheFileAndLeavesNothingBehind) {
     EXPECT_TRUE(fs::is_empty(temporary)) << "while it is open";
     EXPECT_EQ(test::read_file(recorded("file_zstd/expected.txt")), pass(*stream));
     EXPECT_EQ("two.db3.zst:2714: the zstd stream ends within a frame (0 lost)\n", lines(stream->problems()));
+    EXPECT_TRUE(stream->holds_disk_space());
     EXPECT_EQ((folder / "two.db3.zst").string(), stream->channels().front().source);
     EXPECT_THROW(open_compressed(folder / "cut.db3.zst", open_storage), InputError);
     EXPECT_TRUE(fs::is_empty(temporary));
