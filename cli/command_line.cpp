@@ -5,7 +5,6 @@
 
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
-#include "convert/passes/pipeline.hpp"
 #include "convert/plan/nearest.hpp"
 #include "input/bytes/Decompressor.hpp"
 #include "input/sqlite/Database.hpp"

@@ -118,7 +118,9 @@ ordered_json topic_json(const Opened& recording, const Topic& topic) {
                          {"messages", topic.message_count},
                          {"message_encoding", channel.message_encoding},
                          {"schema_encoding", channel.schema_encoding}};
-    if (topic.refusal() != nullptr) json["refusal"] = {{"code", topic.refusal()->code}, {"text", topic.refusal()->text.spelled(option_of)}};
+    if (topic.refusal() != nullptr)
+        json["refusal"] = {{"code", topic.refusal()->code},
+                           {"text", topic.refusal()->text.spelled(option_of)}};
     else if (!topic.accepted()->built_in.empty())
         json["built_in"] = topic.accepted()->built_in;
     return json;

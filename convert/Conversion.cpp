@@ -144,8 +144,7 @@ Watch Conversion::watch_of(std::size_t index) const {
 
 std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report) {
     const Recording& recording = recordings_[index];
-    report.name = recording.name;
-    report.folder = recording.folder.string();
+    report = {.name = recording.name, .folder = recording.folder.string()};
     try {
         auto run =
             std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index),

@@ -285,14 +285,14 @@ TEST(Conversion, GivesSeveralRecordingsTheSameColumns) {
     const std::vector<Recording> both = {FakeRecording::recording(few, folder / "few"),
                                          FakeRecording::recording(many, folder / "many")};
     Conversion({}, both, {}).run(report);
+    EXPECT_EQ(1, few.opened);
+    EXPECT_EQ(1, many.opened);
     EXPECT_EQ(report.recordings[0].topics[0].columns, Conversion({}, both, {}).plan("/a").columns());
     const auto header = [&](const char* name) {
         const std::string text = files_in(folder / name)["a.csv"];
         return text.substr(0, text.find('\n'));
     };
     EXPECT_EQ(header("many"), header("few"));
-    EXPECT_EQ(1, few.opened);
-    EXPECT_EQ(1, many.opened);
     EXPECT_NE(std::string::npos, header("few").find("list[4],blob.length,blob[0]"));
     EXPECT_FALSE(report.lost_anything());
 }

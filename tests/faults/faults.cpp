@@ -1,7 +1,7 @@
 // faults: a library to preload, which lets the n-th call of some functions go wrong. Calls count from main()
 // on.
 //
-//     FAULT_IN      memory, read, write, open, name, map, sync: a group of functions; any: all of them
+//     FAULT_IN      memory, read, write, open, name, sync, thread: a group of functions; any: all of them
 //     FAULT_AT      the call, from 1; with FAULT_LASTS=1 all after it too
 //     FAULT_KIND    an errno; -1: half of the bytes are transferred; 1000 + N: signal N comes, then the call
 //     is made FAULT_COUNT   a file that gets the number of calls
@@ -14,7 +14,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/mman.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -64,7 +64,6 @@ long strike(const char* group) {
 /// What calls return that fail.
 struct Failure {
     operator int() const { return -1; }
-    operator void*() const { return MAP_FAILED; }
 };
 
 template <typename Function>
@@ -114,10 +113,12 @@ FAULTY("name", int, renameat2, (int a, const char* from, int b, const char* to, 
        (a, from, b, to, flags))
 FAULTY("sync", int, fsync, (int file), (file))
 FAULTY("sync", int, close, (int file), (file))
-FAULTY("map", void*, mmap, (void* at, std::size_t size, int access, int flags, int file, off_t from),
-       (at, size, access, flags, file, from))
-FAULTY("map", void*, mmap64, (void* at, std::size_t size, int access, int flags, int file, off_t from),
-       (at, size, access, flags, file, from))
+
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
+                              void* argument) {
+    if (strike("thread") > 0) return errno;
+    return NEXT(pthread_create)(thread, attributes, run, argument);
+}
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the C library's
 extern "C" int __libc_start_main(Main tool, int count, char** arguments, void (*begin)(), void (*end)(),
