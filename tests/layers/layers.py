@@ -56,7 +56,7 @@ DOORS = {
     r"[a-z]*mmintrin\.h": "platform/printing",
     r"fnmatch\.h": "platform/fnmatch",
     r"md5\.h|sys/types\.h": "schema/definition",
-    r"(fcntl|unistd|signal|poll)\.h|sys/.*": "input input/* convert convert/output cli",
+    r"(fcntl|unistd|signal|poll|pthread)\.h|sys/.*": "input input/* convert convert/output cli",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
