@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <filesystem>
 #include <set>
 #include <stdexcept>
@@ -71,20 +70,26 @@ std::string recorded_definitions(const std::string& name, const std::vector<Chan
     return text;
 }
 
+using Texts = std::vector<schema::DefinitionText>;
+
+/// What defines a type that is known without recordings; nothing where it is not.
+Texts known_texts(const std::string& name, schema::TypeCatalog& catalog) {
+    try {
+        return catalog.texts_of(name, "", "");
+    } catch (const schema::UnknownType& problem) {
+        if (problem.type_name() != name) throw;
+        return {};
+    }
+}
+
 /// The definition of a type, service or action that is known without recordings; empty where none is.
 std::string known_definition(const std::string& name, schema::TypeCatalog& catalog) {
-    std::vector<schema::DefinitionText> texts;
-    for (const char* const part : {"", "_Request", "_Response", "_Goal", "_Result", "_Feedback"}) {
-        try {
-            for (schema::DefinitionText& text : catalog.texts_of(name + part, "", ""))
-                if (std::none_of(texts.begin(), texts.end(),
-                                 [&](const auto& other) { return other.text == text.text; }))
-                    texts.push_back(std::move(text));
-        } catch (const schema::UnknownType& problem) {
-            if (problem.type_name() != name + part) throw;
-        }
-        if (*part == '\0' && !texts.empty()) break;
-    }
+    Texts texts = known_texts(name, catalog);
+    if (!texts.empty()) return whole_text(texts);
+    std::set<std::string> told;
+    for (const char* const part : {"_Request", "_Response", "_Goal", "_Result", "_Feedback"})
+        for (schema::DefinitionText& text : known_texts(name + part, catalog))
+            if (told.insert(text.text).second) texts.push_back(std::move(text));
     return whole_text(texts);
 }
 

@@ -44,6 +44,7 @@ private:
         return !reading_ && !ended_ && entries_.size() < most_steps_ &&
                (entries_.empty() || bytes_ < most_bytes);
     }
+    bool go_on(Lock& lock);
     void read(Lock& lock);
     void advance(Entry& entry, Lock& lock);
 
@@ -114,20 +115,23 @@ void Pipeline::advance(Entry& entry, Lock& lock) {
     }
 }
 
+/// False when only other threads can do something.
+bool Pipeline::go_on(Lock& lock) {
+    if (Entry* const entry = ready_entry())
+        advance(*entry, lock);
+    else if (may_read())
+        read(lock);
+    else
+        return false;
+    changed_.notify_all();
+    return true;
+}
+
 void Pipeline::run() noexcept {
     Lock lock(mutex_);
     try {
-        while (!error_ && !(ended_ && entries_.empty())) {
-            if (Entry* const entry = ready_entry())
-                advance(*entry, lock);
-            else if (may_read())
-                read(lock);
-            else {
-                changed_.wait(lock);
-                continue;
-            }
-            changed_.notify_all();
-        }
+        while (!error_ && !(ended_ && entries_.empty()))
+            if (!go_on(lock)) changed_.wait(lock);
     } catch (...) {
         if (!lock.owns_lock()) lock.lock();
         if (!error_) error_ = std::current_exception();
@@ -139,16 +143,15 @@ void Pipeline::run() noexcept {
 
 void run_steps(unsigned jobs, const NextStep& next) {
     Pipeline pipeline(jobs == 1 ? 1 : jobs + std::size_t{2}, next);  // enough that no thread waits
-    {
-        std::vector<std::jthread> others;
-        try {
-            while (others.size() + 1 < jobs)
-                others.emplace_back([&] { pipeline.run(); });
-        } catch (const std::system_error&) {
-            // The threads that there are do all of it.
-        }
-        pipeline.run();
+    std::vector<std::jthread> others;
+    try {
+        while (others.size() + 1 < jobs)
+            others.emplace_back([&] { pipeline.run(); });
+    } catch (const std::system_error&) {
+        // The threads that there are do all of it.
     }
+    pipeline.run();
+    others.clear();  // once they have ended, too
     pipeline.rethrow();
 }
 
