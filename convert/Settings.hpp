@@ -27,7 +27,7 @@ struct Settings {
     TopicFilter topics = {};
     std::optional<TimeBound> start = {};
     std::optional<TimeBound> end = {};
-    std::uint64_t every = 1;  ///< one message of so many on each topic
+    std::uint64_t every = 1;  ///< N: each topic's 1st, N+1st, 2N+1st ... message
 
     std::string empty_text = "nil";
     bool enum_as_string = true;

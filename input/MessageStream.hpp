@@ -67,7 +67,8 @@ public:
     virtual std::span<const Problem> problems() const = 0;
     /// Bytes that the loaded batch holds, known before load().
     virtual std::size_t loaded_bytes() const = 0;
-    /// Whether having it again takes longer than the memory that keeping it needs, known before load().
+    /// Whether loading it again costs so much time that it is worth the memory to keep it. Known before
+    /// load().
     virtual bool is_costly() const { return true; }
 };
 

@@ -9,7 +9,7 @@ namespace {
 
 using core::xtypes::Extensibility;
 
-/// Notices characters that are none, wherever they are: what is excluded says as much about the reading.
+/// Notices code points that do not exist, in excluded members too: they show that the reading is wrong.
 struct Validator : NoHandler {
     template <bool Swapped, typename Place>
     void wide_string(const Place&, WideText text) {
