@@ -82,22 +82,20 @@ void Limits::apply(const std::vector<LimitRule>& rules, const std::string& topic
                    std::vector<RuleOutcome>& outcomes) {
     for (const std::size_t index : rules_for(rules, topic)) {
         const std::string pattern = any_index(rules[index].expression);
-        for (Field& field : fields_) {
-            if (!matches(pattern, field.full_name)) continue;
-            if (!field.given.empty()) {
-                outcomes[index].lost_to = field.given;
-                continue;
-            }
-            give(field, rules[index]);
-            outcomes[index].won = true;
-        }
+        for (Field& field : fields_)
+            if (matches(pattern, field.full_name)) give(field, rules[index], outcomes[index]);
     }
     for (std::size_t i = 0; i < fields_.size(); ++i)
         if (!fields_[i].element_rules.empty()) find_exceptions(i);
 }
 
-/// Sets the limit of all elements of a field, or of those that the rule names.
-void Limits::give(Field& field, const LimitRule& rule) {
+/// Sets the limit of all elements of a field, or of those that the rule names, unless an earlier rule has.
+void Limits::give(Field& field, const LimitRule& rule, RuleOutcome& outcome) {
+    if (!field.given.empty()) {
+        outcome.lost_to = field.given;
+        return;
+    }
+    outcome.won = true;
     const std::string pattern = escaped_indices(rule.expression);
     const std::uint32_t limit = limit_of(field, rule.limit);
     if (!matches(pattern, field.full_name)) {

@@ -130,7 +130,7 @@ private:
 
     void add_fields(const Part& part, std::vector<Around>& around);
     static std::uint32_t limit_of(const Field& field, std::uint32_t wanted);
-    static void give(Field& field, const LimitRule& rule);
+    static void give(Field& field, const LimitRule& rule, RuleOutcome& outcome);
 
     static std::uint32_t limit_at(const Field& field, const Place& place);
     std::uint32_t most_elements(const Around& collection) const;
