@@ -17,6 +17,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* which_messages = "Which messages";
+constexpr const char* reading = "Reading";
+
 CLI::Option* add_repeated(CLI::App& command, const std::string& name, const std::string& value_name,
                           std::vector<std::string>& values, const std::string& help) {
     return command.add_option(name, values, help)->type_name(value_name)->allow_extra_args(false);
@@ -84,53 +87,49 @@ void add_recordings(CLI::App& command, Request& request, const std::string& what
 
 void add_choice_of_topics(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
-    const char* const group = "Which messages";
     add_repeated(command, "-t,--topics", "TOPIC", settings.topics.wanted,
                  "only these topics; wildcards; several with commas between them or by repeating the option")
         ->delimiter(',')
-        ->group(group);
+        ->group(which_messages);
     add_repeated(command, "-x,--exclude", "TOPIC", settings.topics.unwanted, "not these topics; likewise")
         ->delimiter(',')
-        ->group(group);
+        ->group(which_messages);
 }
 
 void add_choice_of_messages(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
-    const char* const group = "Which messages";
     add_choice_of_topics(command, request);
     add_parsed(
         command, "-S,--start", "TIME",
         [&](const auto& text) { settings.start = convert::parse_time_bound(text); },
         "only messages logged from here on: nanoseconds since 1970, seconds with a point (1717156800.0), "
         "RFC 3339 or a date (UTC where no zone is given), +10s from the first message, -30s from the last")
-        ->group(group);
+        ->group(which_messages);
     add_parsed(
         command, "-E,--end", "TIME",
         [&](const auto& text) { settings.end = convert::parse_time_bound(text); },
         "only messages logged before this")
-        ->group(group);
+        ->group(which_messages);
     command.add_option("--every", settings.every, "one message in N of each topic")
         ->type_name("N")
         ->check(CLI::Range(std::uint64_t{1}, UINT64_MAX).description(""))
-        ->group(group);
+        ->group(which_messages);
 }
 
 void add_type_sources(CLI::App& command, Request& request) {
-    const char* const group = "Reading";
     add_repeated(
         command, "--types", "PATH", request.types,
         "where types are defined that a recording does not define: a folder with .msg and .idl files, or "
         "another recording; AMENT_PREFIX_PATH is searched too")
-        ->group(group);
+        ->group(reading);
     command
         .add_flag_callback(
             "--no-standard-types", [&] { request.standard_types = false; },
             "do not use the common ROS interfaces that are built in")
-        ->group(group);
+        ->group(reading);
 }
 
 void add_reading(CLI::App& command, Request& request) {
-    const char* const group = "Reading";
     add_type_sources(command, request);
     cdr::Writer& writer = request.settings.writer;
     add_choice(
@@ -141,12 +140,12 @@ void add_reading(CLI::App& command, Request& request) {
          {"ros2", [&] { writer = cdr::Writer::ROS2; }}},
         "who wrote the messages whose types are not ROS 2's: DDS implementations differ in the form of "
         "wide strings, long doubles and some headers")
-        ->group(group);
+        ->group(reading);
     request.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
     command.add_option("-j,--jobs", request.settings.jobs, "threads; all cores when not given")
         ->type_name("N")
         ->check(CLI::Range(1, 1024).description(""))
-        ->group(group);
+        ->group(reading);
 }
 
 void add_limits(CLI::App& command, Request& request) {

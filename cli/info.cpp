@@ -63,8 +63,11 @@ std::string note_on(const Topic& topic) {
                                                              {"unsupported-type", "type unsupported"},
                                                              {"no-layout", "type missing"},
                                                              {"too-wide", "too wide"}};
-    if (topic.refusal() != nullptr) return words.at(topic.refusal()->code);
-    return topic.accepted()->built_in.empty() ? "" : "type built in";
+    if (const convert::Accepted* const accepted = topic.accepted())
+        return accepted->built_in.empty() ? "" : "type built in";
+    const std::string& code = std::get<convert::Refused>(topic.plan).why.code;
+    const auto found = words.find(code);
+    return found == words.end() ? code : found->second;
 }
 
 std::string encoding_of(const input::Channel& channel) {
@@ -111,6 +114,10 @@ void print_recording(std::ostream& out, const Opened& recording) {
     print_topics(out, recording);
 }
 
+ordered_json reason_json(const convert::Reason& reason) {
+    return {{"code", reason.code}, {"text", reason.text.spelled(option_of)}};
+}
+
 ordered_json topic_json(const Opened& recording, const Topic& topic) {
     const input::Channel& channel = first_channel(recording, topic);
     ordered_json json = {{"topic", topic.name},
@@ -118,9 +125,8 @@ ordered_json topic_json(const Opened& recording, const Topic& topic) {
                          {"messages", topic.message_count},
                          {"message_encoding", channel.message_encoding},
                          {"schema_encoding", channel.schema_encoding}};
-    if (topic.refusal() != nullptr)
-        json["refusal"] = {{"code", topic.refusal()->code},
-                           {"text", topic.refusal()->text.spelled(option_of)}};
+    if (const convert::Reason* const refusal = topic.refusal())
+        json["refusal"] = reason_json(*refusal);
     else if (!topic.accepted()->built_in.empty())
         json["built_in"] = topic.accepted()->built_in;
     return json;
@@ -129,8 +135,7 @@ ordered_json topic_json(const Opened& recording, const Topic& topic) {
 ordered_json recording_json(const Opened& recording) {
     ordered_json json = {{"recording", recording.report.name}};
     if (recording.report.failure) {
-        json["failure"] = {{"code", recording.report.failure->code},
-                           {"text", recording.report.failure->text.spelled(option_of)}};
+        json["failure"] = reason_json(*recording.report.failure);
         return json;
     }
     const input::Summary& summary = recording.summary();

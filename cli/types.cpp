@@ -28,7 +28,7 @@ bool is_recording(const std::string& argument) {
     return argument == "-" || std::filesystem::exists(argument);
 }
 
-/// All that is asked about, without doubles.
+/// Of all recordings.
 std::vector<Channel> channels_of(const std::vector<convert::Recording>& recordings) {
     std::vector<Channel> channels;
     for (const convert::Recording& recording : recordings) {
@@ -126,7 +126,7 @@ int show_types(TypesRequest& request) {
     }
     std::set<std::string> names;
     for (const Channel& channel : channels)
-        names.insert(channel.type_name);
+        if (!channel.type_name.empty()) names.insert(channel.type_name);
     if (recordings.empty())
         for (const std::string& known : conversion->catalog().names())
             names.insert(known);

@@ -41,9 +41,8 @@ public:
     /// throws.
     ///
     /// A recording that cannot be opened or has no wanted topic costs that recording.
-    /// Throws  Refusal when a file exists already, before anything is written; std::system_error
-    /// when
-    ///         one cannot be written; InputError for damage where settings are strict; Interrupted
+    /// Throws  Refusal when a file exists already, before anything is written; std::system_error when one
+    ///         cannot be written; InputError for damage where settings are strict; Interrupted
     void run(Report& report);
 
     /// The longest lengths of all recordings by topic name, for a limits file. Failures go into `report`.

@@ -43,9 +43,10 @@ struct Settings {
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 
     unsigned jobs = 1;
-    bool overwrite = false;      ///< files that exist are replaced
-    bool skip_existing = false;  ///< files that exist are kept, and their topics not read
-    bool strict = false;         ///< the first damage is an error
+    bool overwrite = false;  ///< files that exist are replaced
+    bool skip_existing =
+        false;            ///< files that exist are kept, and their topics not read; not for standard output
+    bool strict = false;  ///< the first damage is an error
     bool dry_run = false;
     bool to_stdout = false;  ///< one topic, no files
 };

@@ -87,9 +87,8 @@ struct Summary {
     std::vector<ChannelSummary> channels;  ///< by index
     std::optional<Time> first;             ///< log times; none without messages
     std::optional<Time> last;
-    std::uint64_t file_bytes = 0;  ///< of all its files, as stored
-    std::set<std::string> compressions =
-        {};  ///< "zstd", "lz4", whatever is compressed: files, chunks, messages
+    std::uint64_t file_bytes = 0;             ///< of all its files, as stored
+    std::set<std::string> compressions = {};  ///< "zstd", "lz4": of files, chunks or messages
 
     void add_compression(const std::string& name) {
         if (!name.empty()) compressions.insert(name);

@@ -27,10 +27,9 @@ struct RuleOutcome {
 /// Reads "EXPR=N" or "TOPIC:EXPR=N". Throws std::invalid_argument with the reason.
 LimitRule parse_limit_rule(const std::string& text);
 
-/// The indices of the rules for `topic`, the most specific first: an expression without wildcards before one
-/// that has some
-/// ([*] is none), more literal characters before fewer, the same for topics, the later rule before the
-/// earlier.
+/// The indices of the rules for `topic`, the most specific first: an expression without wildcards ([*] is
+/// none) before one that has some, more literal characters before fewer, the same for topics, the later rule
+/// before the earlier.
 std::vector<std::size_t> rules_for(const std::vector<LimitRule>& rules, const std::string& topic);
 
 /// `expression` as a pattern in which brackets around a number or "*" are ordinary characters.
