@@ -148,6 +148,16 @@ void add_reading(CLI::App& command, Request& request) {
         ->group(reading);
 }
 
+void add_columns_choice(CLI::App& command, Request& request) {
+    convert::Settings& settings = request.settings;
+    add_parsed(
+        command, "--explode", "[TOPIC:]FIELD,...",
+        [&](const auto& text) { settings.explode.push_back(convert::parse_explode_rule(text)); },
+        "a row for each element of these sequences, side by side, with its index in a column [i]; "
+        "markers[*].points gives a row for each point of each marker")
+        ->group("Which columns");
+}
+
 void add_limits(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
     const char* const group = "How many columns";
@@ -174,10 +184,10 @@ void add_limits(CLI::App& command, Request& request) {
         ->type_name("N")
         ->capture_default_str()
         ->group(group);
-    add_choice(
-        command, "--blobs",
-        {{"columns", [&] { settings.skip_blobs = false; }}, {"skip", [&] { settings.skip_blobs = true; }}},
-        "members that are arrays or sequences of bytes: a column for each byte, or none at all")
+    add_choice(command, "--blobs",
+               {{"columns", [&] { settings.blobs = cdr::View::Shape::PARTS; }},
+                {"skip", [&] { settings.blobs = cdr::View::Shape::EXCLUDED; }}},
+               "members that are arrays or sequences of bytes: a column for each byte, or none at all")
         ->group(group);
 }
 

@@ -46,6 +46,7 @@ void add_columns(CLI::App& app, Action& action) {
         ->type_name("TOPIC")
         ->expected(2, CLI::detail::expected_max_vector_size)
         ->required();
+    add_columns_choice(command, *request);
     add_limits(command, *request);
     add_reading(command, *request);
     command.callback([request, &action] { action = [request] { return list_columns(*request); }; });

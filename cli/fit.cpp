@@ -39,6 +39,7 @@ void add_fit(CLI::App& app, Action& action) {
         "Recordings that are converted with the same limits have the same columns.");
     add_recordings(command, *request, "what to learn from");
     add_choice_of_messages(command, *request);
+    add_columns_choice(command, *request);
     add_reading(command, *request);
     command.callback([request, &action] {
         check_span(*request);

@@ -73,6 +73,8 @@ int main(int argc, char** argv) {
         complain(interruption.what(), FAILED);
         end_as_requested();
         return FAILED;
+    } catch (const convert::WrongUsage& problem) {
+        return complain(problem.why().spelled(option_of), WRONG_USAGE);
     } catch (const convert::Refusal& refusal) {
         return complain(refusal.why().spelled(option_of), FAILED);
     } catch (const std::exception& problem) {

@@ -24,6 +24,8 @@ std::string option_of(const convert::Advice& advice) {
             return "--invalid-text";
         case OVERWRITE:
             return "--overwrite";
+        case EXPLODE:
+            return "--explode " + quoted;
     }
     return {};
 }

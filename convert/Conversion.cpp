@@ -56,7 +56,7 @@ void add_hints(const Topic& topic, const Limits& limits, TopicReport& report) {
 /// Whether a limits file says something about every sequence of a topic.
 bool names_all(const LimitsByTopic& limits, const Topic& topic) {
     const auto given = limits.find(topic.name);
-    const Limits plain(topic.accepted()->root());
+    const Limits plain = topic.accepted()->plain_limits();
     const auto& fields = plain.fields();
     return given != limits.end() &&
            std::all_of(fields.begin(), fields.end(),
@@ -150,6 +150,7 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
             std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index),
                                            kept_batches_bytes / std::min(recordings_.size(), most_kept_runs));
         add_names(run->stream());
+        note_explosions(run->topics());
         set_span(report, run->stream().summary());
         if (!run->kept_files().empty())
             report.hints.push_back(
@@ -182,6 +183,7 @@ void Conversion::prepare(Report& report) {
         kept_runs_[i] = std::move(run);
         ++kept;
     }
+    check_explosions();
 }
 
 void Conversion::measure(RecordingRun& run) {
@@ -194,7 +196,7 @@ void Conversion::measure(RecordingRun& run) {
 
 /// Refuses the topic where it does not fit with its limits.
 Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
-    Limits limits(topic.accepted()->root());
+    Limits limits = topic.accepted()->plain_limits();
     const auto measured = lengths_.find(topic.identity);
     if (measured != lengths_.end()) limits.set(measured->second, Limits::Origin::MEASURED);
     if (settings_.limits) {
@@ -292,6 +294,27 @@ void Conversion::add_notes(Report& report) const {
             report.notes.push_back(rule_note(settings_.rules[i], rule_outcomes_[i].lost_to));
 }
 
+void Conversion::note_explosions(const std::vector<Topic>& topics) {
+    for (const Topic& topic : topics) {
+        const Accepted* const accepted = topic.accepted();
+        if (accepted == nullptr) continue;
+        accepted_any_ = true;
+        for (const auto& [rule, outcome] : accepted->exploded)
+            exploded_[rule].add(outcome);
+    }
+}
+
+/// Throws WrongUsage for a rule that no topic follows.
+void Conversion::check_explosions() const {
+    for (std::size_t i = 0; accepted_any_ && i < settings_.explode.size(); ++i) {
+        const auto found = exploded_.find(i);
+        if (found != exploded_.end() && found->second.followed) continue;
+        const bool any = found != exploded_.end() && !found->second.problem.empty();
+        throw WrongUsage(Advice{Setting::EXPLODE, settings_.explode[i].given} + Sentence(": ") +
+                         (any ? found->second.problem : "no topic has such sequences"));
+    }
+}
+
 LimitsByTopic Conversion::measure(Report& report) {
     LimitsByTopic by_name;
     report.recordings.resize(recordings_.size());
@@ -311,6 +334,7 @@ LimitsByTopic Conversion::measure(Report& report) {
         }
         entry.finished = true;
     }
+    check_explosions();
     if (settings_.start || settings_.end) tell_spans_missed(report);
     add_notes(report);
     return by_name;
@@ -321,6 +345,7 @@ Limits Conversion::plan(const std::string& name) {
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
         RecordingRun run(recordings_[i], types_, settings_, watch_of(i), 0);
         add_names(run.stream());
+        note_explosions(run.topics());
         measure(run);
         for (const Topic& topic : run.topics())
             if (topic.name == name && (!found || found->refusal() != nullptr)) found = topic;
@@ -328,6 +353,7 @@ Limits Conversion::plan(const std::string& name) {
     if (!found)
         throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name) +
                                  nearest_topics(name));
+    check_explosions();
     TopicReport unused;
     Limits limits = found->accepted() != nullptr ? limits_of(*found, unused) : Limits();
     if (const Reason* const refusal = found->refusal()) throw Refusal(name + ": " + refusal->text);

@@ -38,7 +38,8 @@ struct Settings {
     std::optional<LimitsByTopic> limits = {};  ///< by topic, instead of measuring
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
-    bool skip_blobs = false;
+    cdr::View::Shape blobs = cdr::View::Shape::PARTS;  ///< of arrays and sequences of bytes
+    std::vector<ExplodeRule> explode = {};
     printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 

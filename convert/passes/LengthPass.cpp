@@ -40,7 +40,7 @@ std::unique_ptr<Step> LengthPass::step(SourceBatch batch) {
 
 std::unique_ptr<cdr::LengthMeter> make_meter(const Topic& topic) {
     const Accepted& accepted = *topic.accepted();
-    return std::make_unique<cdr::LengthMeter>(accepted.type, topic.name, topic.writer, accepted.excluded);
+    return std::make_unique<cdr::LengthMeter>(accepted.type, topic.name, topic.writer, accepted.view);
 }
 
 std::unique_ptr<cdr::LengthMeter> LengthPass::take(std::size_t topic) {
@@ -51,7 +51,7 @@ void LengthPass::add_to(TopicLengths& lengths) {
     for (std::size_t i = 0; i < topics_.size(); ++i) {
         if (!measured_[i]) continue;
         if (meters_[i].idle().empty()) meters_[i].give(take(i));
-        const Limits named(topics_[i].accepted()->root());
+        const Limits named = topics_[i].accepted()->plain_limits();
         Lengths& of_topic = lengths[topics_[i].identity];
         for (const auto& meter : meters_[i].idle())
             merge(of_topic, named.lengths(meter->longest()));

@@ -31,8 +31,9 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
     : settings_(settings),
       watch_(std::move(watch)),
       stream_(recording.open()),
-      topics_(topics_of(*stream_, types,
-                        {settings.topics, settings.skip_blobs, settings.most_columns, settings.writer})),
+      topics_(topics_of(
+          *stream_, types,
+          {settings.topics, settings.blobs, settings.explode, settings.most_columns, settings.writer})),
       kept_files_(settings.skip_existing && !settings.to_stdout ? take_existing(topics_, recording.folder)
                                                                 : std::vector<std::string>()),
       batches_(*stream_, selection(), kept_bytes) {}

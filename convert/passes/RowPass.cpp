@@ -55,7 +55,7 @@ public:
 
     void add(const input::Message& message) {
         try {
-            count(converter_->append_row(message));
+            count(converter_->append_rows(message));
         } catch (const InputError& problem) {
             if (work_.settings_.strict) throw;
             refuse(message, problem);
@@ -71,9 +71,16 @@ public:
     }
 
     std::string_view text() const { return converter_->rows(); }
+    std::uint64_t row_count() const { return converter_->row_count(); }
+
+    /// Whether the last message has more rows than there are; then makes more in their place.
+    bool has_more() const { return converter_->has_more(); }
+    void make_more() {
+        converter_->clear();
+        converter_->append_more();
+    }
 
     void add_to(TopicReport& report) const {
-        report.rows += rows_;
         report.unreadable += unreadable_;
         report.left_over += left_over_;
         report.unknown_members += unknown_members_;
@@ -86,7 +93,6 @@ public:
 
 private:
     void count(const cdr::Findings& findings) {
-        ++rows_;
         left_over_ += findings.left_over > cdr::Findings::most_padding ? 1 : 0;
         unknown_members_ += findings.unknown_members ? 1 : 0;
         absent_members_ += findings.absent_members ? 1 : 0;
@@ -104,7 +110,6 @@ private:
     TopicRows& work_;
     std::unique_ptr<RowWriter> converter_;
     std::unique_ptr<cdr::LengthMeter> meter_;
-    std::uint64_t rows_ = 0;
     std::uint64_t unreadable_ = 0;
     std::uint64_t left_over_ = 0;
     std::uint64_t unknown_members_ = 0;
@@ -141,7 +146,7 @@ private:
             const std::size_t before = rows.text().size();
             rows.add(message);
             waiting_bytes += rows.text().size() - before;
-            return waiting_bytes < most_waiting_bytes;
+            return waiting_bytes < most_waiting_bytes && !rows.has_more();
         });
     }
 
@@ -155,8 +160,15 @@ private:
 
     void write_rows() {
         for (auto& [topic, rows] : rows_) {
-            rows.add_to(all_.report_.topics[topic]);
+            TopicReport& report = all_.report_.topics[topic];
+            rows.add_to(report);
             all_.write(topic, rows.text());
+            report.rows += rows.row_count();
+            while (rows.has_more()) {
+                rows.make_more();
+                all_.write(topic, rows.text());
+                report.rows += rows.row_count();
+            }
             rows.release();
             place_[topic] = 0;
         }

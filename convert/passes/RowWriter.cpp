@@ -1,50 +1,52 @@
 #include "convert/passes/RowWriter.hpp"
 
-#include <algorithm>
-
 namespace zun::convert {
 
 namespace {
 
-constexpr std::size_t first_capacity = 4096;
-constexpr std::size_t most_kept_bytes = std::size_t{2} * 1024 * 1024;  // between batches
-
-/// The format compares positions with the capacity, and the engine writes into the size: both are the same
-/// here.
-void set_capacity(std::vector<char>& buffer, std::size_t capacity) {
-    buffer.resize(capacity);
-    buffer.resize(buffer.capacity());
-}
+constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one message
 
 }  // namespace
 
 RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings& settings)
     : topic_(topic),
       settings_(settings),
-      format_(columns.settings, columns.type, header_, buffer_),
+      sheet_(columns.settings, columns.types.row),
       printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
-               topic.accepted()->excluded) {
-    columns.check(format_);
-    set_capacity(buffer_, first_capacity);
+               topic.accepted()->view) {
+    columns.check(sheet_.format());
+    if (!columns.types.elements.empty()) elements_.emplace(columns, *topic.accepted()->view);
+}
+
+cdr::Findings RowWriter::append_rows(const input::Message& message) {
+    append_times(message);
+    if (!elements_) return append_row(message);
+    const cdr::Findings findings = elements_->print(printer_, topic_.name, message.data, nullptr);
+    append_more();
+    return findings;
 }
 
 cdr::Findings RowWriter::append_row(const input::Message& message) {
-    append_times(message);
     for (;;) {
-        // The context counts from the start of the buffer, as the format does.
-        ZUNXMLSaveContext context{
-            .text = buffer_.data(), .length = size_, .capacity = static_cast<std::uint32_t>(buffer_.size())};
+        // The context counts from the start of the sheet, as the format does.
+        ZUNXMLSaveContext context = sheet_.context(size_);
         ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
-        const cdr::Findings findings = printer_.print(*format_.native(), context, message.data);
+        const cdr::Findings findings = printer_.print(*sheet_.native(), context, message.data);
         ZUNXMLSaveContext_appendString(&context, "\n");
-        const std::size_t wanted = context.length + std::size_t{context.length} / 2;
-        if (context.failed != 0 || wanted > UINT32_MAX)
-            throw InputError(topic_.name, 0, "the row of this sample is longer than a row can be");
-        if (context.length <= context.capacity) {
-            size_ = context.length;
-            return findings;
-        }
-        set_capacity(buffer_, wanted);
+        if (!sheet_.holds(context, topic_.name)) continue;
+        size_ = context.length;
+        ++row_count_;
+        return findings;
+    }
+}
+
+void RowWriter::append_more() {
+    const std::size_t before = element_rows_.size();
+    while (elements_->has_next() && element_rows_.size() - before < most_waiting_bytes) {
+        element_rows_ += times_;
+        elements_->append_next(element_rows_);
+        element_rows_ += '\n';
+        ++row_count_;
     }
 }
 
@@ -57,11 +59,15 @@ void RowWriter::append_times(const input::Message& message) {
     append_time(times_, message.publish_time, settings_.time_format);
 }
 
+std::string_view RowWriter::rows() const {
+    return elements_ ? std::string_view(element_rows_) : std::string_view(sheet_.text(), size_);
+}
+
 void RowWriter::clear() {
     size_ = 0;
-    if (buffer_.size() <= most_kept_bytes) return;
-    buffer_ = {};
-    set_capacity(buffer_, first_capacity);
+    row_count_ = 0;
+    element_rows_.clear();
+    sheet_.shrink();
 }
 
 }  // namespace zun::convert

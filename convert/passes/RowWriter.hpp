@@ -1,21 +1,23 @@
 // RowWriter: the rows of one topic.
 //
-// In: messages. Out: their rows, one behind the other: time, one cell a column, line end. The rows are made
-// where they stay until they are written. For one thread at a time.
+// In: messages. Out: their rows, one behind the other: time, one cell a column, line end. A message has one
+// row, which is made where it stays until it is written; or several, where elements have rows of their own.
+// For one thread at a time.
 
 #ifndef ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 #define ZUN_CONVERT_PASSES_ROW_WRITER_HPP
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "convert/Settings.hpp"
+#include "convert/passes/ElementRows.hpp"
+#include "convert/passes/Sheet.hpp"
 #include "convert/plan/Columns.hpp"
 #include "convert/plan/Topic.hpp"
-#include "format/PrintFormatCsv.hpp"
 #include "input/MessageStream.hpp"
-#include "platform/error/TextStream.hpp"
 #include "platform/printing/SamplePrinter.hpp"
 
 namespace zun::convert {
@@ -25,27 +27,33 @@ public:
     /// All must outlive the writer.
     RowWriter(const Topic& topic, const Columns& columns, const Settings& settings);
 
-    std::string header() const { return header_.str(); }  ///< with line end
+    std::string header() const { return sheet_.header(); }  ///< with line end
 
-    /// Appends the row of `message` to the rows, or leaves them as they are.
+    /// Appends rows of `message`, or leaves the rows as they are. What is not appended at once, since it is
+    /// too much to wait, append_more() has.
     ///
     /// Throws InputError when the message is no sample of the topic's type.
-    cdr::Findings append_row(const input::Message& message);
+    cdr::Findings append_rows(const input::Message& message);
+    bool has_more() const { return elements_ && elements_->has_next(); }
+    void append_more();
 
     /// The rows since the last clear(), good until the next call.
-    std::string_view rows() const { return {buffer_.data(), size_}; }
+    std::string_view rows() const;
+    std::uint64_t row_count() const { return row_count_; }
     void clear();
 
 private:
+    cdr::Findings append_row(const input::Message& message);
     void append_times(const input::Message& message);
 
     const Topic& topic_;
     const Settings& settings_;
-    TextStream header_;
-    std::string times_;         // of one row
-    std::vector<char> buffer_;  // the rows, and room for more
-    std::uint32_t size_ = 0;    // of the rows
-    tamber::utils::PrintFormatCsv format_;
+    std::string times_;  // of one message
+    Sheet sheet_;
+    std::uint32_t size_ = 0;               // of the rows on the sheet
+    std::optional<ElementRows> elements_;  // where elements have rows of their own
+    std::string element_rows_;
+    std::uint64_t row_count_ = 0;
     printing::SamplePrinter printer_;
 };
 

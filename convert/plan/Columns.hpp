@@ -11,11 +11,11 @@
 namespace zun::convert {
 
 struct Columns {
-    explicit Columns(const Limits& limits) : type(limits.column_type()), count(limits.columns()) {
+    explicit Columns(const Limits& limits) : types(limits.column_types()), count(limits.columns()) {
         limits.add_to(settings);
     }
 
-    core::xtypes::DynamicTypeImpl type;
+    Limits::ColumnTypes types;
     std::uint64_t count;  ///< of leaf columns, as planned
     tamber::utils::PrintFormatCsvProperty settings = {};
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "convert/plan/blobs.hpp"
+#include "convert/plan/view.hpp"
 
 namespace zun::convert {
 
@@ -29,7 +29,8 @@ void merge(Lengths& lengths, const Lengths& more) {
 
 // Fields and their limits
 
-Limits::Limits(const Part& root) : root_(root), counts_(root) {
+Limits::Limits(const DynamicTypeImpl& type, std::shared_ptr<const cdr::View> view)
+    : view_(std::move(view)), root_(Part(type, view_.get())), counts_(*root_) {
     std::vector<Around> around;
     add_fields(*root_, around);
 }
@@ -43,8 +44,8 @@ void Limits::add_fields(const Part& part, std::vector<Around>& around) {
         const std::uint32_t bound = SequenceTypeImpl(part.type).bounds();
         field = fields_.size();
         indices_[part.full_name] = fields_.size();
-        fields_.push_back(
-            {part.full_name, is_blob(part.type), bound, bound == no_bound ? plain_limit : bound});
+        fields_.push_back({part.full_name, part.column_name(), is_blob(part.type), bound,
+                           bound == no_bound ? plain_limit : bound});
         around_.push_back(around);
     }
     around.push_back({part.type, part.full_name, field});
@@ -160,7 +161,7 @@ void Limits::find_exceptions(std::size_t index) {
     if (total > most_elements_apart) return;
     Place place(sizes.size(), 0);
     for (std::uint64_t i = 0; i < total; ++i) {
-        const std::string name = own_name(index, place);
+        const std::string name = own_name(fields_[index].full_name, index, place);
         bool taken = false;
         for (std::size_t rule = 0; rule < rules.size(); ++rule) {
             if (!matches(rules[rule].pattern, name)) continue;
@@ -182,18 +183,17 @@ void Limits::add_exception(std::size_t field, const Place& place, std::size_t ru
     }
 }
 
-/// The full name of one sequence of a field.
-std::string Limits::own_name(std::size_t field, const Place& place) const {
-    const std::string& full_name = fields_[field].full_name;
+/// `any`, a name of a field, with the indices of one sequence of it.
+std::string Limits::own_name(const std::string& any, std::size_t field, const Place& place) const {
     std::string name;
     std::size_t done = 0;
     for (std::size_t i = 0; i < place.size(); ++i) {
         const Around& collection = around_[field][i];
-        name += full_name.substr(done, collection.full_name.size() - done);
+        name += any.substr(done, collection.full_name.size() - done);
         name += indices_of(collection.type, place[i]);
         done = collection.full_name.size() + any_indices(collection.type).size();
     }
-    return name + full_name.substr(done);
+    return name + any.substr(done);
 }
 
 std::uint32_t Limits::limit_at(const Field& field, const Place& place) {
@@ -274,7 +274,13 @@ private:
 
 std::uint64_t Limits::columns() const {
     const Place outermost;
-    return Count(*this).columns(*root_, 0, apart_.empty() ? nullptr : &outermost, 1);
+    const std::uint64_t leaves = Count(*this).columns(*root_, 0, apart_.empty() ? nullptr : &outermost, 1);
+    return saturating_sum(leaves, row_levels());
+}
+
+/// Columns that hold an index.
+std::uint32_t Limits::row_levels() const {
+    return view_ == nullptr ? 0 : view_->levels_of_rows();
 }
 
 std::vector<std::uint64_t> Limits::columns_per_element() const {

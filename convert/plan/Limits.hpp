@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -57,9 +58,10 @@ public:
     /// counts its elements in one row, whatever its dimensions.
     using Place = std::vector<std::uint32_t>;
     struct Field {
-        std::string full_name;  ///< "markers[*].points"
-        bool blob;              ///< a sequence of octets or uint8
-        std::uint32_t bound;    ///< of the type
+        std::string full_name;    ///< "markers[*].points"
+        std::string column_name;  ///< "markers[i].points" where each marker has a row of its own
+        bool blob;                ///< a sequence of octets or uint8
+        std::uint32_t bound;      ///< of the type
         std::uint32_t limit;
         Origin origin = Origin::PLAIN;
         std::string given = {};                        ///< the rule that gave the limit, as the user wrote it
@@ -69,8 +71,9 @@ public:
 
     Limits() = default;  ///< of a topic without type: no fields
 
-    /// The plain limits of what has columns.
-    explicit Limits(const Part& root);
+    /// The plain limits of what has columns; null shows all of the type as it is.
+    explicit Limits(const core::xtypes::DynamicTypeImpl& type,
+                    std::shared_ptr<const cdr::View> view = nullptr);
 
     /// In the order of declaration, as LengthMeter numbers them.
     const std::vector<Field>& fields() const { return fields_; }
@@ -108,9 +111,14 @@ public:
     };
     Blame blame() const;
 
-    /// The type whose columns the topic's file has. Only names, kinds and bounds count in it; no sample is
-    /// ever read by it.
-    core::xtypes::DynamicTypeImpl column_type() const;
+    /// Types that the format is given. Only names, kinds and bounds count in them; no sample is ever read by
+    /// them.
+    struct ColumnTypes {
+        core::xtypes::DynamicTypeImpl row;  ///< with a column in front for each index that rows have
+        /// By place in the view's rows: a structure with an element as its only member.
+        std::vector<core::xtypes::DynamicTypeImpl> elements = {};
+    };
+    ColumnTypes column_types() const;
 
     /// Adds expressions for the fields that have rules for single elements. Each matches sequences of one
     /// field alone.
@@ -136,14 +144,17 @@ private:
     std::uint32_t most_elements(const Around& collection) const;
     void find_exceptions(std::size_t field);
     void add_exception(std::size_t field, const Place& place, std::size_t rule);
-    std::string own_name(std::size_t field, const Place& place) const;
+    std::string own_name(const std::string& any, std::size_t field, const Place& place) const;
 
-    core::xtypes::DynamicTypeImpl column_type(const Part& part, std::size_t first) const;
+    core::xtypes::DynamicTypeImpl column_type(const Part& part, std::size_t first,
+                                              std::vector<core::xtypes::DynamicTypeImpl>& elements) const;
+    std::uint32_t row_levels() const;
     /// By collection around a field, the outermost first: the elements that are meant; none for all.
     using Choice = std::vector<std::optional<std::set<std::uint32_t>>>;
     std::vector<std::string> patterns_of(std::size_t field, const Choice& choice) const;
     std::vector<std::string> patterns_of(std::size_t field, const std::vector<Place>& places) const;
 
+    std::shared_ptr<const cdr::View> view_;  // of the root
     std::optional<Part> root_;
     PartCounts counts_;
     std::vector<Field> fields_;

@@ -31,6 +31,7 @@ struct Advice {
         SKIP_BLOBS,
         INVALID_TEXT,
         OVERWRITE,
+        EXPLODE,  ///< the value is a rule, "/scan:ranges,intensities"
     };
     Setting setting;
     std::string value = {};  ///< empty for the setting as such
@@ -79,6 +80,12 @@ public:
 
 private:
     Sentence why_;
+};
+
+/// Thrown where settings make no sense for the recordings.
+class WrongUsage : public Refusal {
+public:
+    using Refusal::Refusal;
 };
 
 }  // namespace zun::convert

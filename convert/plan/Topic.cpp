@@ -4,9 +4,9 @@
 #include <map>
 #include <stdexcept>
 
-#include "convert/plan/blobs.hpp"
 #include "convert/plan/file_names.hpp"
 #include "convert/plan/layouts.hpp"
+#include "convert/plan/view.hpp"
 #include "platform/cdr/SampleDecoder.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
 
@@ -112,7 +112,26 @@ void confirm_types(std::vector<Topic>& topics, const std::vector<const schema::K
 constexpr std::uint64_t most_sequences = 1U << 20U;
 constexpr std::uint64_t most_sequences_blamed = 1U << 14U;
 
-/// Excludes members, and refuses a topic that does not fit even while all sequences are empty.
+/// Adds the sequences that rules for the topic name.
+void explode(const std::string& topic, Accepted& accepted, const std::vector<ExplodeRule>& rules,
+             ViewRequest& request) {
+    std::vector<std::string> fields;
+    for (std::size_t i = 0; i < rules.size(); ++i) {
+        if (!rules[i].topic.empty() && !matches(rules[i].topic, topic)) continue;
+        std::vector<std::string> more = fields;
+        more.insert(more.end(), rules[i].fields.begin(), rules[i].fields.end());
+        const Explosion explosion = explosion_of(accepted.type, more);
+        const bool follows = explosion.problem.empty();
+        const bool tells = !follows && (!rules[i].topic.empty() || !explosion.unknown);
+        accepted.exploded[i] = {follows, tells ? topic + ": " + explosion.problem : ""};
+        if (!follows) continue;
+        fields = std::move(more);
+        for (const std::string& field : explosion.fields)
+            request.named[field] = cdr::View::Shape::ROWS;
+    }
+}
+
+/// Decides what has columns, and refuses a topic that does not fit even while all sequences are empty.
 void choose_columns(Topic& topic, const TopicChoice& choice) {
     Accepted& accepted = *topic.accepted();
     if (PartCounts(accepted.root()).of(accepted.root()).sequences > most_sequences) {
@@ -120,13 +139,15 @@ void choose_columns(Topic& topic, const TopicChoice& choice) {
             Refused{{"too-wide", "its type has more than " + std::to_string(most_sequences) + " sequences"}};
         return;
     }
-    if (choice.skip_blobs) accepted.excluded = blobs_of(accepted.type);
+    ViewRequest request{.named = {}, .blobs = choice.blobs};
+    explode(topic.name, accepted, choice.explode, request);
+    accepted.view = view_of(accepted.type, request);
     const Part root = accepted.root();
     const PartCounts::Counts counts = PartCounts(root).of(root);
     if (counts.columns <= choice.most_columns) return;
     Limits::Blame blame;
     if (counts.sequences <= most_sequences_blamed) {
-        Limits limits(root);
+        Limits limits(accepted.type, accepted.view);
         Lengths empty;
         for (const Limits::Field& field : limits.fields())
             empty[field.full_name] = 0;

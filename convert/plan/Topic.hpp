@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -17,9 +18,10 @@
 
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Reason.hpp"
+#include "convert/plan/explode.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
-#include "platform/cdr/Exclusions.hpp"
+#include "platform/cdr/View.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 #include "platform/xtypes/TypeIdentities.hpp"
 #include "schema/TypeCatalog.hpp"
@@ -40,14 +42,16 @@ std::string exact_pattern(const std::string& topic);
 /// What the file of a topic is made of.
 struct Accepted {
     core::xtypes::DynamicTypeImpl type;
-    std::string file = {};                                 ///< "a.b.csv"
-    std::set<std::string> built_in = {};                   ///< types that only the tool itself defines
-    std::vector<Reason> hints = {};                        ///< what was assumed about the type
-    std::shared_ptr<const cdr::Exclusions> excluded = {};  ///< members without columns; null for none
-    bool other_type = false;  ///< an earlier entry has this topic with another type
+    std::string file = {};                                ///< "a.b.csv"
+    std::set<std::string> built_in = {};                  ///< types that only the tool itself defines
+    std::vector<Reason> hints = {};                       ///< what was assumed about the type
+    std::map<std::size_t, ExplodeOutcome> exploded = {};  ///< by index of the rules for the topic
+    std::shared_ptr<const cdr::View> view = {};  ///< what has columns, and how; null for all as it is
+    bool other_type = false;                     ///< an earlier entry has this topic with another type
 
     /// What has columns.
-    Part root() const { return Part(type, excluded.get()); }
+    Part root() const { return Part(type, view.get()); }
+    Limits plain_limits() const { return Limits(type, view); }
 };
 
 /// A topic that gets no file.
@@ -81,7 +85,8 @@ struct Types {
 /// Which topics get files, and of what.
 struct TopicChoice {
     TopicFilter filter = {};
-    bool skip_blobs = false;
+    cdr::View::Shape blobs = cdr::View::Shape::PARTS;
+    std::vector<ExplodeRule> explode = {};
     std::uint64_t most_columns = 16'384;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages of types that are not ROS 2's
 };

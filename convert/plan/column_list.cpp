@@ -75,7 +75,7 @@ void print_columns(std::ostream& out, const Limits& limits) {
     const Columns columns(limits);
     TextStream header;
     std::vector<char> buffer;
-    const tamber::utils::PrintFormatCsv format(columns.settings, columns.type, header, buffer);
+    const tamber::utils::PrintFormatCsv format(columns.settings, columns.types.row, header, buffer);
     columns.check(format);
     print_leaves(out, format.root_column());
 }

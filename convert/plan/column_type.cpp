@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "convert/plan/Limits.hpp"
+#include "convert/plan/explode.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 
 namespace zun::convert {
@@ -57,26 +58,37 @@ std::string ranked(const std::string& pattern, std::size_t rank) {
 
 }  // namespace
 
-DynamicTypeImpl Limits::column_type() const {
-    return column_type(*root_, 0);
+Limits::ColumnTypes Limits::column_types() const {
+    ColumnTypes types{root_->type};
+    if (view_ != nullptr) types.elements.assign(view_->rows.size(), root_->type);
+    types.row = column_type(*root_, 0, types.elements);
+    return types;
 }
 
-/// `first`  number of the first field at or below `part`
-DynamicTypeImpl Limits::column_type(const Part& part, std::size_t first) const {
-    if (part.excluded == nullptr && counts_.of(part).sequences == 0) return part.type;
+/// `first`     number of the first field at or below `part`
+/// `elements`  takes the types of elements that have rows of their own
+DynamicTypeImpl Limits::column_type(const Part& part, std::size_t first,
+                                    std::vector<DynamicTypeImpl>& elements) const {
+    if (part.view == nullptr && counts_.of(part).sequences == 0) return part.type;
     if (part.is_sequence()) {
         const Field& field = fields_[first];
         const Part element = element_of(part);
         const std::uint32_t bound = field.exceptions.empty() ? field.limit : no_bound;
-        return sequence_type(bound == 0 ? element.type : column_type(element, first + 1), bound);
+        return sequence_type(bound == 0 ? element.type : column_type(element, first + 1, elements), bound);
     }
     if (part.is_collection())
-        return array_type(column_type(element_of(part), first), dimensions_of(part.type));
+        return array_type(column_type(element_of(part), first, elements), dimensions_of(part.type));
+    if (part.type.kind() != TypeKind::STRUCTURE_TYPE && part.type.kind() != TypeKind::UNION_TYPE)
+        return part.type;
     std::vector<MemberSpec> members;
+    for (std::uint32_t level = 0; part.full_name.empty() && level < row_levels(); ++level)
+        members.push_back({index_column(level), primitive_type(TypeKind::UINT_32_TYPE)});
     for_each_member(part, [&](const Part& member) {
-        const std::string name =
-            member.full_name.substr(part.full_name.empty() ? 0 : part.full_name.size() + 1);
-        members.push_back({name, column_type(member, first)});
+        const std::string column = member.column_name();
+        members.push_back({column.substr(column.rfind('.') + 1), column_type(member, first, elements)});
+        if (member.rows != part.rows)
+            elements[member.rows->number] =
+                struct_type({.name = part.type.name(), .members = {{column, members.back().type}}});
         first += counts_.of(member).sequences;
     });
     if (part.type.kind() == TypeKind::STRUCTURE_TYPE)
@@ -107,10 +119,10 @@ void Limits::add_to(tamber::utils::PrintFormatCsvProperty& property) const {
 Patterns Limits::patterns_of(std::size_t field, const Choice& choice) const {
     Patterns patterns = {""};
     std::size_t done = 0;
-    const std::string& full_name = fields_[field].full_name;
+    const std::string& column = fields_[field].column_name;
     for (std::size_t i = 0; i < choice.size(); ++i) {
         const Around& collection = around_[field][i];
-        patterns = combined(patterns, {full_name.substr(done, collection.full_name.size() - done)});
+        patterns = combined(patterns, {escaped(column.substr(done, collection.full_name.size() - done))});
         if (choice[i]) {
             Patterns chosen;
             for (const std::uint32_t element : *choice[i])
@@ -124,7 +136,7 @@ Patterns Limits::patterns_of(std::size_t field, const Choice& choice) const {
         }
         done = collection.full_name.size() + any_indices(collection.type).size();
     }
-    return combined(patterns, {full_name.substr(done)});
+    return combined(patterns, {escaped(column.substr(done))});
 }
 
 /// The same for the sequences at `places`: a few patterns where those are chosen index by index, as a rule
@@ -142,7 +154,7 @@ Patterns Limits::patterns_of(std::size_t field, const std::vector<Place>& places
     if (chosen == places.size()) return patterns_of(field, choice);
     Patterns patterns;
     for (const Place& place : places)
-        patterns.push_back(escaped(own_name(field, place)));
+        patterns.push_back(escaped(own_name(fields_[field].column_name, field, place)));
     return patterns;
 }
 

@@ -1,10 +1,14 @@
 #include "convert/plan/type_walk.hpp"
 
+#include "platform/xtypes/TypeBuilder.hpp"
+
 namespace zun::convert {
 
 using namespace core::xtypes;
 
 namespace {
+
+using Shape = cdr::View::Shape;
 
 template <typename ComplexType>
 void visit_members(const ComplexType& type, const MemberVisitor& visit) {
@@ -13,15 +17,29 @@ void visit_members(const ComplexType& type, const MemberVisitor& visit) {
 }
 
 void add_excluded_names(std::vector<std::string>& names, const Part& part) {
-    if (part.excluded == nullptr) return;
-    if (part.excluded->whole) return names.push_back(part.full_name);
+    if (part.view == nullptr) return;
+    if (part.view->shape == Shape::EXCLUDED) return names.push_back(part.full_name);
     if (part.is_collection()) return add_excluded_names(names, element_of(part));
     for_each_member(part.type, [&](const std::string& name, const DynamicTypeImpl& type) {
-        add_excluded_names(names, Part(type, part.excluded->member(name), joined(part.full_name, name)));
+        add_excluded_names(names, Part(type, part.view->member(name), joined(part.full_name, name)));
     });
 }
 
+DynamicTypeImpl type_of_column(const DynamicTypeImpl& type, const cdr::View* view) {
+    if (view == nullptr || !cdr::is_one_value(view->shape)) return type.resolved();
+    static const DynamicTypeImpl length = primitive_type(TypeKind::UINT_32_TYPE);
+    static const DynamicTypeImpl text = string_type();
+    return view->shape == Shape::LENGTH ? length : text;
+}
+
 }  // namespace
+
+Part::Part(const DynamicTypeImpl& declared, const cdr::View* how, std::string name, const cdr::View* around)
+    : type(type_of_column(declared, how)), view(how), full_name(std::move(name)), rows(around) {}
+
+std::string Part::column_name() const {
+    return rows == nullptr ? full_name : rows->column + full_name.substr(rows->column.size());
+}
 
 void for_each_member(const DynamicTypeImpl& type, const MemberVisitor& visit) {
     if (type.kind() == TypeKind::UNION_TYPE) return visit_members(UnionTypeImpl(type), visit);
@@ -33,10 +51,10 @@ void for_each_member(const DynamicTypeImpl& type, const MemberVisitor& visit) {
 
 void for_each_member(const Part& part, const PartVisitor& visit) {
     for_each_member(part.type, [&](const std::string& name, const DynamicTypeImpl& type) {
-        const cdr::Exclusions* const concerned =
-            part.excluded == nullptr ? nullptr : part.excluded->member(name);
-        if (concerned == nullptr || !concerned->whole)
-            visit(Part(type, concerned, joined(part.full_name, name)));
+        const cdr::View* const view = part.view == nullptr ? nullptr : part.view->member(name);
+        if (view != nullptr && view->shape == Shape::EXCLUDED) return;
+        const Part member(type, view, joined(part.full_name, name), part.rows);
+        visit(view != nullptr && view->shape == Shape::ROWS ? element_of(member) : member);
     });
 }
 
@@ -47,9 +65,11 @@ std::vector<std::string> excluded_names(const Part& part) {
 }
 
 Part element_of(const Part& collection) {
+    const cdr::View* const view = collection.view;
+    const bool has_rows = view != nullptr && view->shape == Shape::ROWS;
     return Part(CollectionTypeImpl(collection.type).content_type(),
-                collection.excluded == nullptr ? nullptr : collection.excluded->element.get(),
-                collection.full_name + any_indices(collection.type));
+                view == nullptr ? nullptr : view->element.get(),
+                collection.full_name + any_indices(collection.type), has_rows ? view : collection.rows);
 }
 
 std::string any_indices(const DynamicTypeImpl& collection) {

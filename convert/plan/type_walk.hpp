@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/cdr/Exclusions.hpp"
+#include "platform/cdr/View.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::convert {
@@ -25,13 +25,17 @@ inline std::string joined(const std::string& parent, const std::string& name) {
 }
 
 struct Part {
-    Part(const core::xtypes::DynamicTypeImpl& declared, const cdr::Exclusions* concerned = nullptr,
-         std::string name = "")
-        : type(declared.resolved()), excluded(concerned), full_name(std::move(name)) {}
+    Part(const core::xtypes::DynamicTypeImpl& declared, const cdr::View* how = nullptr, std::string name = "",
+         const cdr::View* around = nullptr);
 
-    core::xtypes::DynamicTypeImpl type;  ///< no alias
-    const cdr::Exclusions* excluded;     ///< what of it has no columns; null for nothing
+    core::xtypes::DynamicTypeImpl type;  ///< no alias; of the column where the view shows one value
+    const cdr::View* view;               ///< null where all of it is shown as it is
     std::string full_name;
+    /// Of the innermost sequence around it whose elements have rows of their own; null where there is none.
+    const cdr::View* rows;
+
+    /// As in the header, but for other indices: "markers[i].points[*]".
+    std::string column_name() const;
 
     bool is_sequence() const { return type.kind() == core::xtypes::TypeKind::SEQUENCE_TYPE; }
     bool is_collection() const { return is_sequence() || type.kind() == core::xtypes::TypeKind::ARRAY_TYPE; }
@@ -43,7 +47,8 @@ using PartVisitor = std::function<void(const Part& part)>;
 /// Visits all members of a structure, those of its bases first, or of a union; nothing for other types.
 void for_each_member(const core::xtypes::DynamicTypeImpl& type, const MemberVisitor& visit);
 
-/// Visits the members of a part that have columns.
+/// Visits the members of a part that have columns; of a sequence whose elements have rows of their own, the
+/// element, which is called "markers[*]".
 void for_each_member(const Part& part, const PartVisitor& visit);
 
 /// The full names of the members of a part that are excluded.
@@ -75,9 +80,9 @@ public:
     const Counts& of(const Part& part) const { return known_.at(key_of(part)); }
 
 private:
-    using Key = std::pair<const core::xtypes::TypeNode*, const cdr::Exclusions*>;
+    using Key = std::pair<const core::xtypes::TypeNode*, const cdr::View*>;
 
-    static Key key_of(const Part& part) { return {part.type.node().get(), part.excluded}; }
+    static Key key_of(const Part& part) { return {part.type.node().get(), part.view}; }
     Counts count(const Part& part);
     Counts counted(const Part& part);
 

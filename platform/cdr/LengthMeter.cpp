@@ -39,6 +39,8 @@ public:
         base_ -= plan.kind == TypeKind::SEQUENCE_TYPE ? 1 : 0;
         leave(place);
     }
+    void rows_beginning(const Member& member, const Plan&) { enter(member); }
+    void rows_ending(const Member& member, const Plan&) { leave(member); }
 
 private:
     void enter(const Member& member) { base_ += member.first_field; }
@@ -55,9 +57,9 @@ private:
 
 struct LengthMeter::Impl {
     Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
-         const std::shared_ptr<const Exclusions>& excluded)
-        : decoder(type, std::move(source), writer, excluded) {
-        const Program program(type, {.writer = writer}, excluded.get());
+         const std::shared_ptr<const View>& view)
+        : decoder(type, std::move(source), writer, view) {
+        const Program program(type, {.writer = writer}, view.get());
         if (program.root().fields > field_limit)
             throw std::invalid_argument("type '" + type.name() + "' has more than " +
                                         std::to_string(field_limit) + " sequences");
@@ -76,8 +78,8 @@ struct LengthMeter::Impl {
 };
 
 LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
-                         const std::shared_ptr<const Exclusions>& excluded)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer, excluded)) {}
+                         const std::shared_ptr<const View>& view)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, view)) {}
 
 LengthMeter::~LengthMeter() = default;
 

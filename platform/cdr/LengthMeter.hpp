@@ -20,16 +20,16 @@
 #include <vector>
 
 #include "platform/cdr/Encoding.hpp"
-#include "platform/cdr/Exclusions.hpp"
+#include "platform/cdr/View.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {
 
 class LengthMeter {
 public:
-    /// As SamplePrinter's constructor; sequences in excluded members are no fields.
+    /// As SamplePrinter's constructor. Sequences whose elements the view does not show as such are no fields.
     LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                Writer writer = Writer::UNKNOWN, const std::shared_ptr<const Exclusions>& excluded = nullptr);
+                Writer writer = Writer::UNKNOWN, const std::shared_ptr<const View>& view = nullptr);
     ~LengthMeter();
     LengthMeter(const LengthMeter&) = delete;
     LengthMeter& operator=(const LengthMeter&) = delete;

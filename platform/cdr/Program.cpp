@@ -143,9 +143,9 @@ class Compiler {
 public:
     explicit Compiler(Program& program) : program_(program) {}
 
-    const Plan& root(const DynamicTypeImpl& type, const Exclusions* excluded) {
+    const Plan& root(const DynamicTypeImpl& type, const View* view) {
         Plan& plan = program_.plans_.emplace_back();
-        excluded_ = excluded;
+        view_ = view;
         fill_aggregate(type, program_.layout_.root, plan);
         return plan;
     }
@@ -154,20 +154,20 @@ private:
     const Reading& reading() const { return program_.layout_.reading; }
     bool xcdr2() const { return program_.layout_.xcdr2; }
 
-    const Plan& plan_of(const DynamicTypeImpl& declared, const Exclusions* excluded = nullptr) {
+    const Plan& plan_of(const DynamicTypeImpl& declared, const View* view = nullptr) {
         const DynamicTypeImpl type = declared.resolved();
-        auto known = known_.find({type.node().get(), excluded});
+        auto known = known_.find({type.node().get(), view});
         if (known == known_.end()) {
             const std::uint32_t siblings_height = std::exchange(children_height_, 0);
-            const Exclusions* const excluded_around = std::exchange(excluded_, excluded);
+            const View* const view_around = std::exchange(view_, view);
             ++nesting_;
             check_nesting(0);
             Plan& plan = program_.plans_.emplace_back();
             fill(type, plan);
             --nesting_;
-            const Key key{type.node().get(), excluded};
+            const Key key{type.node().get(), view};
             known = known_.emplace(key, Known{&plan, children_height_ + 1}).first;
-            excluded_ = excluded_around;
+            view_ = view_around;
             children_height_ = siblings_height;
         }
         check_nesting(known->second.height);
@@ -176,14 +176,14 @@ private:
     }
 
     const Plan& plan_of_element(const DynamicTypeImpl& type) {
-        return plan_of(type, excluded_ == nullptr ? nullptr : excluded_->element.get());
+        return plan_of(type, view_ == nullptr ? nullptr : view_->element.get());
     }
 
     template <typename AnyMember>
     Member made_member(const AnyMember& member) {
-        const Exclusions* const concerned = excluded_ == nullptr ? nullptr : excluded_->member(member.name());
-        const bool whole = concerned != nullptr && concerned->whole;
-        return member_of(member, plan_of(member.type(), whole ? nullptr : concerned), whole);
+        const View* const view = view_ == nullptr ? nullptr : view_->member(member.name());
+        const bool excluded = view != nullptr && view->shape == View::Shape::EXCLUDED;
+        return member_of(member, plan_of(member.type(), excluded ? nullptr : view), excluded);
     }
 
     void check_nesting(std::uint32_t height) const {
@@ -193,6 +193,22 @@ private:
     }
 
     void fill(const DynamicTypeImpl& type, Plan& plan) {
+        fill_value(type, plan);
+        if (view_ == nullptr || view_->shape == View::Shape::PARTS) return;
+        plan.shape = view_->shape;
+        plan.number = view_->number;
+        plan.fields = is_one_value(plan.shape) ? 0 : plan.element->fields;
+        if (plan.shape == View::Shape::ROWS)
+            plan.members = {{.name = view_->column.c_str(),
+                             .plan = plan.element,
+                             .initial = {},
+                             .initial_text = {},
+                             .first_field = 0,
+                             .optional = false,
+                             .excluded = false}};
+    }
+
+    void fill_value(const DynamicTypeImpl& type, Plan& plan) {
         plan.kind = type.kind();
         switch (type.kind()) {
             case TypeKind::STRUCTURE_TYPE:
@@ -394,7 +410,7 @@ private:
         count_fields(plan);
     }
 
-    using Key = std::pair<const core::xtypes::TypeNode*, const Exclusions*>;
+    using Key = std::pair<const core::xtypes::TypeNode*, const View*>;
     struct Known {
         const Plan* plan;
         std::uint32_t height;  // levels of nesting in the type, itself included
@@ -402,9 +418,9 @@ private:
 
     Program& program_;
     std::map<Key, Known> known_;
-    const Exclusions* excluded_ = nullptr;  // of the type that is being compiled
-    std::uint32_t nesting_ = 0;             // levels around the type that is being compiled
-    std::uint32_t children_height_ = 0;     // of the tallest type met in it so far
+    const View* view_ = nullptr;         // of the type that is being compiled
+    std::uint32_t nesting_ = 0;          // levels around the type that is being compiled
+    std::uint32_t children_height_ = 0;  // of the tallest type met in it so far
 };
 
 const Member* Plan::find(std::int64_t id_or_label) const {
@@ -422,11 +438,11 @@ std::string_view Plan::enumerator_name(std::int64_t value) const {
     return found != enumerators.end() && found->value == value ? found->name : std::string_view{};
 }
 
-Program::Program(const DynamicTypeImpl& type, const Layout& layout, const Exclusions* excluded)
+Program::Program(const DynamicTypeImpl& type, const Layout& layout, const View* view)
     : type_(type.resolved()), layout_(layout) {
     if (type_.kind() != TypeKind::STRUCTURE_TYPE && type_.kind() != TypeKind::UNION_TYPE)
         throw std::invalid_argument("type '" + type.name() + "' is no structure or union");
-    root_ = &Compiler(*this).root(type_, excluded);
+    root_ = &Compiler(*this).root(type_, view);
 }
 
 }  // namespace zun::cdr

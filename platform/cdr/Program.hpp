@@ -16,9 +16,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/cdr/Exclusions.hpp"
 #include "platform/cdr/Layout.hpp"
 #include "platform/cdr/Scalar.hpp"
+#include "platform/cdr/View.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {
@@ -69,16 +69,20 @@ struct Plan {
     bool delimited = false;        ///< collection: its size in bytes comes first
     bool open_ended = false;       ///< structure, union: a sample may end before the last member
     bool placeholder = false;      ///< structure without members that takes one byte
+    View::Shape shape = View::Shape::PARTS;
+    std::uint32_t number = 0;      ///< of the view, where the shape has one
     std::uint32_t bound = 0;       ///< sequence, string
     std::uint32_t count = 0;       ///< array: elements
     std::uint32_t dimensions = 1;  ///< array
-    std::uint32_t fields = 0;  ///< sequences in it that are not excluded, itself included; at most UINT32_MAX
+    /// Sequences in it, itself included, whose elements are shown as such; at most UINT32_MAX.
+    std::uint32_t fields = 0;
     std::uint64_t minimal_size = 0;  ///< bytes that every value takes at least; at most UINT32_MAX
     const Plan* element = nullptr;   ///< collection: element; union: discriminator; bit set: its integer
     ScalarBytes initial = {};        ///< scalar: value of an element that a sample does not carry
 
-    std::vector<Member> members;  ///< those of bases first
-    std::vector<Step> steps;      ///< structure in plain form
+    /// Those of bases first. Of a sequence whose elements have rows of their own: what announces an element.
+    std::vector<Member> members;
+    std::vector<Step> steps;  ///< structure in plain form
     /// Ascending: member ids of a structure, labels of a union, with the index of the member.
     std::vector<std::pair<std::int64_t, std::uint32_t>> index;
     std::uint32_t default_member = UINT32_MAX;  ///< union: selected by all other values; UINT32_MAX: none
@@ -94,10 +98,9 @@ struct Plan {
 
 class Program {
 public:
-    /// `excluded`  marks members; null for none
-    /// Throws      std::invalid_argument for a type that is no structure or union, or that nobody can decode
-    Program(const core::xtypes::DynamicTypeImpl& type, const Layout& layout,
-            const Exclusions* excluded = nullptr);
+    /// `view`  of the type, which must outlive the program; null where all is shown as it is
+    /// Throws  std::invalid_argument for a type that is no structure or union, or that nobody can decode
+    Program(const core::xtypes::DynamicTypeImpl& type, const Layout& layout, const View* view = nullptr);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 

@@ -30,8 +30,8 @@ std::size_t slot_of(const Encapsulation& head) {
 }  // namespace
 
 SampleDecoder::SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
-                             std::shared_ptr<const Exclusions> excluded)
-    : type_(type), source_(std::move(source)), writer_(writer), excluded_(std::move(excluded)) {
+                             std::shared_ptr<const View> view)
+    : type_(type), source_(std::move(source)), writer_(writer), view_(std::move(view)) {
     const Encapsulation plain;
     candidates_[slot_of(plain)] = make_candidates(plain);  // a type that nobody can decode is refused here
 }
@@ -48,7 +48,7 @@ const Program& SampleDecoder::program_of(Candidate& candidate, const Encapsulati
         candidate.program = std::make_unique<Program>(
             type_,
             Layout{.xcdr2 = head.xcdr2, .root = head.root, .writer = writer_, .reading = candidate.reading},
-            excluded_.get());
+            view_.get());
     return *candidate.program;
 }
 

@@ -26,7 +26,7 @@ class SampleDecoder {
 public:
     /// Arguments and exceptions as SamplePrinter's constructor.
     SampleDecoder(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
-                  std::shared_ptr<const Exclusions> excluded = nullptr);
+                  std::shared_ptr<const View> view = nullptr);
 
     /// Tells `handler` what `payload` holds; the handler's interface is in Walk.hpp. Throws InputError.
     template <typename Handler>
@@ -75,7 +75,7 @@ private:
     core::xtypes::DynamicTypeImpl type_;
     std::string source_;
     Writer writer_;
-    std::shared_ptr<const Exclusions> excluded_;
+    std::shared_ptr<const View> view_;
     std::array<Candidates, 6> candidates_;  // by encoding and form of the outermost value
     ParameterTable parameters_;
 };

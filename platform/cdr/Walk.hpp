@@ -9,6 +9,9 @@
 //     scalar<Swapped>(place, plan, bytes), string(place, text), wide_string<Swapped>(place, text)
 //     scalars<Swapped>(first member, step, bytes)                        a run of members
 //     elements<Swapped>(plan, count, bytes)                              all elements of a collection
+//     bytes(place, plan, bytes), stamp(place, plan, stamp)               what a view shows as one value
+//     rows_beginning(member, plan), rows_ending(member, plan)            a sequence with a row an element:
+//     row_beginning(plan), row_ending(plan)                              around each of its elements
 //     wants_absent     whether members that a sample does not carry are announced with their defaults
 //     wants_excluded   whether members that are excluded are announced all the same
 //
@@ -18,8 +21,10 @@
 #define ZUN_PLATFORM_CDR_WALK_HPP
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "platform/cdr/Findings.hpp"
 #include "platform/cdr/Parameters.hpp"
@@ -33,6 +38,12 @@ struct Item {
     std::uint32_t index;
 };
 struct Discriminator {};
+
+/// A structure of two numbers, as it is shown as one value.
+struct Stamp {
+    std::int64_t seconds = 0;
+    std::int64_t nanoseconds = 0;
+};
 
 /// A handler that wants nothing.
 struct NoHandler {
@@ -60,12 +71,51 @@ struct NoHandler {
     void scalars(const Member*, const Step&, const std::byte*) {}
     template <bool Swapped>
     void elements(const Plan&, std::uint32_t, const std::byte*) {}
+    template <typename Place>
+    void bytes(const Place&, const Plan&, std::span<const std::byte>) {}
+    template <typename Place>
+    void stamp(const Place&, const Plan&, Stamp) {}
+    void rows_beginning(const Member&, const Plan&) {}
+    void rows_ending(const Member&, const Plan&) {}
+    void row_beginning(const Plan&) {}
+    void row_ending(const Plan&) {}
+};
+
+/// Takes the first two integers that it meets.
+class StampTaker : public NoHandler {
+public:
+    static constexpr bool wants_absent = true;
+
+    template <bool Swapped, typename Place>
+    void scalar(const Place&, const Plan& plan, const std::byte* bytes) {
+        if (met_ < 2)
+            (met_ == 0 ? stamp_.seconds : stamp_.nanoseconds) = load_integer<Swapped>(plan.carrier, bytes);
+        ++met_;
+    }
+    template <bool Swapped>
+    void scalars(const Member* members, const Step& step, const std::byte* bytes) {
+        for (std::uint32_t i = 0; i < step.count; ++i, bytes += members->plan->scalar_size, ++members)
+            scalar<Swapped>(*members, *members->plan, bytes);
+    }
+
+    const Stamp& taken() const { return stamp_; }
+
+private:
+    Stamp stamp_;
+    std::uint32_t met_ = 0;
 };
 
 /// Whether `what`, a member or a step, is excluded for a handler.
 template <typename Handler, typename MemberOrStep>
 bool is_excluded(const MemberOrStep& what) {
     return !Handler::wants_excluded && what.excluded;
+}
+
+/// Announces a sequence with a row an element that is empty or absent.
+template <typename Handler>
+void no_rows(Handler& handler, const Member& member) {
+    handler.rows_beginning(member, *member.plan);
+    handler.rows_ending(member, *member.plan);
 }
 
 /// Announces values that a sample does not carry.
@@ -76,6 +126,7 @@ public:
 
     void member(const Member& member) {
         if (is_excluded<Handler>(member)) return;
+        if (member.plan->shape == View::Shape::ROWS) return no_rows(handler_, member);
         if (member.optional) return handler_.unset_optional(member);
         value(*member.plan, member, member.initial, member.initial_text);
     }
@@ -83,6 +134,8 @@ public:
 private:
     template <typename Place>
     void value(const Plan& plan, const Place& place, const ScalarBytes& initial, std::string_view text) {
+        if (is_bytes(plan.shape)) return handler_.bytes(place, plan, {});
+        if (plan.shape == View::Shape::STAMP) return handler_.stamp(place, plan, Stamp());
         switch (plan.kind) {
             case TypeKind::STRING_TYPE:
             case TypeKind::WSTRING_TYPE:
@@ -178,6 +231,7 @@ private:
                 return handler_.template wide_string<Swapped>(place, wide_string(plan));
             case TypeKind::STRUCTURE_TYPE:
             case TypeKind::UNION_TYPE:
+                if (plan.shape == View::Shape::STAMP) return handler_.stamp(place, plan, stamp(plan));
                 handler_.complex_beginning(place);
                 aggregate(plan);
                 return handler_.complex_ending(place);
@@ -254,14 +308,28 @@ private:
     // Reads the value for its size alone.
     void skip(const Member& member) {
         NoHandler nobody;
-        Walk<NoHandler, Swapped, ChecksPadding> walk(*this, nobody);
-        walk.value(*member.plan, member);
+        with_handler(nobody, [&](auto& walk) { walk.value(*member.plan, member); });
+    }
+
+    Stamp stamp(const Plan& plan) {
+        StampTaker taker;
+        with_handler(taker, [&](auto& walk) { walk.aggregate(plan); });
+        return taker.taken();
+    }
+
+    // Lets another handler have what comes next.
+    template <typename OtherHandler, typename Use>
+    void with_handler(OtherHandler& handler, const Use& use) {
+        Walk<OtherHandler, Swapped, ChecksPadding> walk(*this, handler);
+        use(walk);
         findings_ = walk.findings_;
         empty_elements_ = walk.empty_elements_;
     }
 
     void unset_optional(const Member& member) {
-        if (!is_excluded<Handler>(member)) handler_.unset_optional(member);
+        if (is_excluded<Handler>(member)) return;
+        if (member.plan->shape == View::Shape::ROWS) return no_rows(handler_, member);
+        handler_.unset_optional(member);
     }
 
     void member(const Member& member) {
@@ -329,10 +397,27 @@ private:
     void collection(const Plan& plan, const Place& place) {
         const std::uint64_t outer = plan.delimited ? begin_delimited() : 0;
         const std::uint32_t count = plan.kind == TypeKind::ARRAY_TYPE ? plan.count : length(plan);
-        handler_.array_beginning(place, plan, count);
-        if (count > 0) elements(*plan.element, count);
-        handler_.array_ending(place, plan);
+        if (plan.shape == View::Shape::PARTS) {
+            handler_.array_beginning(place, plan, count);
+            if (count > 0) elements(*plan.element, count);
+            handler_.array_ending(place, plan);
+        } else if (is_bytes(plan.shape)) {
+            handler_.bytes(place, plan, {reader_.take(count, "elements"), count});
+        } else if constexpr (std::is_same_v<Place, Member>) {
+            rows(plan, place, count);
+        }
         if (plan.delimited) end_delimited(outer);
+    }
+
+    void rows(const Plan& plan, const Member& member, std::uint32_t count) {
+        if (plan.element->minimal_size == 0) count_empty(count);
+        handler_.rows_beginning(member, plan);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            handler_.row_beginning(plan);
+            value(*plan.element, plan.members.front());
+            handler_.row_ending(plan);
+        }
+        handler_.rows_ending(member, plan);
     }
 
     void elements(const Plan& element, std::uint32_t count) {

@@ -32,13 +32,23 @@ public:
     static constexpr bool wants_excluded = false;
 
     Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles,
-            InvalidText invalid_text)
-        : format_(&format), context_(&context), doubles_(&doubles), invalid_text_(invalid_text) {}
+            InvalidText invalid_text, ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels)
+        : format_(&format),
+          context_(&context),
+          doubles_(&doubles),
+          invalid_text_(invalid_text),
+          values_(values),
+          rows_(rows),
+          row_levels_(row_levels) {}
 
     bool met_invalid_text() const { return met_invalid_text_; }
 
-    void top_level_beginning() { format_->print_top_level_beginning(format_, context_, "", depth_++); }
-    void top_level_ending() { format_->print_top_level_ending(format_, context_, "", --depth_); }
+    void top_level_beginning() {
+        sample_beginning();
+        for (std::uint32_t level = 0; level < row_levels_; ++level)
+            unset_optional("");  // the index, which rows get later
+    }
+    void top_level_ending() { sample_ending(); }
 
     void complex_beginning(const Member& member) {
         format_->print_complex_type_beginning(format_, context_, member.name, depth_++);
@@ -66,10 +76,7 @@ public:
         format_->print_array_item_ending(format_, context_, item.index, --depth_);
     }
 
-    void unset_optional(const Member& member) {
-        format_->print_unset_optional_member_beginning(format_, context_, member.name, depth_);
-        format_->print_unset_optional_member_ending(format_, context_, member.name, depth_);
-    }
+    void unset_optional(const Member& member) { unset_optional(member.name); }
 
     template <bool Swapped, typename Place>
     void scalar(const Place& place, const Plan& plan, const std::byte* bytes) {
@@ -112,7 +119,53 @@ public:
         ending(place);
     }
 
+    template <typename Place>
+    void bytes(const Place& place, const Plan& plan, std::span<const std::byte> bytes) {
+        beginning(place);
+        values_->append_bytes(*context_, plan.shape, plan.number, bytes);
+        ending(place);
+    }
+
+    template <typename Place>
+    void stamp(const Place& place, const Plan&, cdr::Stamp stamp) {
+        beginning(place);
+        values_->append_stamp(*context_, stamp.seconds, stamp.nanoseconds);
+        ending(place);
+    }
+
+    // Sequences of this sort that lie in one another are begun and ended like brackets: what each swaps in
+    // and out is its own.
+    void rows_beginning(const Member&, const Plan& plan) {
+        // To the format outside they are columns that this sample leaves empty.
+        const std::string_view column = plan.members.front().name;
+        unset_optional(column.data() + column.rfind('.') + 1);
+        swap_target(rows_[plan.number]);
+    }
+    void rows_ending(const Member&, const Plan& plan) { swap_target(rows_[plan.number]); }
+    void row_beginning(const Plan& plan) {
+        for (const std::uint32_t inner : rows_[plan.number].inner)
+            rows_[inner].firsts.push_back(static_cast<std::uint32_t>(rows_[inner].ends.size()));
+        sample_beginning();
+    }
+    void row_ending(const Plan& plan) {
+        sample_ending();
+        rows_[plan.number].ends.push_back(context_->length);
+    }
+
 private:
+    void sample_beginning() { format_->print_top_level_beginning(format_, context_, "", depth_++); }
+    void sample_ending() { format_->print_top_level_ending(format_, context_, "", --depth_); }
+
+    void unset_optional(const char* name) {
+        format_->print_unset_optional_member_beginning(format_, context_, name, depth_);
+        format_->print_unset_optional_member_ending(format_, context_, name, depth_);
+    }
+
+    void swap_target(RowsText& rows) {
+        std::swap(format_, rows.format);
+        std::swap(context_, rows.context);
+    }
+
     void beginning(const Member& member) {
         format_->print_primitive_type_beginning(format_, context_, member.name, depth_);
     }
@@ -269,6 +322,9 @@ private:
     ZUNXMLSaveContext* context_;
     DoubleTextCache* doubles_;
     InvalidText invalid_text_;
+    ValueWriter* values_;
+    std::span<RowsText> rows_;
+    std::uint32_t row_levels_;
     bool met_invalid_text_ = false;
     int depth_ = 0;
 };
@@ -277,8 +333,11 @@ private:
 
 struct SamplePrinter::Impl {
     Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer,
-         InvalidText treatment, std::shared_ptr<const cdr::Exclusions> excluded)
-        : decoder(type, std::move(source), writer, std::move(excluded)), invalid_text(treatment) {}
+         InvalidText treatment, std::shared_ptr<const cdr::View> view)
+        : row_levels(view == nullptr ? 0 : view->levels_of_rows()),
+          decoder(type, std::move(source), writer, std::move(view)),
+          invalid_text(treatment) {}
+    std::uint32_t row_levels;
     cdr::SampleDecoder decoder;
     InvalidText invalid_text;
     DoubleTextCache doubles;
@@ -286,14 +345,15 @@ struct SamplePrinter::Impl {
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
                              cdr::Writer writer, InvalidText invalid_text,
-                             std::shared_ptr<const cdr::Exclusions> excluded)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text, std::move(excluded))) {}
+                             std::shared_ptr<const cdr::View> view)
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text, std::move(view))) {}
 
 SamplePrinter::~SamplePrinter() = default;
 
 cdr::Findings SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
-                                   std::span<const std::byte> payload) {
-    Printer printer(format, context, impl_->doubles, impl_->invalid_text);
+                                   std::span<const std::byte> payload, ValueWriter* values,
+                                   std::span<RowsText> rows) {
+    Printer printer(format, context, impl_->doubles, impl_->invalid_text, values, rows, impl_->row_levels);
     cdr::Findings findings = impl_->decoder.decode(payload, printer);
     findings.invalid_text = printer.met_invalid_text();
     return findings;

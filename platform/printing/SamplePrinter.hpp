@@ -6,29 +6,51 @@
 #ifndef ZUN_PLATFORM_PRINTING_SAMPLE_PRINTER_HPP
 #define ZUN_PLATFORM_PRINTING_SAMPLE_PRINTER_HPP
 
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "platform/cdr/Encoding.hpp"
-#include "platform/cdr/Exclusions.hpp"
 #include "platform/cdr/Findings.hpp"
+#include "platform/cdr/View.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
 #include "platform/printing/ValueText.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::printing {
 
+/// Makes the text of what a view shows as one value; shape and number are the view's.
+class ValueWriter {
+public:
+    virtual ~ValueWriter() = default;
+    /// `bytes`  of an array or a sequence; good until the call returns
+    virtual void append_bytes(ZUNXMLSaveContext& context, cdr::View::Shape shape, std::uint32_t number,
+                              std::span<const std::byte> bytes) = 0;
+    virtual void append_stamp(ZUNXMLSaveContext& context, std::int64_t seconds, std::int64_t nanoseconds) = 0;
+};
+
+/// Where the elements of a sequence are printed that have rows of their own: each as a sample of a structure
+/// that has the element as its only member, under the name that the view gives its columns.
+struct RowsText {
+    DDS_PrintFormat* format = nullptr;
+    ZUNXMLSaveContext* context = nullptr;
+    std::vector<std::uint32_t> inner = {};   ///< places of the sequences whose elements are in these elements
+    std::vector<std::uint32_t> ends = {};    ///< length of the context behind each element
+    std::vector<std::uint32_t> firsts = {};  ///< by element of the sequence around: its first element here
+};
+
 class SamplePrinter {
 public:
     /// Compiles the walk of `type`, which is a structure or a union, or an alias of one.
     ///
     /// `source`    names the samples in errors: the topic
-    /// `excluded`  members that are neither announced nor printed; null for none
+    /// `view`      what of the type is announced and printed; null for all of it as it is
     /// Throws      std::invalid_argument for any other type, or for one that no reader can decode
     SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
                   cdr::Writer writer = cdr::Writer::UNKNOWN, InvalidText invalid_text = InvalidText::ESCAPE,
-                  std::shared_ptr<const cdr::Exclusions> excluded = nullptr);
+                  std::shared_ptr<const cdr::View> view = nullptr);
     ~SamplePrinter();
     SamplePrinter(const SamplePrinter&) = delete;
     SamplePrinter& operator=(const SamplePrinter&) = delete;
@@ -36,10 +58,13 @@ public:
     /// Prints one sample: its callbacks through `format`, its text into `context`.
     ///
     /// `payload`  the sample as recorded, encapsulation header included
+    /// `values`   needed where the view shows parts as one value
+    /// `rows`     by place in the view's rows; where its elements are printed, behind what is there
     /// Throws     InputError with the offset in `payload` when it is no sample of the type; the callbacks
     ///            have then been called for a part of the sample
     cdr::Findings print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
-                        std::span<const std::byte> payload);
+                        std::span<const std::byte> payload, ValueWriter* values = nullptr,
+                        std::span<RowsText> rows = {});
 
 private:
     struct Impl;

@@ -48,7 +48,7 @@ std::vector<std::string> header(const Limits& limits) {
     const Columns columns(limits);
     std::ostringstream line;
     std::vector<char> buffer;
-    const tamber::utils::PrintFormatCsv format(columns.settings, columns.type, line, buffer);
+    const tamber::utils::PrintFormatCsv format(columns.settings, columns.types.row, line, buffer);
     columns.check(format);
     std::istringstream cells(line.str().substr(0, line.str().size() - 1) + ",");
     std::vector<std::string> titles;

@@ -374,15 +374,15 @@ const SampleCase damage[] = {
      "topic:4: expected 1 byte for the flag of an optional member, found 0"},
 };
 
-std::shared_ptr<const cdr::Exclusions> excluding(std::string_view path) {
-    cdr::Exclusions marks{.whole = path.empty()};
+std::shared_ptr<const cdr::View> excluding(std::string_view path) {
+    cdr::View marks{.shape = path.empty() ? cdr::View::Shape::EXCLUDED : cdr::View::Shape::PARTS};
     const std::string_view name = path.substr(0, path.find('.'));
     const std::string_view rest = path.substr(std::min(name.size() + 1, path.size()));
     if (name == "*")
         marks.element = excluding(rest);
     else if (!name.empty())
         marks.members.emplace(name, excluding(rest));
-    return std::make_shared<const cdr::Exclusions>(std::move(marks));
+    return std::make_shared<const cdr::View>(std::move(marks));
 }
 
 /// The text of the sample, or of its only member when that is called "v".

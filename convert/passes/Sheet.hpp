@@ -1,0 +1,41 @@
+// Sheet: a format with the text that it writes to.
+
+#ifndef ZUN_CONVERT_PASSES_SHEET_HPP
+#define ZUN_CONVERT_PASSES_SHEET_HPP
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "format/PrintFormatCsv.hpp"
+#include "platform/error/TextStream.hpp"
+
+namespace zun::convert {
+
+class Sheet {
+public:
+    /// `settings` must outlive this.
+    Sheet(const tamber::utils::PrintFormatCsvProperty& settings, const core::xtypes::DynamicTypeImpl& type);
+
+    std::string header() const { return header_.str(); }  ///< with line end
+    const tamber::utils::PrintFormatCsv& format() const { return format_; }
+    DDS_PrintFormat* native() { return format_.native(); }
+    const char* text() const { return buffer_.data(); }
+
+    /// A context that goes on at `length`, as long as the sheet is not enlarged.
+    ZUNXMLSaveContext context(std::uint32_t length);
+    /// Whether all that was printed is there. If not, there will be room for it when it is printed again.
+    /// Throws InputError, for a message of `source`, when there cannot be.
+    bool holds(const ZUNXMLSaveContext& context, const std::string& source);
+    /// Gives memory back, but for what is worth keeping.
+    void shrink();
+
+private:
+    TextStream header_;
+    std::vector<char> buffer_;
+    tamber::utils::PrintFormatCsv format_;
+};
+
+}  // namespace zun::convert
+
+#endif
