@@ -32,13 +32,16 @@ public:
     }
 
 private:
-    /// A distinct type is looked through once, but where names tell its parts apart.
     SharedView of(const DynamicTypeImpl& declared, const std::string& full_name) {
         const DynamicTypeImpl type = declared.resolved();
-        if (names_matter(full_name)) return made(type, full_name);
+        const Shape shape = shape_of(type, full_name);
+        if (shape == Shape::ROWS) return with_parts(rows_view(full_name), type, full_name);
+        if (shape != Shape::PARTS) return std::make_shared<const View>(View{.shape = shape});
+        // A distinct type is looked through once, but where names tell its parts apart.
+        if (names_matter(full_name)) return with_parts({}, type, full_name);
         const auto known = known_.find(type.node().get());
         if (known != known_.end()) return known->second;
-        return known_[type.node().get()] = made(type, full_name);
+        return known_[type.node().get()] = with_parts({}, type, full_name);
     }
 
     bool names_matter(const std::string& full_name) const {
@@ -49,17 +52,17 @@ private:
     Shape shape_of(const DynamicTypeImpl& type, const std::string& full_name) const {
         const auto named = request_.named.find(full_name);
         if (named != request_.named.end()) return named->second;
-        return is_blob(type) ? request_.blobs : Shape::PARTS;
+        const bool is_element = full_name.ends_with(']');
+        const bool one_of_many = is_element && request_.blobs == Shape::EXCLUDED;
+        return is_blob(type) && !one_of_many ? request_.blobs : Shape::PARTS;
     }
 
-    SharedView made(const DynamicTypeImpl& type, const std::string& full_name) {
-        View view{.shape = shape_of(type, full_name)};
-        if (view.shape == Shape::ROWS) {
-            view.number = place_of(full_name);
-            view.column = column_of(full_name);
-        } else if (view.shape != Shape::PARTS) {
-            return std::make_shared<const View>(std::move(view));
-        }
+    View rows_view(const std::string& full_name) const {
+        return {.shape = Shape::ROWS, .number = place_of(full_name), .column = column_of(full_name)};
+    }
+
+    /// Null where it shows the type as it is.
+    SharedView with_parts(View view, const DynamicTypeImpl& type, const std::string& full_name) {
         const Part part(type, nullptr, full_name);
         if (part.is_collection()) {
             const Part element = element_of(part);

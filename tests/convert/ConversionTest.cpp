@@ -11,35 +11,21 @@
 #include <gtest/gtest.h>
 
 #include "tests/convert/FakeRecording.hpp"
+#include "tests/convert/conversions.hpp"
 #include "tests/support/case_files.hpp"
 
 namespace zun::convert {
 
 namespace fs = std::filesystem;
 using test::CaseName;
+using test::convert_all;
 using test::FakeRecording;
+using test::files_in;
+using test::fresh_folder;
 
 namespace {
 
 const char* const reading = "int32 id\nstring text\nint32[] list\nuint8[] blob\n";
-
-/// A folder of its own for each test.
-fs::path fresh_folder() {
-    const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string(test->test_suite_name()) + test->name();
-    std::replace(name.begin(), name.end(), '/', '_');
-    const fs::path folder = fs::path(testing::TempDir()) / ("convert_" + name);
-    fs::remove_all(folder);
-    return folder;
-}
-
-std::map<std::string, std::string> files_in(const fs::path& folder) {
-    std::map<std::string, std::string> files;
-    if (!fs::exists(folder)) return files;
-    for (const auto& entry : fs::directory_iterator(folder))
-        files[entry.path().filename().string()] = test::read_file(entry.path());
-    return files;
-}
 
 /// Three readings on /a, one second apart from 10 s on.
 FakeRecording three_readings() {
@@ -50,12 +36,6 @@ FakeRecording three_readings() {
     fake.batches.emplace_back();
     fake.add(a, 12'000'000'000, R"({"id": 3, "text": "a,b", "list": [7, 8, 9], "blob": []})");
     return fake;
-}
-
-Report convert_all(FakeRecording& fake, Settings settings, const fs::path& folder, const Watch& watch = {}) {
-    Report report;
-    Conversion(std::move(settings), {FakeRecording::recording(fake, folder)}, watch).run(report);
-    return report;
 }
 
 std::string text_of(const Report& report) {

@@ -37,8 +37,8 @@ TEST(LengthMeter, KeepsTheLongestOfAllSamplesAndElements) {
 }
 
 TEST(LengthMeter, HasNoFieldsInExcludedMembers) {
-    const auto whole = std::make_shared<const Exclusions>(Exclusions{.whole = true});
-    const auto excluded = std::make_shared<const Exclusions>(Exclusions{.members = {{"a", whole}}});
+    const auto whole = std::make_shared<const View>(View{.shape = View::Shape::EXCLUDED});
+    const auto excluded = std::make_shared<const View>(View{.members = {{"a", whole}}});
     const auto part = structure({{"b", bytes}});
     LengthMeter meter(structure({{"a", sequence_type(part)}, {"c", bytes}}), "topic", Writer::UNKNOWN,
                       excluded);
