@@ -156,6 +156,26 @@ void add_columns_choice(CLI::App& command, Request& request) {
         "a row for each element of these sequences, side by side, with its index in a column [i]; "
         "markers[*].points gives a row for each point of each marker")
         ->group("Which columns");
+    const auto blobs = [&settings](convert::Blobs how) { return [&settings, how] { settings.blobs = how; }; };
+    add_choice(command, "--blobs",
+               {{"auto", blobs(convert::Blobs::AUTO)},
+                {"columns", blobs(convert::Blobs::COLUMNS)},
+                {"length", blobs(convert::Blobs::LENGTH)},
+                {"skip", blobs(convert::Blobs::SKIP)},
+                {"hex", blobs(convert::Blobs::HEX)},
+                {"base64", blobs(convert::Blobs::BASE64)}},
+               "arrays and sequences of bytes: a column for each byte, their number, nothing, or all of "
+               "them as one text; auto: columns up to 64 bytes, else their number")
+        ->group("Which columns");
+    command
+        .add_flag("--text-arrays", settings.text_arrays,
+                  "arrays and sequences of characters as one text, up to their first zero")
+        ->group("Which columns");
+    add_choice(command, "--stamps",
+               {{"split", [&] { settings.joined_stamps = false; }},
+                {"joined", [&] { settings.joined_stamps = true; }}},
+               "times of seconds and nanoseconds: two columns, or one in the form of --time-format")
+        ->group("Which columns");
 }
 
 void add_limits(CLI::App& command, Request& request) {
@@ -183,11 +203,6 @@ void add_limits(CLI::App& command, Request& request) {
                     "columns that a topic may have; its longest sequences are held to 1000 elements to fit")
         ->type_name("N")
         ->capture_default_str()
-        ->group(group);
-    add_choice(command, "--blobs",
-               {{"columns", [&] { settings.blobs = cdr::View::Shape::PARTS; }},
-                {"skip", [&] { settings.blobs = cdr::View::Shape::EXCLUDED; }}},
-               "members that are arrays or sequences of bytes: a column for each byte, or none at all")
         ->group(group);
 }
 

@@ -34,6 +34,12 @@ struct ConvertRequest : Request {
     ProgressLine::When progress = ProgressLine::When::ON_TERMINALS;
 };
 
+void choose_clock(convert::Settings& settings, const std::string& word) {
+    using convert::Clock;
+    settings.clock = word == "reception" ? Clock::RECEPTION : word == "source" ? Clock::SOURCE : Clock::FIELD;
+    settings.clock_field = settings.clock == Clock::FIELD ? word : "";
+}
+
 void add_cell_values(CLI::App& command, convert::Settings& settings) {
     using convert::Clock;
     using convert::TimeFormat;
@@ -58,17 +64,22 @@ void add_cell_values(CLI::App& command, convert::Settings& settings) {
          {"raw", [&] { settings.invalid_text = InvalidText::RAW; }}},
         "what becomes of bytes in strings that are not UTF-8, and of zeros: \\xff, U+FFFD, or as they are")
         ->group(group);
-    add_choice(command, "--time-format",
-               {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},
-                {"seconds", write_times(TimeFormat::SECONDS)},
-                {"rfc3339", write_times(TimeFormat::RFC3339)}},
-               "how times are written, exact in each form")
+    add_choice(
+        command, "--time-format",
+        {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},
+         {"seconds", write_times(TimeFormat::SECONDS)},
+         {"rfc3339", write_times(TimeFormat::RFC3339)},
+         {"elapsed", write_times(TimeFormat::ELAPSED)}},
+        "how times are written, exact in each form; elapsed: seconds since the recording's first message")
         ->group(group);
-    CLI::Option* const clock = add_choice(command, "--clock",
-                                          {{"reception", [&] { settings.clock = Clock::RECEPTION; }},
-                                           {"source", [&] { settings.clock = Clock::SOURCE; }}},
-                                          "the time before a row: of recording, or of sending")
-                                   ->group(group);
+    CLI::Option* const clock =
+        add_parsed(
+            command, "--clock", "reception|source|FIELD",
+            [&](const std::string& word) { choose_clock(settings, word); },
+            "the time before a row: of recording, of sending, or what a field of the message says "
+            "(header.stamp, or header for short)")
+            ->default_str("reception")
+            ->group(group);
     command
         .add_flag_callback(
             "--source-timestamp", [&] { settings.clock = Clock::BOTH; }, "both times")

@@ -20,10 +20,14 @@ std::string option_of(const convert::Advice& advice) {
             return "--blobs columns";
         case SKIP_BLOBS:
             return "--blobs skip";
+        case BLOB_FILES:
+            return "--blobs files";
         case INVALID_TEXT:
             return "--invalid-text";
         case OVERWRITE:
             return "--overwrite";
+        case CLOCK:
+            return "--clock " + quoted;
         case EXPLODE:
             return "--explode " + quoted;
     }

@@ -35,22 +35,68 @@ std::string in_quotes(const std::string& text) {
     return '\'' + text + '\'';
 }
 
-void add_hints(const Topic& topic, const Limits& limits, TopicReport& report) {
+void add_hints(const Topic& topic, const Limits& limits, const std::string& clock_field,
+               TopicReport& report) {
     const Accepted& accepted = *topic.accepted();
     std::vector<Reason>& hints = report.hints;
     hints.insert(hints.end(), accepted.hints.begin(), accepted.hints.end());
     if (accepted.other_type)
         hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
                                             ", whose file is " + accepted.file});
-    for (const std::string& name : excluded_names(accepted.root()))
+    for (const auto& [name, type] : parts_of_shape(accepted.root(), cdr::View::Shape::EXCLUDED))
         hints.push_back(
             {"left-out", in_quotes(name) + " is left out; " + Advice{Setting::KEEP_BLOBS} + " keeps it"});
+    if (!accepted.clock && !clock_field.empty())
+        hints.push_back({"clock", "it has no time in " + in_quotes(clock_field) +
+                                      "; its rows have the time of reception"});
     for (const Limits::Field& field : limits.fields())
         if (field.blob && field.limit >= wide_blob && field.limit > report.columns / 2)
             hints.push_back({"blob", in_quotes(field.full_name) + " holds bytes and takes " +
                                          std::to_string(field.limit) + " of " +
                                          std::to_string(report.columns) + " columns; " +
                                          Advice{Setting::SKIP_BLOBS} + " leaves them out"});
+}
+
+/// Lets the lengths of long sequences of bytes stand for them, where no rule of the user's asks for columns.
+/// Whether there are any.
+bool show_lengths(Accepted& accepted, const Limits& limits) {
+    bool any = false;
+    for (const Limits::Field& field : limits.fields()) {
+        const bool asked_for = field.origin == Limits::Origin::RULE || !field.element_rules.empty();
+        if (!field.blob || field.limit <= most_blob_columns || asked_for) continue;
+        accepted.request.named[field.full_name] = cdr::View::Shape::LENGTH;
+        accepted.blob_lengths[field.full_name] = field.limit;
+        any = true;
+    }
+    if (any) accepted.view = view_of(accepted.type, accepted.request);
+    return any;
+}
+
+/// Adds "/camera: data, up to 921,600 bytes" for each field of which only the length is shown.
+void add_left_out(const Accepted& accepted, const std::string& topic, std::vector<std::string>& notes) {
+    if (accepted.request.blobs != Blobs::AUTO) return;
+    for (const auto& [name, type] : parts_of_shape(accepted.root(), cdr::View::Shape::LENGTH)) {
+        const auto longest = accepted.blob_lengths.find(name);
+        std::string note = topic + ": " + name;
+        if (longest != accepted.blob_lengths.end())
+            note += ", up to " + with_separators(longest->second) + " bytes";
+        else
+            note +=
+                ", " + with_separators(core::xtypes::ArrayTypeImpl(type).total_element_count()) + " bytes";
+        notes.push_back(std::move(note));
+    }
+}
+
+Reason left_out_note(const std::vector<std::string>& notes) {
+    constexpr std::size_t most_named = 10;
+    std::string names;
+    for (std::size_t i = 0; i < std::min(notes.size(), most_named); ++i)
+        names += notes[i] + "; ";
+    if (notes.size() > most_named) names += counted(notes.size() - most_named, "other") + "; ";
+    return {"blobs",
+            "left out by default: " + names + Advice{Setting::BLOB_FILES} +
+                (notes.size() == 1 ? " keeps it" : " keeps them"),
+            notes};
 }
 
 /// Whether a limits file says something about every sequence of a topic.
@@ -150,7 +196,7 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
             std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index),
                                            kept_batches_bytes / std::min(recordings_.size(), most_kept_runs));
         add_names(run->stream());
-        note_explosions(run->topics());
+        note_fields(run->topics());
         set_span(report, run->stream().summary());
         if (!run->kept_files().empty())
             report.hints.push_back(
@@ -183,7 +229,7 @@ void Conversion::prepare(Report& report) {
         kept_runs_[i] = std::move(run);
         ++kept;
     }
-    check_explosions();
+    check_fields();
 }
 
 void Conversion::measure(RecordingRun& run) {
@@ -194,28 +240,36 @@ void Conversion::measure(RecordingRun& run) {
     lengths_are_sure_ = lengths_are_sure_ && measured.whole;
 }
 
-/// Refuses the topic where it does not fit with its limits.
-Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
+/// The limits of a topic, whatever number of columns they make.
+Limits Conversion::wanted_limits(const Topic& topic) {
     Limits limits = topic.accepted()->plain_limits();
     const auto measured = lengths_.find(topic.identity);
     if (measured != lengths_.end()) limits.set(measured->second, Limits::Origin::MEASURED);
     if (settings_.limits) {
         const auto given = settings_.limits->find(topic.name);
         if (given != settings_.limits->end()) limits.set(given->second, Limits::Origin::FILE);
-        if (settings_.fit && !names_all(*settings_.limits, topic))
-            report.hints.push_back(
-                {"limits-file", Advice{Setting::LIMITS_FILE} +
-                                    (given == settings_.limits->end()
-                                         ? " does not name the topic; its lengths are measured"
-                                         : " does not name all its sequences; the others are measured")});
     }
     limits.apply(settings_.rules, topic.name, rule_outcomes_);
+    return limits;
+}
+
+/// Refuses the topic where it does not fit with its limits.
+Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
+    if (settings_.limits && settings_.fit && !names_all(*settings_.limits, topic))
+        report.hints.push_back(
+            {"limits-file", Advice{Setting::LIMITS_FILE} +
+                                (settings_.limits->count(topic.name) == 0
+                                     ? " does not name the topic; its lengths are measured"
+                                     : " does not name all its sequences; the others are measured")});
+    Limits limits = wanted_limits(topic);
+    if (settings_.blobs == Blobs::AUTO && show_lengths(*topic.accepted(), limits))
+        limits = wanted_limits(topic);
     limits.hold(settings_.most_columns);
     report.columns = limits.columns();
     if (report.columns > settings_.most_columns)
         topic.plan = too_wide(limits.blame(), report.columns, settings_.most_columns);
     else
-        add_hints(topic, limits, report);
+        add_hints(topic, limits, settings_.clock_field, report);
     return limits;
 }
 
@@ -223,6 +277,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     auto run = kept_runs_[index] ? std::move(kept_runs_[index]) : open(index, report);
     if (!run) return;
     std::vector<Limits> limits;
+    std::vector<std::string> left_out;
     for (Topic& topic : run->topics()) {
         TopicReport& entry = report.topics.emplace_back(TopicReport{topic.name, topic.type_name});
         entry.messages = topic.message_count;
@@ -230,10 +285,12 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
         if (const Accepted* const accepted = topic.accepted()) {
             entry.file = accepted->file;
             report.built_in.insert(accepted->built_in.begin(), accepted->built_in.end());
+            add_left_out(*accepted, topic.name, left_out);
         } else {
             entry.refusal = *topic.refusal();
         }
     }
+    if (!left_out.empty()) report.hints.push_back(left_out_note(left_out));
     const std::unique_ptr<Output> output = make_output(index, run->topics());
     const auto settle_all = [&] {
         for (std::size_t i = 0; i < limits.size(); ++i)
@@ -294,18 +351,22 @@ void Conversion::add_notes(Report& report) const {
             report.notes.push_back(rule_note(settings_.rules[i], rule_outcomes_[i].lost_to));
 }
 
-void Conversion::note_explosions(const std::vector<Topic>& topics) {
+void Conversion::note_fields(const std::vector<Topic>& topics) {
     for (const Topic& topic : topics) {
         const Accepted* const accepted = topic.accepted();
         if (accepted == nullptr) continue;
         accepted_any_ = true;
+        clock_met_ = clock_met_ || accepted->clock;
         for (const auto& [rule, outcome] : accepted->exploded)
             exploded_[rule].add(outcome);
     }
 }
 
-/// Throws WrongUsage for a rule that no topic follows.
-void Conversion::check_explosions() const {
+/// Throws WrongUsage for a field that no topic has.
+void Conversion::check_fields() const {
+    if (accepted_any_ && !settings_.clock_field.empty() && !clock_met_)
+        throw WrongUsage(Advice{Setting::CLOCK, settings_.clock_field} +
+                         Sentence(": no topic has such a field of seconds and nanoseconds"));
     for (std::size_t i = 0; accepted_any_ && i < settings_.explode.size(); ++i) {
         const auto found = exploded_.find(i);
         if (found != exploded_.end() && found->second.followed) continue;
@@ -334,7 +395,7 @@ LimitsByTopic Conversion::measure(Report& report) {
         }
         entry.finished = true;
     }
-    check_explosions();
+    check_fields();
     if (settings_.start || settings_.end) tell_spans_missed(report);
     add_notes(report);
     return by_name;
@@ -345,7 +406,7 @@ Limits Conversion::plan(const std::string& name) {
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
         RecordingRun run(recordings_[i], types_, settings_, watch_of(i), 0);
         add_names(run.stream());
-        note_explosions(run.topics());
+        note_fields(run.topics());
         measure(run);
         for (const Topic& topic : run.topics())
             if (topic.name == name && (!found || found->refusal() != nullptr)) found = topic;
@@ -353,7 +414,7 @@ Limits Conversion::plan(const std::string& name) {
     if (!found)
         throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name) +
                                  nearest_topics(name));
-    check_explosions();
+    check_fields();
     TopicReport unused;
     Limits limits = found->accepted() != nullptr ? limits_of(*found, unused) : Limits();
     if (const Reason* const refusal = found->refusal()) throw Refusal(name + ": " + refusal->text);

@@ -63,12 +63,13 @@ private:
     Watch watch_of(std::size_t index) const;
     void add_names(const input::MessageStream& stream);
     std::string nearest_topics(const std::string& name) const;
-    void note_explosions(const std::vector<Topic>& topics);
-    void check_explosions() const;
+    void note_fields(const std::vector<Topic>& topics);
+    void check_fields() const;
     void prepare(Report& report);
     void measure(RecordingRun& run);
     void convert(std::size_t index, RecordingReport& report);
     std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
+    Limits wanted_limits(const Topic& topic);
     Limits limits_of(Topic& topic, TopicReport& report);
 
     const Settings settings_;
@@ -81,6 +82,7 @@ private:
     std::vector<RuleOutcome> rule_outcomes_;          // by rule
     std::map<std::size_t, ExplodeOutcome> exploded_;  // by rule
     bool accepted_any_ = false;                       // some topic that was met
+    bool clock_met_ = false;                          // some of those has the field that is the clock
     /// By recording, with the batches that they have kept; null where it is opened again.
     std::vector<std::unique_ptr<RecordingRun>> kept_runs_;
 };

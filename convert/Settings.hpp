@@ -32,13 +32,16 @@ struct Settings {
     std::string empty_text = "nil";
     bool enum_as_string = true;
     Clock clock = Clock::RECEPTION;
+    std::string clock_field = {};  ///< full name of a stamp, or of what has a member "stamp"
     TimeFormat time_format = TimeFormat::NANOSECONDS;
 
     bool fit = true;                           ///< limits from the data
     std::optional<LimitsByTopic> limits = {};  ///< by topic, instead of measuring
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
-    cdr::View::Shape blobs = cdr::View::Shape::PARTS;  ///< of arrays and sequences of bytes
+    Blobs blobs = Blobs::AUTO;
+    bool text_arrays = false;    ///< arrays and sequences of characters are one text
+    bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
     std::vector<ExplodeRule> explode = {};
     printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs

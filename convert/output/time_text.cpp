@@ -224,14 +224,16 @@ void refuse_seconds(const std::string& text) {
 
 }  // namespace
 
-void append_time(std::string& text, Time time, TimeFormat format) {
-    switch (format) {
+void append_time(std::string& text, Time time, const TimeStyle& style) {
+    switch (style.format) {
         case TimeFormat::NANOSECONDS:
             return append_count(text, time, false);
         case TimeFormat::SECONDS:
             return append_count(text, time, true);
         case TimeFormat::RFC3339:
             return append_rfc3339(text, time);
+        case TimeFormat::ELAPSED:
+            return append_count(text, sum(time, negated(style.origin)), true);
     }
 }
 

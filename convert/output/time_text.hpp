@@ -14,12 +14,20 @@ enum class TimeFormat : std::uint8_t {
     NANOSECONDS,  ///< "1700000000123456789"
     SECONDS,      ///< "1700000000.123456789"
     RFC3339,      ///< "2023-11-14T22:13:20.123456789Z"
+    ELAPSED,      ///< "12.000000000", seconds since an origin
 };
 
-/// Which of a message's two times stand before its row.
-enum class Clock : std::uint8_t { RECEPTION, SOURCE, BOTH };
+struct TimeStyle {
+    TimeStyle(TimeFormat form, input::Time from = {}) : format(form), origin(from) {}
+    TimeFormat format;
+    input::Time origin;  ///< of ELAPSED
+};
 
-void append_time(std::string& text, input::Time time, TimeFormat format);
+/// Which time of a message stands before its row: one of the two that the recording has, both, or one of its
+/// own fields.
+enum class Clock : std::uint8_t { RECEPTION, SOURCE, BOTH, FIELD };
+
+void append_time(std::string& text, input::Time time, const TimeStyle& style);
 
 /// A moment as a user names it: from 1970, from a recording's first message or from its last.
 struct TimeBound {

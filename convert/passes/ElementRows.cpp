@@ -68,7 +68,7 @@ ElementRows::ElementRows(const Columns& columns, const cdr::View& view)
 }
 
 cdr::Findings ElementRows::print(printing::SamplePrinter& printer, const std::string& source,
-                                 std::span<const std::byte> payload, printing::ValueWriter* values) {
+                                 std::span<const std::byte> payload, printing::ValueWriter& values) {
     has_next_ = false;
     cdr::Findings findings;
     for (bool printed = false; !printed;) {
@@ -80,7 +80,7 @@ cdr::Findings ElementRows::print(printing::SamplePrinter& printer, const std::st
             printed_[i].ends.clear();
             printed_[i].firsts.clear();
         }
-        findings = printer.print(*common_.sheet.native(), common_.context, payload, values, printed_);
+        findings = printer.print(*common_.sheet.native(), common_.context, payload, &values, printed_);
         printed = common_.sheet.holds(common_.context, source);
         for (Printed& each : elements_)
             printed = each.sheet.holds(each.context, source) && printed;

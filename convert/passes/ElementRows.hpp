@@ -30,7 +30,7 @@ public:
 
     /// Prints a message; its rows are then to be made. Throws as SamplePrinter::print().
     cdr::Findings print(printing::SamplePrinter& printer, const std::string& source,
-                        std::span<const std::byte> payload, printing::ValueWriter* values);
+                        std::span<const std::byte> payload, printing::ValueWriter& values);
 
     bool has_next() const { return has_next_; }
     /// Appends the next row of the message without its line end.

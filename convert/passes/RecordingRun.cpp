@@ -24,6 +24,18 @@ std::vector<std::string> take_existing(std::vector<Topic>& topics, const std::fi
     return files;
 }
 
+TopicChoice choice_of(const Settings& settings) {
+    return {.filter = settings.topics,
+            .view = {.named = {},
+                     .blobs = settings.blobs,
+                     .text_arrays = settings.text_arrays,
+                     .joined_stamps = settings.joined_stamps},
+            .explode = settings.explode,
+            .clock_field = settings.clock_field,
+            .most_columns = settings.most_columns,
+            .writer = settings.writer};
+}
+
 }  // namespace
 
 RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
@@ -31,9 +43,7 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
     : settings_(settings),
       watch_(std::move(watch)),
       stream_(recording.open()),
-      topics_(topics_of(
-          *stream_, types,
-          {settings.topics, settings.blobs, settings.explode, settings.most_columns, settings.writer})),
+      topics_(topics_of(*stream_, types, choice_of(settings))),
       kept_files_(settings.skip_existing && !settings.to_stdout ? take_existing(topics_, recording.folder)
                                                                 : std::vector<std::string>()),
       batches_(*stream_, selection(), kept_bytes) {}
@@ -75,7 +85,8 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
         add_problem(report, problem, settings_.strict);
     const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
     Pass pass("converting", topics_, stream_->channels().size(), settings_.every, watch_);
-    RowPass converting(topics_, settings_, limits, lengths, output, report);
+    const TimeStyle times(settings_.time_format, stream_->summary().first.value_or(input::Time()));
+    RowPass converting(topics_, settings_, times, limits, lengths, output, report);
     converting.write_headers();
     batches_.start();
     run_steps(settings_.jobs, [&] {
@@ -96,7 +107,7 @@ void RecordingRun::count_missing(RecordingReport& report, std::uint64_t lost) co
         if (topics_[i].accepted() == nullptr) continue;
         const std::uint64_t counted = topics_[i].message_count / settings_.every +
                                       (topics_[i].message_count % settings_.every > 0 ? 1 : 0);
-        const std::uint64_t met = report.topics[i].rows + report.topics[i].unreadable;
+        const std::uint64_t met = report.topics[i].converted + report.topics[i].unreadable;
         missing += counted > met ? counted - met : 0;
     }
     report.messages_missing = missing > lost ? missing - lost : 0;

@@ -15,9 +15,9 @@ constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one
 
 }  // namespace
 
-TopicRows::TopicRows(const Topic& topic, const Settings& settings, const Limits& limits,
-                     const Lengths* lengths)
-    : topic_(topic), settings_(settings), columns_(limits) {
+TopicRows::TopicRows(const Topic& topic, const Settings& settings, const TimeStyle& times,
+                     const Limits& limits, const Lengths* lengths)
+    : topic_(topic), settings_(settings), times_(times), columns_(limits) {
     columns_.settings.empty_member_value_representation(settings.empty_text)
         .enum_as_string(settings.enum_as_string)
         .include_source_timestamp(settings.clock == Clock::BOTH);
@@ -37,7 +37,7 @@ std::string TopicRows::header() {
 }
 
 std::unique_ptr<RowWriter> TopicRows::take_converter() {
-    return converters_.take([&] { return std::make_unique<RowWriter>(topic_, columns_, settings_); });
+    return converters_.take([&] { return std::make_unique<RowWriter>(topic_, columns_, settings_, times_); });
 }
 
 std::unique_ptr<cdr::LengthMeter> TopicRows::take_meter() {
@@ -81,6 +81,7 @@ public:
     }
 
     void add_to(TopicReport& report) const {
+        report.converted += converted_;
         report.unreadable += unreadable_;
         report.left_over += left_over_;
         report.unknown_members += unknown_members_;
@@ -93,6 +94,7 @@ public:
 
 private:
     void count(const cdr::Findings& findings) {
+        ++converted_;
         left_over_ += findings.left_over > cdr::Findings::most_padding ? 1 : 0;
         unknown_members_ += findings.unknown_members ? 1 : 0;
         absent_members_ += findings.absent_members ? 1 : 0;
@@ -103,13 +105,14 @@ private:
         ++unreadable_;
         if (reasons_.size() >= reasons_kept) return;
         std::string reason = "at ";
-        append_time(reason, message.log_time, work_.settings_.time_format);
+        append_time(reason, message.log_time, work_.times_);
         reasons_.push_back(reason + ": " + problem.what());
     }
 
     TopicRows& work_;
     std::unique_ptr<RowWriter> converter_;
     std::unique_ptr<cdr::LengthMeter> meter_;
+    std::uint64_t converted_ = 0;
     std::uint64_t unreadable_ = 0;
     std::uint64_t left_over_ = 0;
     std::uint64_t unknown_members_ = 0;
@@ -180,14 +183,15 @@ private:
     std::deque<std::pair<std::size_t, TopicRows::Rows>> rows_;
 };
 
-RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings,
+RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings, const TimeStyle& times,
                  const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
                  Output& output, RecordingReport& report)
     : settings_(settings), output_(output), report_(report), work_(topics.size()) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
         if (topics[i].accepted() == nullptr) continue;
         const auto known = lengths.find(topics[i].identity);
-        work_[i].emplace(topics[i], settings, limits[i], known == lengths.end() ? nullptr : &known->second);
+        work_[i].emplace(topics[i], settings, times, limits[i],
+                         known == lengths.end() ? nullptr : &known->second);
         report.topics[i].cuts = work_[i]->cuts();
     }
 }

@@ -20,9 +20,11 @@ namespace zun::convert {
 /// One topic, for all threads.
 class TopicRows {
 public:
-    /// `topic`, `settings`, `limits`  must outlive this
-    /// `lengths`                      the longest of each field, where they are known
-    TopicRows(const Topic& topic, const Settings& settings, const Limits& limits, const Lengths* lengths);
+    /// All must outlive this.
+    ///
+    /// `lengths`  the longest of each field, where they are known
+    TopicRows(const Topic& topic, const Settings& settings, const TimeStyle& times, const Limits& limits,
+              const Lengths* lengths);
 
     /// For one thread at a time: takes what it needs, and gives it back.
     class Rows;
@@ -36,6 +38,7 @@ private:
 
     const Topic& topic_;
     const Settings& settings_;
+    const TimeStyle& times_;
     Columns columns_;
     std::optional<CutSlots> cut_slots_;  // none when nothing can be cut
     Pool<RowWriter> converters_;
@@ -51,8 +54,9 @@ public:
     ///
     /// `limits`  by topic
     /// `report`  its topics are `topics`
-    RowPass(const std::vector<Topic>& topics, const Settings& settings, const std::vector<Limits>& limits,
-            const std::map<std::string, Lengths>& lengths, Output& output, RecordingReport& report);
+    RowPass(const std::vector<Topic>& topics, const Settings& settings, const TimeStyle& times,
+            const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths, Output& output,
+            RecordingReport& report);
 
     /// Writes the header of every topic that has a file.
     void write_headers();

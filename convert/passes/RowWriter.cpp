@@ -8,9 +8,11 @@ constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one
 
 }  // namespace
 
-RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings& settings)
+RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings& settings,
+                     const TimeStyle& times)
     : topic_(topic),
-      settings_(settings),
+      times_(topic, settings, times),
+      values_(times),
       sheet_(columns.settings, columns.types.row),
       printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
                topic.accepted()->view) {
@@ -19,9 +21,10 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
 }
 
 cdr::Findings RowWriter::append_rows(const input::Message& message) {
-    append_times(message);
+    time_text_.clear();
+    times_.append(time_text_, message);
     if (!elements_) return append_row(message);
-    const cdr::Findings findings = elements_->print(printer_, topic_.name, message.data, nullptr);
+    const cdr::Findings findings = elements_->print(printer_, topic_.name, message.data, values_);
     append_more();
     return findings;
 }
@@ -30,8 +33,8 @@ cdr::Findings RowWriter::append_row(const input::Message& message) {
     for (;;) {
         // The context counts from the start of the sheet, as the format does.
         ZUNXMLSaveContext context = sheet_.context(size_);
-        ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
-        const cdr::Findings findings = printer_.print(*sheet_.native(), context, message.data);
+        ZUNXMLSaveContext_append(&context, time_text_.data(), time_text_.size());
+        const cdr::Findings findings = printer_.print(*sheet_.native(), context, message.data, &values_);
         ZUNXMLSaveContext_appendString(&context, "\n");
         if (!sheet_.holds(context, topic_.name)) continue;
         size_ = context.length;
@@ -43,20 +46,11 @@ cdr::Findings RowWriter::append_row(const input::Message& message) {
 void RowWriter::append_more() {
     const std::size_t before = element_rows_.size();
     while (elements_->has_next() && element_rows_.size() - before < most_waiting_bytes) {
-        element_rows_ += times_;
+        element_rows_ += time_text_;
         elements_->append_next(element_rows_);
         element_rows_ += '\n';
         ++row_count_;
     }
-}
-
-void RowWriter::append_times(const input::Message& message) {
-    times_.clear();
-    const bool source_only = settings_.clock == Clock::SOURCE;
-    append_time(times_, source_only ? message.publish_time : message.log_time, settings_.time_format);
-    if (settings_.clock != Clock::BOTH) return;
-    times_ += ',';
-    append_time(times_, message.publish_time, settings_.time_format);
 }
 
 std::string_view RowWriter::rows() const {

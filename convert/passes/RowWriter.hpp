@@ -13,7 +13,9 @@
 #include <string_view>
 
 #include "convert/Settings.hpp"
+#include "convert/passes/CellValues.hpp"
 #include "convert/passes/ElementRows.hpp"
+#include "convert/passes/RowTimes.hpp"
 #include "convert/passes/Sheet.hpp"
 #include "convert/plan/Columns.hpp"
 #include "convert/plan/Topic.hpp"
@@ -25,7 +27,7 @@ namespace zun::convert {
 class RowWriter {
 public:
     /// All must outlive the writer.
-    RowWriter(const Topic& topic, const Columns& columns, const Settings& settings);
+    RowWriter(const Topic& topic, const Columns& columns, const Settings& settings, const TimeStyle& times);
 
     std::string header() const { return sheet_.header(); }  ///< with line end
 
@@ -44,11 +46,11 @@ public:
 
 private:
     cdr::Findings append_row(const input::Message& message);
-    void append_times(const input::Message& message);
 
     const Topic& topic_;
-    const Settings& settings_;
-    std::string times_;  // of one message
+    RowTimes times_;
+    CellValues values_;
+    std::string time_text_;  // of one message
     Sheet sheet_;
     std::uint32_t size_ = 0;               // of the rows on the sheet
     std::optional<ElementRows> elements_;  // where elements have rows of their own

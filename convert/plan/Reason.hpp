@@ -29,8 +29,10 @@ struct Advice {
         MOST_COLUMNS,
         KEEP_BLOBS,
         SKIP_BLOBS,
+        BLOB_FILES,
         INVALID_TEXT,
         OVERWRITE,
+        CLOCK,
         EXPLODE,  ///< the value is a rule, "/scan:ranges,intensities"
     };
     Setting setting;

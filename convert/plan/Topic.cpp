@@ -6,7 +6,6 @@
 
 #include "convert/plan/file_names.hpp"
 #include "convert/plan/layouts.hpp"
-#include "convert/plan/view.hpp"
 #include "platform/cdr/SampleDecoder.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
 
@@ -113,8 +112,7 @@ constexpr std::uint64_t most_sequences = 1U << 20U;
 constexpr std::uint64_t most_sequences_blamed = 1U << 14U;
 
 /// Adds the sequences that rules for the topic name.
-void explode(const std::string& topic, Accepted& accepted, const std::vector<ExplodeRule>& rules,
-             ViewRequest& request) {
+void explode(const std::string& topic, Accepted& accepted, const std::vector<ExplodeRule>& rules) {
     std::vector<std::string> fields;
     for (std::size_t i = 0; i < rules.size(); ++i) {
         if (!rules[i].topic.empty() && !matches(rules[i].topic, topic)) continue;
@@ -127,7 +125,7 @@ void explode(const std::string& topic, Accepted& accepted, const std::vector<Exp
         if (!follows) continue;
         fields = std::move(more);
         for (const std::string& field : explosion.fields)
-            request.named[field] = cdr::View::Shape::ROWS;
+            accepted.request.named[field] = cdr::View::Shape::ROWS;
     }
 }
 
@@ -139,9 +137,10 @@ void choose_columns(Topic& topic, const TopicChoice& choice) {
             Refused{{"too-wide", "its type has more than " + std::to_string(most_sequences) + " sequences"}};
         return;
     }
-    ViewRequest request{.named = {}, .blobs = choice.blobs};
-    explode(topic.name, accepted, choice.explode, request);
-    accepted.view = view_of(accepted.type, request);
+    accepted.request = choice.view;
+    explode(topic.name, accepted, choice.explode);
+    accepted.view = view_of(accepted.type, accepted.request);
+    if (!choice.clock_field.empty()) accepted.clock = clock_view_of(accepted.type, choice.clock_field);
     const Part root = accepted.root();
     const PartCounts::Counts counts = PartCounts(root).of(root);
     if (counts.columns <= choice.most_columns) return;

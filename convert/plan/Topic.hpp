@@ -19,6 +19,7 @@
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Reason.hpp"
 #include "convert/plan/explode.hpp"
+#include "convert/plan/view.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/View.hpp"
@@ -46,8 +47,11 @@ struct Accepted {
     std::set<std::string> built_in = {};                  ///< types that only the tool itself defines
     std::vector<Reason> hints = {};                       ///< what was assumed about the type
     std::map<std::size_t, ExplodeOutcome> exploded = {};  ///< by index of the rules for the topic
-    std::shared_ptr<const cdr::View> view = {};  ///< what has columns, and how; null for all as it is
-    bool other_type = false;                     ///< an earlier entry has this topic with another type
+    ViewRequest request = {};
+    std::map<std::string, std::uint32_t> blob_lengths = {};  ///< of fields whose length stands for them
+    std::shared_ptr<const cdr::View> clock = {};  ///< shows the row's time alone; null where no field has it
+    std::shared_ptr<const cdr::View> view = {};   ///< what has columns, and how; null for all as it is
+    bool other_type = false;                      ///< an earlier entry has this topic with another type
 
     /// What has columns.
     Part root() const { return Part(type, view.get()); }
@@ -85,8 +89,9 @@ struct Types {
 /// Which topics get files, and of what.
 struct TopicChoice {
     TopicFilter filter = {};
-    cdr::View::Shape blobs = cdr::View::Shape::PARTS;
+    ViewRequest view = {};  ///< for every topic
     std::vector<ExplodeRule> explode = {};
+    std::string clock_field = {};
     std::uint64_t most_columns = 16'384;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages of types that are not ROS 2's
 };

@@ -16,12 +16,19 @@ void visit_members(const ComplexType& type, const MemberVisitor& visit) {
         visit(type.member(i).name(), type.member(i).type());
 }
 
-void add_excluded_names(std::vector<std::string>& names, const Part& part) {
-    if (part.view == nullptr) return;
-    if (part.view->shape == Shape::EXCLUDED) return names.push_back(part.full_name);
-    if (part.is_collection()) return add_excluded_names(names, element_of(part));
-    for_each_member(part.type, [&](const std::string& name, const DynamicTypeImpl& type) {
-        add_excluded_names(names, Part(type, part.view->member(name), joined(part.full_name, name)));
+using NamedTypes = std::vector<std::pair<std::string, DynamicTypeImpl>>;
+
+void add_parts(NamedTypes& parts, const DynamicTypeImpl& declared, const cdr::View* view,
+               const std::string& full_name, Shape shape) {
+    if (view == nullptr) return;
+    const DynamicTypeImpl type = declared.resolved();
+    if (view->shape == shape) parts.emplace_back(full_name, type);
+    if (view->element)
+        add_parts(parts, CollectionTypeImpl(type).content_type(), view->element.get(),
+                  full_name + any_indices(type), shape);
+    if (view->members.empty()) return;
+    for_each_member(type, [&](const std::string& name, const DynamicTypeImpl& member) {
+        add_parts(parts, member, view->member(name), joined(full_name, name), shape);
     });
 }
 
@@ -58,10 +65,10 @@ void for_each_member(const Part& part, const PartVisitor& visit) {
     });
 }
 
-std::vector<std::string> excluded_names(const Part& part) {
-    std::vector<std::string> names;
-    add_excluded_names(names, part);
-    return names;
+NamedTypes parts_of_shape(const Part& part, Shape shape) {
+    NamedTypes parts;
+    add_parts(parts, part.type, part.view, part.full_name, shape);
+    return parts;
 }
 
 Part element_of(const Part& collection) {

@@ -51,8 +51,9 @@ void for_each_member(const core::xtypes::DynamicTypeImpl& type, const MemberVisi
 /// element, which is called "markers[*]".
 void for_each_member(const Part& part, const PartVisitor& visit);
 
-/// The full names of the members of a part that are excluded.
-std::vector<std::string> excluded_names(const Part& part);
+/// The members and elements of a part that its view gives that shape, with their own types.
+std::vector<std::pair<std::string, core::xtypes::DynamicTypeImpl>> parts_of_shape(const Part& part,
+                                                                                  cdr::View::Shape shape);
 
 /// What stands for every element of a collection.
 Part element_of(const Part& collection);

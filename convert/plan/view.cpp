@@ -1,5 +1,8 @@
 #include "convert/plan/view.hpp"
 
+#include <algorithm>
+#include <initializer_list>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,6 +18,38 @@ namespace {
 using cdr::View;
 using Shape = View::Shape;
 using SharedView = std::shared_ptr<const View>;
+
+/// 0 for a sequence.
+std::uint32_t size_of_array(const DynamicTypeImpl& type) {
+    return type.kind() == TypeKind::ARRAY_TYPE ? ArrayTypeImpl(type).total_element_count() : 0;
+}
+
+bool is_text_array(const DynamicTypeImpl& type) {
+    const Part part(type);
+    if (!part.is_collection() || element_of(part).type.kind() != TypeKind::CHAR_8_TYPE) return false;
+    return part.is_sequence() || ArrayTypeImpl(type).dimension_count() == 1;
+}
+
+bool is_member_called(const StructTypeImpl& type, std::uint32_t index,
+                      std::initializer_list<const char*> names) {
+    const MemberImpl& member = type.member(index);
+    const TypeKind kind = member.type().resolved().kind();
+    return (kind == TypeKind::INT_32_TYPE || kind == TypeKind::UINT_32_TYPE) && !member.is_optional() &&
+           std::find(names.begin(), names.end(), std::string_view(member.name())) != names.end();
+}
+
+/// STAMP or DURATION for two numbers called seconds and nanoseconds, in some form; else PARTS.
+Shape shape_of_stamp(const DynamicTypeImpl& type) {
+    if (type.kind() != TypeKind::STRUCTURE_TYPE) return Shape::PARTS;
+    const StructTypeImpl structure(type);
+    if (structure.member_count() != 2 || structure.has_parent() || structure.bit_size() > 0 ||
+        !is_member_called(structure, 0, {"sec", "secs", "seconds"}) ||
+        !is_member_called(structure, 1, {"nanosec", "nanosecs", "nanoseconds", "nsec", "nsecs"}))
+        return Shape::PARTS;
+    const std::string name = type.name();
+    const std::size_t last = name.find_last_of(":/.") + 1;  // 0 without any
+    return name.substr(last).starts_with("Duration") ? Shape::DURATION : Shape::STAMP;
+}
 
 class ViewBuilder {
 public:
@@ -52,9 +87,29 @@ private:
     Shape shape_of(const DynamicTypeImpl& type, const std::string& full_name) const {
         const auto named = request_.named.find(full_name);
         if (named != request_.named.end()) return named->second;
-        const bool is_element = full_name.ends_with(']');
-        const bool one_of_many = is_element && request_.blobs == Shape::EXCLUDED;
-        return is_blob(type) && !one_of_many ? request_.blobs : Shape::PARTS;
+        if (is_blob(type)) return shape_of_blob(type, full_name.ends_with(']'));
+        if (request_.text_arrays && is_text_array(type)) return Shape::CHARACTERS;
+        return request_.joined_stamps ? shape_of_stamp(type) : Shape::PARTS;
+    }
+
+    Shape shape_of_blob(const DynamicTypeImpl& type, bool is_element) const {
+        switch (request_.blobs) {
+            case Blobs::AUTO:
+                return size_of_array(type) > most_blob_columns ? Shape::LENGTH : Shape::PARTS;
+            case Blobs::COLUMNS:
+                return Shape::PARTS;
+            case Blobs::SKIP:
+                return is_element ? Shape::PARTS : Shape::EXCLUDED;
+            case Blobs::LENGTH:
+                return Shape::LENGTH;
+            case Blobs::HEX:
+                return Shape::HEX;
+            case Blobs::BASE64:
+                return Shape::BASE64;
+            case Blobs::FILES:
+                return Shape::FILE;
+        }
+        return Shape::PARTS;
     }
 
     View rows_view(const std::string& full_name) const {
@@ -108,6 +163,28 @@ private:
     std::map<const TypeNode*, SharedView> known_;
 };
 
+/// `rest`  of the stamp's full name, from a member of `type` on
+SharedView stamp_in(const DynamicTypeImpl& type, std::string_view rest) {
+    const std::string_view name = rest.substr(0, rest.find('.'));
+    const std::string_view below = rest.substr(std::min(name.size() + 1, rest.size()));
+    if (type.resolved().kind() != TypeKind::STRUCTURE_TYPE) return nullptr;
+    static const auto excluded = std::make_shared<const View>(View{.shape = Shape::EXCLUDED});
+    View view;
+    SharedView stamp;
+    for_each_member(type.resolved(), [&](const std::string& member, const DynamicTypeImpl& member_type) {
+        if (member != name) {
+            view.members.emplace(member, excluded);
+            return;
+        }
+        if (!below.empty())
+            stamp = stamp_in(member_type, below);
+        else if (shape_of_stamp(member_type.resolved()) == Shape::STAMP)
+            stamp = std::make_shared<const View>(View{.shape = Shape::STAMP});
+        view.members.emplace(member, stamp);
+    });
+    return stamp == nullptr ? nullptr : std::make_shared<const View>(std::move(view));
+}
+
 }  // namespace
 
 bool is_blob(const DynamicTypeImpl& type) {
@@ -119,6 +196,11 @@ bool is_blob(const DynamicTypeImpl& type) {
 
 SharedView view_of(const DynamicTypeImpl& type, const ViewRequest& request) {
     return ViewBuilder(request).root(type);
+}
+
+SharedView clock_view_of(const DynamicTypeImpl& type, const std::string& field) {
+    const SharedView view = stamp_in(type, field);
+    return view != nullptr ? view : stamp_in(type, field + ".stamp");
 }
 
 }  // namespace zun::convert

@@ -46,6 +46,13 @@ void print_table(std::ostream& out, const std::vector<TableColumn>& columns, con
         out << line_of(columns, widths, row);
 }
 
+std::string with_separators(std::uint64_t number) {
+    std::string text = std::to_string(number);
+    for (std::size_t at = text.size(); at > 3; at -= 3)
+        text.insert(at - 3, 1, ',');
+    return text;
+}
+
 std::string counted(std::uint64_t count, const std::string& noun, const std::string& plural_end) {
     return std::to_string(count) + ' ' + noun + (count == 1 ? "" : plural_end);
 }

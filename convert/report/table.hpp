@@ -26,6 +26,9 @@ struct TableColumn {
 void print_table(std::ostream& out, const std::vector<TableColumn>& columns,
                  const std::vector<std::vector<std::string>>& rows);
 
+/// "921,600"
+std::string with_separators(std::uint64_t number);
+
 /// "1 row", "2 rows".
 std::string counted(std::uint64_t count, const std::string& noun, const std::string& plural_end = "s");
 

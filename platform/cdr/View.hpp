@@ -31,8 +31,11 @@ struct View {
         FILE,        ///< the name of a file that holds them
         CHARACTERS,  ///< the text up to the first zero
 
-        STAMP,  ///< one value: a structure of seconds and nanoseconds
-        ROWS,   ///< a sequence, member of a structure, each element a value for a row of its own
+        // A structure of seconds and nanoseconds, as one value:
+        STAMP,     ///< a moment
+        DURATION,  ///< a span of time
+
+        ROWS,  ///< a sequence, member of a structure, each element a value for a row of its own
     };
     Shape shape = Shape::PARTS;
     std::uint32_t number = 0;  ///< FILE: of the field, from 0; ROWS: the place in `rows` of the root
@@ -60,8 +63,11 @@ struct View {
 inline bool is_bytes(View::Shape shape) {
     return shape >= View::Shape::LENGTH && shape <= View::Shape::CHARACTERS;
 }
+inline bool is_stamp(View::Shape shape) {
+    return shape == View::Shape::STAMP || shape == View::Shape::DURATION;
+}
 inline bool is_one_value(View::Shape shape) {
-    return is_bytes(shape) || shape == View::Shape::STAMP;
+    return is_bytes(shape) || is_stamp(shape);
 }
 
 inline std::uint32_t View::levels_of_rows() const {

@@ -30,6 +30,7 @@
 #include "platform/cdr/Parameters.hpp"
 #include "platform/cdr/Program.hpp"
 #include "platform/cdr/Reader.hpp"
+#include "platform/cdr/Stamp.hpp"
 #include "platform/cdr/WideText.hpp"
 
 namespace zun::cdr {
@@ -38,12 +39,6 @@ struct Item {
     std::uint32_t index;
 };
 struct Discriminator {};
-
-/// A structure of two numbers, as it is shown as one value.
-struct Stamp {
-    std::int64_t seconds = 0;
-    std::int64_t nanoseconds = 0;
-};
 
 /// A handler that wants nothing.
 struct NoHandler {
@@ -135,7 +130,7 @@ private:
     template <typename Place>
     void value(const Plan& plan, const Place& place, const ScalarBytes& initial, std::string_view text) {
         if (is_bytes(plan.shape)) return handler_.bytes(place, plan, {});
-        if (plan.shape == View::Shape::STAMP) return handler_.stamp(place, plan, Stamp());
+        if (is_stamp(plan.shape)) return handler_.stamp(place, plan, Stamp());
         switch (plan.kind) {
             case TypeKind::STRING_TYPE:
             case TypeKind::WSTRING_TYPE:
@@ -231,7 +226,7 @@ private:
                 return handler_.template wide_string<Swapped>(place, wide_string(plan));
             case TypeKind::STRUCTURE_TYPE:
             case TypeKind::UNION_TYPE:
-                if (plan.shape == View::Shape::STAMP) return handler_.stamp(place, plan, stamp(plan));
+                if (is_stamp(plan.shape)) return handler_.stamp(place, plan, stamp(plan));
                 handler_.complex_beginning(place);
                 aggregate(plan);
                 return handler_.complex_ending(place);

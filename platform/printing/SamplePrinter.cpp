@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/cdr/SampleDecoder.hpp"
+#include "platform/printing/ByteText.hpp"
 #include "platform/printing/NumberText.hpp"
 #include "platform/printing/ValueText.hpp"
 
@@ -122,14 +123,14 @@ public:
     template <typename Place>
     void bytes(const Place& place, const Plan& plan, std::span<const std::byte> bytes) {
         beginning(place);
-        values_->append_bytes(*context_, plan.shape, plan.number, bytes);
+        append_bytes(plan, bytes);
         ending(place);
     }
 
     template <typename Place>
-    void stamp(const Place& place, const Plan&, cdr::Stamp stamp) {
+    void stamp(const Place& place, const Plan& plan, cdr::Stamp stamp) {
         beginning(place);
-        values_->append_stamp(*context_, stamp.seconds, stamp.nanoseconds);
+        values_->append_stamp(*context_, plan.shape, stamp);
         ending(place);
     }
 
@@ -262,6 +263,16 @@ private:
     void append_invalid_unit(char32_t unit) {
         append_invalid(context_, unit, invalid_text_);
         met_invalid_text_ = true;
+    }
+
+    void append_bytes(const Plan& plan, std::span<const std::byte> bytes) {
+        using enum cdr::View::Shape;
+        if (plan.shape == LENGTH) return number(static_cast<std::uint32_t>(bytes.size()));
+        if (plan.shape == HEX) return append_hex(context_, bytes);
+        if (plan.shape == BASE64) return append_base64(context_, bytes);
+        if (plan.shape == FILE) return values_->append_file(*context_, plan.number, bytes);
+        const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        append(text.substr(0, text.find('\0')));
     }
 
     void boolean(bool value) { ZUNXMLSaveContext_appendString(context_, value ? "true" : "false"); }

@@ -14,6 +14,7 @@
 
 #include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/Findings.hpp"
+#include "platform/cdr/Stamp.hpp"
 #include "platform/cdr/View.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
 #include "platform/printing/ValueText.hpp"
@@ -21,14 +22,15 @@
 
 namespace zun::printing {
 
-/// Makes the text of what a view shows as one value; shape and number are the view's.
+/// Makes the text of values that mean more than their samples tell.
 class ValueWriter {
 public:
     virtual ~ValueWriter() = default;
-    /// `bytes`  of an array or a sequence; good until the call returns
-    virtual void append_bytes(ZUNXMLSaveContext& context, cdr::View::Shape shape, std::uint32_t number,
-                              std::span<const std::byte> bytes) = 0;
-    virtual void append_stamp(ZUNXMLSaveContext& context, std::int64_t seconds, std::int64_t nanoseconds) = 0;
+    /// The name of the file that holds `bytes`, the value of the field of that number in the view.
+    virtual void append_file(ZUNXMLSaveContext& context, std::uint32_t field,
+                             std::span<const std::byte> bytes) = 0;
+    /// `shape`  of the view: STAMP or DURATION
+    virtual void append_stamp(ZUNXMLSaveContext& context, cdr::View::Shape shape, cdr::Stamp stamp) = 0;
 };
 
 /// Where the elements of a sequence are printed that have rows of their own: each as a sample of a structure
@@ -58,7 +60,7 @@ public:
     /// Prints one sample: its callbacks through `format`, its text into `context`.
     ///
     /// `payload`  the sample as recorded, encapsulation header included
-    /// `values`   needed where the view shows parts as one value
+    /// `values`   needed where the view shows files, stamps or durations
     /// `rows`     by place in the view's rows; where its elements are printed, behind what is there
     /// Throws     InputError with the offset in `payload` when it is no sample of the type; the callbacks
     ///            have then been called for a part of the sample

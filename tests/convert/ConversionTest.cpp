@@ -132,7 +132,7 @@ TEST(Conversion, LeavesBlobsOut) {
                  .c_str());
     fake.add(a, 2, (R"({"first": [], "choice": {"_d": 2, "n": 6}, "parts": [])" + rest + '}').c_str());
     Settings settings;
-    settings.blobs = cdr::View::Shape::EXCLUDED;
+    settings.blobs = Blobs::SKIP;
     const fs::path folder = fresh_folder();
     const Report report = convert_all(fake, settings, folder);
     std::string csv = files_in(folder)["a.csv"];

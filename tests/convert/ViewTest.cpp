@@ -90,7 +90,7 @@ const ViewCase cases[] = {
     {"MeasuredSequencesInElements",
      [](Settings& s) {
          explode(s, {"markers"});
-         s.blobs = cdr::View::Shape::EXCLUDED;
+         s.blobs = Blobs::SKIP;
          only(s, "markers[*].points[1].tags=1");
          only(s, "[!m]*=0");
      },
@@ -104,6 +104,89 @@ const ViewCase cases[] = {
      "2,nil,\"\",nil,nil,nil,nil,nil,nil,nil,nil,nil,0,nil,nil,2,nil,\"\",0,-2\n"},
 };
 
+const char* const camera =
+    "struct Time { long sec; unsigned long nanosec; };\n"
+    "struct Duration { long sec; unsigned long nanosec; };\n"
+    "struct Header { Time stamp; string frame; };\n"
+    "struct S { Header header; Duration span; sequence<octet> data; octet fixed[65]; sequence<uint8, 3> few; "
+    "char word[4]; sequence<char> text; sequence<Time> times; };\n";
+
+/// A message with 65 bytes of data, logged at 1 ns, and one with 2, logged at 2 ns.
+std::vector<std::string> camera_messages() {
+    std::string bytes = "255";
+    for (int i = 1; i < 65; ++i)
+        bytes += ',' + std::to_string(i);
+    const std::string fixed = R"(, "fixed": [)" + bytes + ']';
+    return {
+        R"({"header": {"stamp": {"sec": -1, "nanosec": 500000000}, "frame": "c"}, "span": {"sec": -2, "nanosec": 0},
+             "data": [)" +
+            bytes + "]" + fixed +
+            R"(, "few": [250, 1], "word": ["a", ",", "\u0000", "x"], "text": ["h", "i"], "times": []})",
+        R"({"header": {"stamp": {"sec": 3, "nanosec": 4000000007}, "frame": ""}, "span": {"sec": 0, "nanosec": 1},
+             "data": [0, 1])" +
+            fixed +
+            R"(, "few": [], "word": ["\u0000", "b", "c", "d"], "text": [], "times": [{"sec": 1, "nanosec": 2}]})"};
+}
+
+const ViewCase camera_cases[] = {
+    {"LongBlobsByTheirLength", [](Settings& s) { s.text_arrays = true; },
+     "timestamp,header.stamp.sec,header.stamp.nanosec,header.frame,span.sec,span.nanosec,data,fixed,few."
+     "length,"
+     "few[0],few[1],word,text,times.length,times[0].sec,times[0].nanosec\n"
+     "1,-1,500000000,c,-2,0,65,65,2,250,1,\"a,\",hi,0,nil,nil\n"
+     "2,3,4000000007,\"\",0,1,2,65,0,nil,nil,\"\",\"\",1,1,2\n"},
+    {"BlobsThatARuleNamesInColumns",
+     [](Settings& s) {
+         s.text_arrays = true;
+         s.joined_stamps = true;
+         only(s, "data=1");
+     },
+     "timestamp,header.stamp,header.frame,span,data.length,data[0],fixed,few.length,few[0],few[1],word,text,"
+     "times.length,times[0]\n"
+     "1,-500000000,c,-2000000000,1,255,65,2,250,1,\"a,\",hi,0,nil\n"
+     "2,7000000007,\"\",1,1,0,65,0,nil,nil,\"\",\"\",1,1000000002\n"},
+    {"ElapsedByAFieldAndBase64",
+     [](Settings& s) {
+         s.text_arrays = true;
+         s.joined_stamps = true;
+         s.time_format = TimeFormat::ELAPSED;
+         s.clock = Clock::FIELD;
+         s.clock_field = "header";
+         s.blobs = Blobs::BASE64;
+         only(s, "*=0");
+     },
+     "timestamp,header.stamp,header.frame,span,data,fixed,few,word,text,times.length\n"
+     "-0.500000001,-0.500000001,c,-2.000000000,"
+     "/wECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4vMDEyMzQ1Njc4OTo7PD0+P0A=,"
+     "/wECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4vMDEyMzQ1Njc4OTo7PD0+P0A=,"
+     "+gE=,\"a,\",hi,0\n"
+     "7.000000006,7.000000006,\"\",0.000000001,AAE=,"
+     "/wECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4vMDEyMzQ1Njc4OTo7PD0+P0A=,"
+     ",\"\",\"\",0\n"},
+    {"HexAndCalendar",
+     [](Settings& s) {
+         explode(s, {"times"});
+         s.text_arrays = true;
+         s.joined_stamps = true;
+         s.time_format = TimeFormat::RFC3339;
+         s.clock = Clock::FIELD;
+         s.clock_field = "header.stamp";
+         s.blobs = Blobs::HEX;
+     },
+     "timestamp,[i],header.stamp,header.frame,span,data,fixed,few,word,text,times[i]\n"
+     "1969-12-31T23:59:59.500000000Z,nil,1969-12-31T23:59:59.500000000Z,c,-2.000000000,"
+     "ff0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f202122232425262728292a2b2c2d2e2f3031323"
+     "334"
+     "35363738393a3b3c3d3e3f40,"
+     "ff0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f202122232425262728292a2b2c2d2e2f3031323"
+     "334"
+     "35363738393a3b3c3d3e3f40,fa01,\"a,\",hi,nil\n"
+     "1970-01-01T00:00:07.000000007Z,0,1970-01-01T00:00:07.000000007Z,\"\",0.000000001,0001,"
+     "ff0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f202122232425262728292a2b2c2d2e2f3031323"
+     "334"
+     "35363738393a3b3c3d3e3f40,,\"\",\"\",1970-01-01T00:00:01.000000002Z\n"},
+};
+
 FakeRecording recording_of(const char* idl, const std::vector<const char*>& messages) {
     FakeRecording fake;
     const auto a = fake.add_channel("/a", "S", idl);
@@ -114,21 +197,41 @@ FakeRecording recording_of(const char* idl, const std::vector<const char*>& mess
 }
 
 class View : public testing::TestWithParam<ViewCase> {};
+class CameraView : public View {};
 
-}  // namespace
-
-TEST_P(View, HasTheRows) {
-    FakeRecording fake = recording_of(robot, robot_messages);
+void expect_rows(FakeRecording fake, const ViewCase& c) {
     Settings settings;
-    GetParam().change(settings);
+    c.change(settings);
     const auto folder = test::fresh_folder();
     const Report report = test::convert_all(fake, settings, folder);
     std::string csv = test::files_in(folder)["a.csv"];
     std::erase(csv, ' ');
-    EXPECT_EQ(GetParam().csv, csv);
+    EXPECT_EQ(c.csv, csv);
     EXPECT_EQ(0U, report.recordings[0].topics[0].unreadable);
 }
+
+}  // namespace
+
+TEST_P(View, HasTheRows) {
+    expect_rows(recording_of(robot, robot_messages), GetParam());
+}
 INSTANTIATE_TEST_SUITE_P(, View, testing::ValuesIn(cases), CaseName());
+
+TEST_P(CameraView, HasTheRows) {
+    const std::vector<std::string> messages = camera_messages();
+    expect_rows(recording_of(camera, {messages[0].c_str(), messages[1].c_str()}), GetParam());
+}
+INSTANTIATE_TEST_SUITE_P(, CameraView, testing::ValuesIn(camera_cases), CaseName());
+
+TEST(Blobs, AreSaidToBeLeftOutByDefault) {
+    const std::vector<std::string> messages = camera_messages();
+    FakeRecording fake = recording_of(camera, {messages[0].c_str(), messages[1].c_str()});
+    const Report report = test::convert_all(fake, {}, test::fresh_folder());
+    ASSERT_EQ(1U, report.recordings[0].hints.size());
+    EXPECT_EQ("left out by default: /a: data, up to 65 bytes; /a: fixed, 65 bytes; blob_files keeps them",
+              report.recordings[0].hints[0].text.spelled());
+    EXPECT_FALSE(report.lost_anything());
+}
 
 TEST(Explode, WritesTheRowsThatMayNotWait) {
     const std::string text(100'000, 'x');
