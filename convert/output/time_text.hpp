@@ -16,9 +16,6 @@ enum class TimeFormat : std::uint8_t {
     RFC3339,      ///< "2023-11-14T22:13:20.123456789Z"
 };
 
-/// Which of a message's two times stand before its row.
-enum class Clock : std::uint8_t { RECEPTION, SOURCE, BOTH };
-
 void append_time(std::string& text, input::Time time, TimeFormat format);
 
 /// A moment as a user names it: from 1970, from a recording's first message or from its last.

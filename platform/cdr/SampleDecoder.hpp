@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "platform/cdr/Encapsulation.hpp"
-#include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/Walk.hpp"
+#include "platform/cdr/Writer.hpp"
 
 namespace zun::cdr {
 

@@ -10,9 +10,9 @@
 #include <span>
 #include <string>
 
-#include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/Exclusions.hpp"
 #include "platform/cdr/Findings.hpp"
+#include "platform/cdr/Writer.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
 #include "platform/printing/ValueText.hpp"
 #include "platform/xtypes/DynamicType.hpp"
