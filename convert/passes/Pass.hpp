@@ -16,7 +16,11 @@ namespace zun::convert {
 /// What the steps of one pass share. Only touched where steps go in order.
 class Pass {
 public:
-    /// All must outlive the pass.
+    /// `activity`       what the watch is told that is being done: "measuring"
+    /// `channel_count`  of the recording
+    /// `every`          only one message of so many on each topic is wanted; 1 for all
+    ///
+    /// `topics` and `watch` must outlive the pass.
     Pass(std::string activity, const std::vector<Topic>& topics, std::size_t channel_count,
          std::uint64_t every, const Watch& watch);
 

@@ -14,11 +14,16 @@
 
 namespace zun::convert {
 
+/// A batch and where it stands. load() may run on any thread, beside those of other steps; pick() runs in the
+/// order of the batches, on one thread at a time.
 class PassStep : public Step {
 public:
     PassStep(Pass& pass, SourceBatch source) : pass_(pass), source_(std::move(source)) {}
+    /// What the batch takes in memory once it is loaded.
     std::size_t bytes() const override { return source_.batch->loaded_bytes(); }
+    /// Reads and decompresses, unless that has been done on another pass.
     void load() override;
+    /// Notes which messages the pass wants, where it does not want all of each topic.
     void pick() override;
 
 protected:

@@ -10,12 +10,14 @@
 
 namespace zun::convert {
 
+/// A copy of what `limits` came to: later changes of those do not show here.
 struct Columns {
     explicit Columns(const Limits& limits) : type(limits.column_type()), count(limits.columns()) {
         limits.add_to(settings);
     }
 
-    core::xtypes::DynamicTypeImpl type;
+    core::xtypes::DynamicTypeImpl
+        type;             ///< that of the topic without excluded members, its sequences bounded
     std::uint64_t count;  ///< of leaf columns, as planned
     tamber::utils::PrintFormatCsvProperty settings = {};
 

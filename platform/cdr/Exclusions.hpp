@@ -1,4 +1,4 @@
-// Exclusions: members of a type that nobody wants to hear of.
+// Exclusions: members of a type that are excluded from a walk: they are stepped over, not announced.
 //
 // A tree beside the type's own, of those of its parts alone in which something is excluded:
 //
