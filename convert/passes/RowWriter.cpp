@@ -30,6 +30,8 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
 
 cdr::Findings RowWriter::append_row(const input::Message& message) {
     append_times(message);
+    // A row that does not fit is counted to its end and made again, in a buffer that is half as large again:
+    // so only a few of the first rows are made twice.
     for (;;) {
         // The context counts from the start of the buffer, as the format does.
         ZUNXMLSaveContext context{
@@ -59,6 +61,7 @@ void RowWriter::append_times(const input::Message& message) {
 
 void RowWriter::clear() {
     size_ = 0;
+    // One huge row must not hold its memory on every thread for the rest of the run.
     if (buffer_.size() <= most_kept_bytes) return;
     buffer_ = {};
     set_capacity(buffer_, first_capacity);

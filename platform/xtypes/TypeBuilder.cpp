@@ -142,6 +142,7 @@ DynamicTypeImpl bitset_type(std::string name, const std::vector<BitFieldSpec>& f
             node.members.emplace_back(field.name, bit_field_type(name, field),
                                       static_cast<std::uint32_t>(node.members.size()), false, std::nullopt);
         }
+        // Unnamed bits take their place without being a member.
         node.bound += field.width;
     }
     require(!node.members.empty(), name, "a bit set has at least one named bit field");

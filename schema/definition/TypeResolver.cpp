@@ -114,6 +114,7 @@ private:
 };
 
 DynamicTypeImpl TypeResolver::type_of(const Definition& definition) {
+    // Many members share a type; and a shared type is compared, and compiled for decoding, once.
     const auto known = types_.find(&definition);
     if (known != types_.end()) return known->second;
     const Level level(*this, &definition, definition.source, definition.position);
@@ -167,6 +168,7 @@ DynamicTypeImpl TypeResolver::make_anonymous(const TypeExpression& expression, c
         case Form::SEQUENCE:
             return core::xtypes::sequence_type(argument(0), bound);
         case Form::MAP: {
+            // In an order that is certain, so that of two errors always the same one is told.
             const DynamicTypeImpl key = argument(0);
             return core::xtypes::map_type(key, argument(1), bound);
         }
@@ -225,6 +227,7 @@ DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const Enum
     core::xtypes::EnumSpec spec{.name = display_name(definition.name), .enumerators = {}};
     if (body.bit_bound)
         spec.bit_bound = static_cast<std::uint32_t>(integer(*body.bit_bound, definition, 1, 32));
+    // Each enumerator counts on from the one before it, whether that had a value of its own or not.
     Integer value = 0;
     for (const auto& enumerator : body.enumerators) {
         if (enumerator.value) value = integer(*enumerator.value, definition, INT32_MIN, UINT32_MAX);
@@ -355,6 +358,7 @@ const Definition* TypeResolver::find(const std::vector<std::string>& names, cons
             absolute.push_back(name.substr(2));
             continue;
         }
+        // From the definition itself outwards, as a compiler of the language looks names up.
         for (std::string_view scope = user.name; !scope.empty(); scope = outer_scope(scope))
             absolute.push_back(scoped(scope, name));
         absolute.push_back(name);

@@ -45,6 +45,7 @@ std::optional<Constant> number_value(std::string_view text) {
     if (integer) return Integer(*integer);
     if (text.find_first_of("xX") != std::string_view::npos) return std::nullopt;
     if (text.find_first_of(".eE") == std::string_view::npos) return std::nullopt;
+    // "d" ends literals of fixed point, "f" those of C.
     if (std::string_view("fFdD").find(text.back()) != std::string_view::npos) text.remove_suffix(1);
     if (const auto number = parsed<double>(text)) return *number;
     return std::nullopt;
@@ -87,6 +88,7 @@ std::string unescaped(std::string_view written) {
 Token Lexer::next() {
     while (replacement_.empty()) {
         Token token = written();
+        // An escaped word is a name of the user's own, which no macro means.
         const bool is_plain = token.kind == Token::Kind::WORD && !token.escaped;
         const std::string* const meaning = is_plain ? preprocessor_.macro(token.text) : nullptr;
         if (!meaning) return token;
