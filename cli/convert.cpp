@@ -17,8 +17,8 @@
 #include "cli/find_recordings.hpp"
 #include "cli/options.hpp"
 #include "convert/Conversion.hpp"
-#include "platform/error/visible.hpp"
 #include "platform/logger/Logger.hpp"
+#include "platform/text/visible.hpp"
 
 namespace zun::cli {
 

@@ -14,7 +14,7 @@
 #include "cli/options.hpp"
 #include "convert/report/table.hpp"
 #include "platform/error/TextStream.hpp"
-#include "platform/error/visible.hpp"
+#include "platform/text/visible.hpp"
 
 namespace zun::cli {
 

@@ -16,7 +16,7 @@
 #include "cli/options.hpp"
 #include "convert/Settings.hpp"
 #include "platform/error/TextStream.hpp"
-#include "platform/error/visible.hpp"
+#include "platform/text/visible.hpp"
 
 namespace zun::cli {
 

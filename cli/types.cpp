@@ -11,7 +11,7 @@
 #include "cli/find_recordings.hpp"
 #include "convert/plan/nearest.hpp"
 #include "platform/error/InputError.hpp"
-#include "platform/error/visible.hpp"
+#include "platform/text/visible.hpp"
 #include "schema/TypeCatalog.hpp"
 
 namespace zun::cli {

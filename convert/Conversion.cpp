@@ -12,7 +12,7 @@ namespace zun::convert {
 
 namespace {
 
-/// A blob of fewer columns is no nuisance.
+/// Blobs of fewer columns are not worth a notice.
 constexpr std::uint32_t wide_blob = 100;
 
 /// Recordings that stay open from the first pass to the second; each may hold a few files.

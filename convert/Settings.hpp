@@ -13,12 +13,13 @@
 #include <string>
 #include <vector>
 
+#include "convert/output/Clock.hpp"
 #include "convert/output/time_text.hpp"
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Topic.hpp"
 #include "convert/plan/limits_file.hpp"
 #include "input/MessageStream.hpp"
-#include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Writer.hpp"
 #include "platform/printing/ValueText.hpp"
 
 namespace zun::convert {

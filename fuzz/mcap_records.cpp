@@ -44,7 +44,7 @@ bool is_plain_chunk(const McapRecord& record) {
            number_at<std::uint32_t>(record.content, compression_at) == 0;
 }
 
-/// A checksum of 0 is one that nobody made.
+/// A checksum of 0 says that the writer made none.
 void forget_checksum(McapRecord& record) {
     const bool has_one = record.operation == footer_operation || record.operation == data_end_operation;
     if (has_one && record.content.size() >= 4)

@@ -7,6 +7,7 @@
 #include "schema/omgidl/idl_text.hpp"
 #include "schema/rosmsg/message_text.hpp"
 #include "schema/rosmsg/sections.hpp"
+#include "schema/rosmsg/trimmed.hpp"
 
 namespace zun::schema {
 

@@ -15,6 +15,7 @@ namespace zun::convert {
 
 namespace {
 
+// Text waits in memory, so that writes are large: at most so much of one file, and of all files together.
 constexpr std::size_t file_pending_bytes = std::size_t{256} << 10;
 constexpr std::size_t all_pending_bytes = std::size_t{16} << 20;
 
@@ -25,6 +26,7 @@ constexpr std::size_t all_pending_bytes = std::size_t{16} << 20;
 void write_all(int descriptor, std::string_view text, const std::string& name) {
     while (!text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
+        // A signal, or a pipe that takes less than all, only means to go on.
         if (written < 0 && errno != EINTR) fail("cannot write", name);
         if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
     }

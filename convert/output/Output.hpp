@@ -85,7 +85,7 @@ private:
     std::string name_;
 };
 
-/// Text that nobody needs but for its size.
+/// Counts the bytes of what is written, and drops it.
 class OutputNothing : public Output {
 public:
     void write(std::size_t, std::string_view) override {}

@@ -23,10 +23,6 @@ struct TimeStyle {
     input::Time origin;  ///< of ELAPSED
 };
 
-/// Which time of a message stands before its row: one of the two that the recording has, both, or one of its
-/// own fields.
-enum class Clock : std::uint8_t { RECEPTION, SOURCE, BOTH, FIELD };
-
 void append_time(std::string& text, input::Time time, const TimeStyle& style);
 
 /// A moment as a user names it: from 1970, from a recording's first message or from its last.

@@ -8,6 +8,8 @@ namespace zun::convert {
 
 void BatchSource::start() {
     to_hand_out_ = kept_.size();
+    // What is kept is handed out first, and then the stream, which starts anew, has to get past the same
+    // batches.
     to_skip_ = kept_.size();
     const bool have_all = ended_ && keeping_;
     if (!have_all) stream_.start(selection_);
@@ -24,6 +26,7 @@ SourceBatch BatchSource::next() {
 }
 
 void BatchSource::keep(std::shared_ptr<input::Batch> batch) {
+    // Only a beginning without gaps is kept: later batches would be of no use without those before them.
     keeping_ = keeping_ && batch->is_costly() && kept_bytes_ + batch->loaded_bytes() <= budget_bytes_;
     if (!keeping_) return;
     kept_bytes_ += batch->loaded_bytes();
@@ -31,6 +34,7 @@ void BatchSource::keep(std::shared_ptr<input::Batch> batch) {
 }
 
 std::shared_ptr<input::Batch> BatchSource::read() {
+    // The rows up to here are good: a recording that breaks off ends the pass, and does not fail it.
     try {
         return stream_.next_batch();
     } catch (const InputError& problem) {

@@ -3,51 +3,27 @@
 #ifndef ZUN_CONVERT_PASSES_PASS_STEP_HPP
 #define ZUN_CONVERT_PASSES_PASS_STEP_HPP
 
-#include <cstdint>
-#include <optional>
-#include <string>
+#include <cstddef>
+#include <memory>
+#include <utility>
 #include <vector>
 
-#include "convert/Settings.hpp"
 #include "convert/passes/BatchSource.hpp"
+#include "convert/passes/Pass.hpp"
 #include "convert/passes/pipeline.hpp"
-#include "convert/plan/Topic.hpp"
 
 namespace zun::convert {
 
-/// What the steps of one pass share. Only touched where steps go in order.
-class Pass {
-public:
-    /// All must outlive the pass.
-    Pass(std::string activity, const std::vector<Topic>& topics, std::size_t channel_count,
-         std::uint64_t every, const Watch& watch);
-
-    /// The index of the topic that `channel` belongs to; none for channels that nobody wants.
-    std::optional<std::size_t> topic_of(std::uint32_t channel) const { return topic_of_channel_[channel]; }
-    /// Whether this message of its topic, the next in order, is one of those wanted.
-    bool takes_next(std::size_t topic) { return seen_[topic]++ % every_ == 0; }
-    bool takes_all() const { return every_ == 1; }
-    /// Tells the watch; throws Interrupted when it wants an end.
-    void advance(std::uint64_t messages);
-    std::uint64_t done() const { return done_; }
-    /// Messages of all topics, as the recording counts them.
-    std::uint64_t total() const { return total_; }
-
-private:
-    std::string activity_;
-    std::vector<std::optional<std::size_t>> topic_of_channel_;
-    std::vector<std::uint64_t> seen_;  // messages by topic
-    std::uint64_t every_;
-    std::uint64_t done_ = 0;
-    std::uint64_t total_ = 0;
-    const Watch& watch_;
-};
-
+/// A batch and where it stands. load() may run on any thread, beside those of other steps; pick() runs in the
+/// order of the batches, on one thread at a time.
 class PassStep : public Step {
 public:
     PassStep(Pass& pass, SourceBatch source) : pass_(pass), source_(std::move(source)) {}
+    /// What the batch takes in memory once it is loaded.
     std::size_t bytes() const override { return source_.batch->loaded_bytes(); }
+    /// Reads and decompresses, unless that has been done on another pass.
     void load() override;
+    /// Notes which messages the pass wants, where it does not want all of each topic.
     void pick() override;
 
 protected:

@@ -28,7 +28,7 @@ using TopicLengths = std::map<std::string, Lengths>;
 /// What a pass over lengths found out besides them.
 struct Measured {
     bool whole = true;                  ///< all messages could be read
-    std::uint64_t messages_wanted = 0;  ///< as RecordingReport has them; 0 when the pass was left out
+    std::uint64_t messages_wanted = 0;  ///< as RecordingReport has them; 0 when there was no such pass
     std::uint64_t messages_met = 0;
 };
 
@@ -45,7 +45,7 @@ public:
     /// Those that exist and are not made anew; their topics are not among topics().
     const std::vector<std::string>& kept_files() const { return kept_files_; }
 
-    /// Adds the longest lengths of topics to `lengths`; the pass is left out when none needs it.
+    /// Adds the longest lengths of topics to `lengths`; there is no pass when none needs it.
     ///
     /// `wanted`  says which topics to measure
     Measured measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted);

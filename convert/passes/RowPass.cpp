@@ -103,6 +103,7 @@ private:
 
     void refuse(const input::Message& message, const InputError& problem) {
         ++unreadable_;
+        // The first few tell what is wrong; a topic of the wrong type would give one for each message.
         if (reasons_.size() >= reasons_kept) return;
         std::string reason = "at ";
         append_time(reason, message.log_time, work_.times_);
@@ -143,6 +144,8 @@ public:
 private:
     /// Makes the next rows, until they fill what may wait.
     void make_rows() {
+        // Batches end when their steps are finished, in order; a batch of small messages can make far more
+        // text than it has bytes, and many batches may be under way.
         std::size_t waiting_bytes = 0;
         for_each_picked([&](std::size_t topic, const input::Message& message) {
             TopicRows::Rows& rows = rows_of(topic);
@@ -216,6 +219,7 @@ void add_problem(RecordingReport& report, const input::Problem& problem, bool st
         return;
     }
     if (strict) throw InputError(problem.source, problem.position, problem.text);
+    // All are counted, some are kept: a damaged file can have millions.
     ++report.problem_count;
     report.messages_lost += problem.messages_lost;
     if (report.problems.size() < problems_kept) report.problems.push_back(problem);

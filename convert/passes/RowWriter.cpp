@@ -30,6 +30,8 @@ cdr::Findings RowWriter::append_rows(const input::Message& message) {
 }
 
 cdr::Findings RowWriter::append_row(const input::Message& message) {
+    // A row that does not fit is counted to its end and made again, in a sheet that is half as large again:
+    // so only a few of the first rows are made twice.
     for (;;) {
         // The context counts from the start of the sheet, as the format does.
         ZUNXMLSaveContext context = sheet_.context(size_);

@@ -27,7 +27,8 @@ public:
     /// Whether all that was printed is there. If not, there will be room for it when it is printed again.
     /// Throws InputError, for a message of `source`, when there cannot be.
     bool holds(const ZUNXMLSaveContext& context, const std::string& source);
-    /// Gives memory back, but for what is worth keeping.
+    /// Gives memory back, but for what is worth keeping: one huge row must not hold its memory on every
+    /// thread for the rest of the run.
     void shrink();
 
 private:

@@ -10,6 +10,7 @@
 
 namespace zun::convert {
 
+/// A copy of what `limits` came to: later changes of those do not show here.
 struct Columns {
     explicit Columns(const Limits& limits) : types(limits.column_types()), count(limits.columns()) {
         limits.add_to(settings);

@@ -125,7 +125,7 @@ void Limits::hold(std::uint64_t most) {
         }
         return columns() <= most;
     };
-    // The more are held, the fewer columns: the fewest that suffice are found by halving.
+    // The more fields are clamped, the fewer columns there are: so halving finds the fewest that suffice.
     std::size_t too_few = 0;
     std::size_t enough = order.size();
     if (hold_first(0)) return;

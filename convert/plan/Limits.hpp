@@ -7,7 +7,7 @@
 //     field "markers[*].points"                all elements of the collections around it have one limit,
 //     field "markers[3].points"                unless a rule names an element by its number
 //
-// The column type is the sample's type without what is left out, each sequence bounded by its limit. Only a
+// The column type is the sample's type without what is excluded, each sequence bounded by its limit. Only a
 // field with a rule for single elements stays unbounded in it, and has expressions in the settings instead.
 
 #ifndef ZUN_CONVERT_PLAN_LIMITS_HPP

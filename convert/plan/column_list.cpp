@@ -61,6 +61,7 @@ void print_leaves(std::ostream& out, const ColumnInfo& column) {
             print_leaves(out, child);
             continue;
         }
+        // A sequence's first child is its length; behind it stand its elements.
         const bool length =
             column.type_kind() == TypeKind::SEQUENCE_TYPE && &child == &column.children().front();
         out << child.full_name() << '\t' << (length ? "length" : kind_name(child.type_kind()));
@@ -73,6 +74,8 @@ void print_leaves(std::ostream& out, const ColumnInfo& column) {
 
 void print_columns(std::ostream& out, const Limits& limits) {
     const Columns columns(limits);
+    // The list comes from the tree that rows are made with, so it cannot say anything else than the header
+    // line.
     TextStream header;
     std::vector<char> buffer;
     const tamber::utils::PrintFormatCsv format(columns.settings, columns.types.row, header, buffer);

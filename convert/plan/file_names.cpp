@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <map>
 
-#include "platform/error/visible.hpp"
+#include "platform/text/utf8.hpp"
+#include "platform/text/visible.hpp"
 
 namespace zun::convert {
 
@@ -49,10 +50,8 @@ std::string shortened(const std::string& text) {
     std::uint64_t hash = 14695981039346656037U;  // FNV-1a
     for (const char c : text)
         hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
-    std::size_t size = longest_name_bytes - 17;
-    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80)
-        --size;
-    std::string result = text.substr(0, size) + '~';
+    std::string result(first_characters(text, longest_name_bytes - 17));  // "~" and 16 digits follow
+    result += '~';
     for (int shift = 60; shift >= 0; shift -= 4)
         result += "0123456789abcdef"[(hash >> static_cast<unsigned>(shift)) & 15U];
     return result;

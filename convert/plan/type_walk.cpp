@@ -52,6 +52,7 @@ void for_each_member(const DynamicTypeImpl& type, const MemberVisitor& visit) {
     if (type.kind() == TypeKind::UNION_TYPE) return visit_members(UnionTypeImpl(type), visit);
     if (type.kind() != TypeKind::STRUCTURE_TYPE) return;
     const StructTypeImpl structure(type);
+    // Members of the base come first, as in samples and in the header line.
     if (structure.has_parent()) for_each_member(structure.parent().resolved(), visit);
     visit_members(structure, visit);
 }
@@ -91,6 +92,7 @@ std::string indices_of(const DynamicTypeImpl& collection, std::uint64_t element)
     if (collection.kind() != TypeKind::ARRAY_TYPE) return '[' + std::to_string(element) + ']';
     const ArrayTypeImpl array(collection);
     std::string indices;
+    // Elements are stored row by row, so the last index changes fastest.
     for (std::uint32_t i = array.dimension_count(); i-- > 0; element /= array.dimension(i))
         indices.insert(0, '[' + std::to_string(element % array.dimension(i)) + ']');
     return indices;
@@ -110,6 +112,7 @@ PartCounts::Counts PartCounts::count(const Part& part) {
 }
 
 PartCounts::Counts PartCounts::counted(const Part& part) {
+    // Of a sequence the length column alone is certain; its elements are counted once its limit is known.
     if (part.is_sequence()) return {1, saturating_sum(1, count(element_of(part)).sequences)};
     if (part.is_collection()) {
         const Counts element = count(element_of(part));

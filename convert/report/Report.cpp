@@ -4,7 +4,8 @@
 #include <map>
 
 #include "convert/report/table.hpp"
-#include "platform/error/visible.hpp"
+#include "platform/text/utf8.hpp"
+#include "platform/text/visible.hpp"
 
 namespace zun::convert {
 
@@ -16,15 +17,11 @@ constexpr std::uint64_t sqlite_columns = 2'000;
 
 using Reasons = std::vector<Reason>;
 
-/// `name`, printable, in no more characters than `width`.
+/// `name`, printable, in no more than `width` bytes, of which there are at least as many as characters.
 std::string short_name(const std::string& name, std::size_t width) {
     std::string text = visible(name);
-    const auto begins_character = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
     if (text.size() <= width) return text;
-    std::size_t size = width - 3;
-    while (!begins_character(text[size]))
-        --size;
-    return text.substr(0, size) + "...";
+    return std::string(first_characters(text, width - 3)) + "...";
 }
 
 void print_topics(std::ostream& out, const RecordingReport& recording, std::size_t name_width) {

@@ -4,23 +4,19 @@
 #include <array>
 #include <cstdio>
 
+#include "platform/text/utf8.hpp"
+
 namespace zun::convert {
 
 namespace {
 
 using Row = std::vector<std::string>;
 
-std::size_t characters(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;  // all bytes but the first of a character
-    }));
-}
-
 std::string line_of(const std::vector<TableColumn>& columns, const std::vector<std::size_t>& widths,
                     const Row& row) {
     std::string line;
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        const std::string padding(widths[i] - characters(row[i]), ' ');
+        const std::string padding(widths[i] - count_characters(row[i]), ' ');
         const bool right = columns[i].align == TableColumn::Align::RIGHT;
         line += "  " + (right ? padding + row[i] : row[i] + padding);
     }
@@ -36,11 +32,11 @@ void print_table(std::ostream& out, const std::vector<TableColumn>& columns, con
     std::vector<std::size_t> widths;
     for (const TableColumn& column : columns) {
         titles.push_back(column.title);
-        widths.push_back(std::max(column.least_width, characters(column.title)));
+        widths.push_back(std::max(column.least_width, count_characters(column.title)));
     }
     for (const Row& row : rows)
         for (std::size_t i = 0; i < columns.size(); ++i)
-            widths[i] = std::max(widths[i], characters(row[i]));
+            widths[i] = std::max(widths[i], count_characters(row[i]));
     out << line_of(columns, widths, titles);
     for (const Row& row : rows)
         out << line_of(columns, widths, row);

@@ -52,6 +52,7 @@ public:
     const std::vector<Channel>& channels() const override { return channels_; }
     const Summary& summary() const override { return summary_; }
     std::span<const Problem> problems() const override { return problems_; }
+    // The file that is read is a copy among the temporary files.
     bool holds_disk_space() const override { return true; }
     std::unique_ptr<Batch> next_batch() override {
         std::unique_ptr<Batch> batch = StreamAdapter::next_batch();
@@ -73,6 +74,7 @@ std::unique_ptr<MessageStream> open_stand_in(const std::filesystem::path& file, 
     try {
         return std::make_unique<RenamedStream>(open(file), source, unpacked);
     } catch (const InputError& error) {
+        // The user never named the file that was opened.
         throw InputError(source, error.position(), error.problem());
     }
 }

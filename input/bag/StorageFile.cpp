@@ -20,6 +20,7 @@ std::vector<fs::path> storage_files(const fs::path& folder) {
         if ((extension == ".db3" || extension == ".mcap") && entry.is_regular_file())
             files.push_back(entry.path());
     }
+    // "bag_10.mcap" comes after "bag_9.mcap": the recorder numbers its files without leading zeros.
     std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
         const NumberedName x = numbered_name(a);
         const NumberedName y = numbered_name(b);
@@ -36,6 +37,7 @@ NumberedName numbered_name(const fs::path& file) {
     if (underscore == std::string::npos) return parts;
     const char* const end = stem.data() + stem.size();
     const auto [stop, error] = std::from_chars(stem.data() + underscore + 1, end, parts.number);
+    // Digits to the very end: "run_2a" is a name, not a number. Nor is one with more digits than fit.
     if (error == std::errc() && stop == end) {
         parts.stem.resize(underscore);
     } else {

@@ -1,4 +1,6 @@
 // StreamAdapter: a stream, and a batch, that pass on another one; for those that change a part of it.
+//
+// What a derived class does not override comes from the inner one, promises and exceptions included.
 
 #ifndef ZUN_INPUT_BAG_STREAM_ADAPTER_HPP
 #define ZUN_INPUT_BAG_STREAM_ADAPTER_HPP
@@ -12,6 +14,7 @@
 
 namespace zun::input::rosbag2 {
 
+/// Owns the batch that it passes on. Its messages point into that one, so both are dropped together.
 class BatchAdapter : public Batch {
 public:
     explicit BatchAdapter(std::unique_ptr<Batch> inner) : inner_(std::move(inner)) {}
@@ -28,6 +31,8 @@ private:
     std::unique_ptr<Batch> inner_;
 };
 
+/// Shares the stream that it passes on: its owner may keep it for the next pass, and batches may need it
+/// longer than the adapter lives.
 class StreamAdapter : public MessageStream {
 public:
     explicit StreamAdapter(std::shared_ptr<MessageStream> inner) : inner_(std::move(inner)) {}

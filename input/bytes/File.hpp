@@ -25,6 +25,7 @@ struct UninitialisedAllocator : std::allocator<T> {
 using Bytes = std::span<const std::byte>;
 using Buffer = std::vector<std::byte, UninitialisedAllocator<std::byte>>;
 
+/// Owns a descriptor. Its position is never used, so threads do not disturb each other.
 class File {
 public:
     /// Throws std::system_error with the path, ESPIPE for a pipe or a device.
@@ -33,8 +34,8 @@ public:
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 
-    const std::string& name() const { return name_; }
-    std::uint64_t size() const { return size_; }
+    const std::string& name() const { return name_; }  ///< the path as given, for errors
+    std::uint64_t size() const { return size_; }       ///< bytes, when it was opened
     /// Whether its size or time of change is another than when it was opened.
     bool has_changed() const;
 
@@ -42,7 +43,7 @@ public:
     /// Throws std::system_error with the path.
     std::size_t read(std::uint64_t offset, std::span<std::byte> into) const;
 
-    /// CRC-32 of the bytes from `begin` up to `end`.
+    /// CRC-32 of the bytes from `begin` up to, not including, `end`. Throws std::system_error with the path.
     std::uint32_t crc(std::uint64_t begin, std::uint64_t end) const;
 
 private:
@@ -55,7 +56,8 @@ private:
 /// CRC-32 as in zlib, continued from `crc`.
 std::uint32_t crc32_of(Bytes bytes, std::uint32_t crc = 0);
 
-/// Looks at a file from its beginning to its end, a block at a time.
+/// Looks at a file from its beginning to its end, a block at a time: for many small records, without a system
+/// call for each. For one thread.
 class FileWindow {
 public:
     explicit FileWindow(const File& file) : file_(file) {}

@@ -15,8 +15,9 @@ namespace zun::input {
 /// A new folder of its own among the temporary files, removed with all that is in it.
 class TemporaryFolder {
 public:
-    /// Throws std::system_error with the path.
+    /// In the folder that TMPDIR names, else /tmp. Throws std::system_error with the path.
     TemporaryFolder();
+    /// Files in it that are still open keep their space on the disk until they are closed.
     ~TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -31,7 +32,10 @@ private:
 class NewFile {
 public:
     explicit NewFile(const std::filesystem::path& path);
+    /// Appends `bytes`.
     void write(Bytes bytes);
+    /// The last chance to hear that the disk is full; without it the destructor closes the file, and says
+    /// nothing.
     void close();
 
 private:

@@ -13,7 +13,8 @@ struct Part {
     bool is_new = false;  ///< the first slice that has the piece reports its problems
 };
 
-/// Shares its pieces with other batches.
+/// Shares its pieces with other batches: a piece is read when the first of them is loaded, and its memory is
+/// free when the last is dropped.
 class SliceBatch final : public Batch {
 public:
     /// The messages with keys from `from` up to, not including, `until`.
@@ -34,8 +35,8 @@ private:
     std::vector<Problem> problems_;
 };
 
-/// Copies of the earliest messages of any number of pieces, as many as a limit allows. Complete before
-/// load().
+/// Copies of the earliest messages of any number of pieces, as many as a limit allows; for recordings in
+/// which so many pieces overlap that they do not fit into memory together. Complete before load().
 class PickedBatch final : public Batch {
 public:
     PickedBatch(const Key& from, const Key& until, std::size_t limit_bytes)
@@ -44,6 +45,7 @@ public:
     /// Takes what the slice holds of a piece. May move the end of the slice forward.
     void add(const LoadedPiece& piece);
     void add_problems(const LoadedPiece& piece);
+    /// Sorts what was added and points the messages at it. To be called once, after the last add().
     void finish();
     /// Where the next slice begins.
     const Key& until() const { return until_; }

@@ -1,4 +1,7 @@
-#include "input/mcap/Contents.hpp"
+#include "input/mcap/ChannelTable.hpp"
+
+#include <algorithm>
+#include <iterator>
 
 namespace zun::input::mcap {
 

@@ -23,7 +23,8 @@ class Filter {
 public:
     Filter(const ChannelTable& channels, const Selection& selection);
 
-    /// The channel of a message; `unwanted` and `undefined` are none.
+    /// The channel of a message at that place; `unwanted` where the selection excludes it, `undefined` where
+    /// no channel has the id.
     std::uint32_t channel_of(std::uint16_t id, ChannelTable::Place place) const {
         const std::uint32_t route = id < routes_.size() ? routes_[id] : undefined;
         return route == ambiguous ? channel_at(id, place) : route;
@@ -57,12 +58,14 @@ public:
                 const Piece& piece)
         : file_(std::move(file)), filter_(std::move(filter)), piece_(piece) {}
 
+    /// Waits while another thread reads the same piece. What cannot be read is in problems() afterwards.
     void load();
 
     const Piece& piece() const { return piece_; }
     /// The messages with keys from `from` up to, not including, `until`. Those outside of the time range that
     /// the recording gives the piece count as if at its ends.
     std::span<const Message> between(const Key& from, const Key& until) const;
+    /// What was lost in the piece; each of its batches has them, one reports them.
     std::span<const Problem> problems() const { return problems_; }
 
     // called by walk_records()

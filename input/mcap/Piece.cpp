@@ -8,6 +8,7 @@ namespace zun::input::mcap {
 
 namespace {
 
+// Chunks up to this size are read whatever they are compressed to; larger ones have to be likely.
 constexpr std::uint64_t usual_chunk_bytes = std::uint64_t{256} << 20;
 
 void lose(Content& content, std::string damage) {
@@ -41,6 +42,7 @@ void check_content(const ChunkRecord& chunk, Content& content) {
                           (longer ? "more" : std::to_string(content.records.size())));
         return;
     }
+    // 0 says that the writer made no checksum.
     if (chunk.crc == 0) return;
     content.is_verified = crc32_of(content.records) == chunk.crc;
     if (!content.is_verified) content.damage = "checksum of the chunk is wrong; its messages are used";
@@ -68,6 +70,7 @@ Content read_content(const File& file, const Piece& piece) {
         lose(content, std::to_string(piece.bytes) + " bytes in one record, more than 1 GiB");
         return content;
     }
+    // A file that has become shorter gives fewer bytes; what is there is used.
     content.storage.resize(piece.bytes);
     try {
         content.storage.resize(file.read(piece.offset, content.storage));
@@ -88,6 +91,7 @@ Content read_content(const File& file, const Piece& piece) {
     const Bytes rest = bytes.subspan(head_bytes);
     const std::optional<ChunkRecord> chunk =
         parse_chunk(rest.first(std::min<std::uint64_t>(length, rest.size())));
+    // The length of the record can contradict the sizes within it, and either can end behind the file.
     if (!chunk || (chunk->stored.size() < chunk->stored_bytes && length <= rest.size())) {
         lose(content,
              length > rest.size() ? "chunk is cut within its fields" : "chunk is too short for its fields");

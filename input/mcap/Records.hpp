@@ -28,7 +28,7 @@ constexpr std::size_t head_bytes = 9;             ///< opcode and length of a re
 constexpr std::size_t message_fields_bytes = 22;  ///< what comes before a message's payload
 constexpr std::size_t message_bytes = head_bytes + message_fields_bytes;  ///< of a message, at least
 constexpr std::size_t footer_bytes = 20;
-/// More than this is never held in one piece, whatever a file says.
+/// Sizes in a file can be damaged, or lies: nothing larger than this is ever read into memory at once.
 constexpr std::uint64_t largest_bytes = std::uint64_t{1} << 30;
 
 enum class Opcode : std::uint8_t {
@@ -56,9 +56,10 @@ Integer load(const std::byte* at) {
     return std::bit_cast<Integer>(bytes);
 }
 
+/// What every record begins with.
 struct RecordHead {
     Opcode opcode = Opcode::NONE;
-    std::uint64_t length = 0;
+    std::uint64_t length = 0;  ///< of the content behind the head, in bytes
 };
 
 /// `bytes` has the size of a head at least.
@@ -81,7 +82,9 @@ public:
     Bytes sized() {
         return take(integer<Length>());
     }
+    /// A length of 4 bytes, then the text, which is copied and not checked.
     std::string string();
+    /// The next `size` bytes; empty where fewer are left, and then ok() is false.
     Bytes take(std::uint64_t size);
     Bytes rest() const { return rest_; }
     bool ok() const { return ok_; }
@@ -92,9 +95,9 @@ private:
 };
 
 struct SchemaRecord {
-    std::uint16_t id = 0;
+    std::uint16_t id = 0;  ///< 0 is for channels without a schema; a schema must not have it
     std::string name;
-    std::string encoding;
+    std::string encoding;  ///< of the text: "ros2msg", "ros2idl", "omgidl"
     std::string text;
 
     bool operator==(const SchemaRecord&) const = default;
@@ -105,7 +108,7 @@ struct ChannelRecord {
     std::uint16_t schema_id = 0;  ///< 0: none
     std::string topic;
     std::string message_encoding;
-    std::map<std::string, std::string> metadata;
+    std::map<std::string, std::string> metadata;  ///< as each recorder likes; tells which one it was
 
     bool operator==(const ChannelRecord&) const = default;
 };
@@ -121,29 +124,31 @@ struct ChunkRecord {
     Bytes stored;  ///< shorter than stored_bytes in a file that is cut here
 };
 
+/// Says where a chunk lies and what is in it, so that it need not be read to know.
 struct ChunkIndexRecord {
     std::uint64_t first = 0;  ///< log times, nanoseconds
     std::uint64_t last = 0;
     std::uint64_t chunk_offset = 0;
     std::uint64_t chunk_bytes = 0;
     std::vector<std::uint16_t> channel_ids;  ///< of the channels that have an index, ascending
-    std::uint64_t message_index_bytes = 0;
+    std::uint64_t message_index_bytes = 0;   ///< of the indexes that follow the chunk; 0: it has none
     std::string compression;
     std::uint64_t uncompressed_bytes = 0;
 };
 
+/// Counts over the whole file, by its recorder.
 struct StatisticsRecord {
     std::uint64_t message_count = 0;
     std::uint32_t chunk_count = 0;
     std::uint64_t first = 0;  ///< log times, nanoseconds
     std::uint64_t last = 0;
-    std::vector<std::pair<std::uint16_t, std::uint64_t>> channel_message_counts;
+    std::vector<std::pair<std::uint16_t, std::uint64_t>> channel_message_counts;  ///< by channel id
 };
 
 struct FooterRecord {
-    std::uint64_t summary_start = 0;
-    std::uint64_t summary_offset_start = 0;
-    std::uint32_t summary_crc = 0;
+    std::uint64_t summary_start = 0;         ///< offset in the file; 0: there is no summary
+    std::uint64_t summary_offset_start = 0;  ///< end of the records that matter here; 0: none follow them
+    std::uint32_t summary_crc = 0;           ///< from summary_start into the footer, 0 for none
 };
 
 /// The records of `content`; none when it ends before their fields do.
@@ -166,9 +171,9 @@ struct MessageRecord {
           data(content.subspan(message_fields_bytes)) {}
 
     std::uint16_t channel_id;
-    std::uint64_t log_time;
-    std::uint64_t publish_time;
-    Bytes data;
+    std::uint64_t log_time;      ///< nanoseconds, as publish_time
+    std::uint64_t publish_time;  ///< the log time where the recorder did not know better
+    Bytes data;                  ///< a view of the content
 };
 
 }  // namespace zun::input::mcap

@@ -8,7 +8,7 @@
 #include "input/bytes/TemporaryFolder.hpp"
 #include "input/bytes/first_bytes.hpp"
 #include "input/mcap/McapStream.hpp"
-#include "input/sqlite/SqliteStream.hpp"
+#include "input/sqlite/open_sqlite.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::input {

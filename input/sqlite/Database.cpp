@@ -74,7 +74,8 @@ void Database::open(const fs::path& file, const char* options, int access) {
     sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     bound_work();
-    // With a writable schema SQLite also opens a file that is cut short. Nothing is written to it.
+    // With a writable schema SQLite also opens a file that is shorter than its header says. Nothing is
+    // written to it.
     execute("PRAGMA writable_schema = ON;");
 }
 

@@ -1,7 +1,6 @@
 #include "input/sqlite/SqliteStream.hpp"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <map>
 #include <string_view>
@@ -11,7 +10,9 @@
 #include "input/bytes/Decompressor.hpp"
 #include "input/bytes/first_bytes.hpp"
 #include "input/sqlite/RowBatch.hpp"
+#include "input/sqlite/open_sqlite.hpp"
 #include "platform/error/InputError.hpp"
+#include "platform/text/interface_suffixes.hpp"
 
 namespace zun::input::rosbag2 {
 
@@ -54,9 +55,7 @@ std::int64_t nanoseconds(Time time) {
 /// action whose event or message it is.
 std::vector<std::string> definition_names(const std::string& type) {
     std::vector<std::string> names = {type};
-    constexpr std::array<std::string_view, 4> suffixes = {"_Event", "_SendGoal_Event", "_GetResult_Event",
-                                                          "_FeedbackMessage"};
-    for (const std::string_view suffix : suffixes)
+    for (const std::string_view suffix : interface_suffixes)
         if (type.ends_with(suffix)) names.push_back(type.substr(0, type.size() - suffix.size()));
     return names;
 }
@@ -369,15 +368,6 @@ void SqliteStream::add_row(RowBatch& batch) {
     const std::span<const std::byte> payload = rows_->blob(3);
     batch.add(channel->second, Time::from_nanoseconds(delivered_->timestamp), payload,
               inflated_size(payload));
-}
-
-bool is_sqlite(std::span<const std::byte> first_bytes) {
-    using namespace std::string_view_literals;
-    return starts_with(first_bytes, "SQLite format 3\0"sv);
-}
-
-std::unique_ptr<MessageStream> open_sqlite(const fs::path& file) {
-    return std::make_unique<SqliteStream>(file);
 }
 
 }  // namespace zun::input::rosbag2

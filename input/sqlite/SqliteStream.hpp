@@ -27,14 +27,6 @@ namespace zun::input::rosbag2 {
 
 class RowBatch;
 
-/// Whether a file that begins with these bytes (16 are enough) is a SQLite database.
-bool is_sqlite(std::span<const std::byte> first_bytes);
-
-/// The messages of one .db3 file that are committed, payloads as stored, those in a write-ahead log beside it
-/// included. Files that change are reported at the end of a pass.
-/// Throws InputError for a file that is no database, or has not the tables of a recording.
-std::unique_ptr<MessageStream> open_sqlite(const std::filesystem::path& file);
-
 class SqliteStream final : public MessageStream {
 public:
     /// Reads topics, definitions, and the keys of all messages.

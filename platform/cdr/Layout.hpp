@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/cdr/Encapsulation.hpp"
-#include "platform/cdr/Encoding.hpp"
+#include "platform/cdr/Writer.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {

@@ -19,8 +19,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/View.hpp"
+#include "platform/cdr/Writer.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {

@@ -19,7 +19,9 @@
 
 namespace zun::cdr {
 
-/// `ChecksPadding`  whether bytes that are stepped over are looked at
+/// Never reads outside the payload: take() and narrow() check, every other move only sets the position.
+///
+/// `ChecksPadding`  whether bytes that are stepped over are looked at, which tells readings of a sample apart
 template <bool ChecksPadding>
 class Reader {
 public:
@@ -37,14 +39,15 @@ public:
 
     std::uint64_t position() const { return position_; }
     std::uint64_t end() const { return end_; }
-    std::uint64_t origin() const { return origin_; }
+    std::uint64_t origin() const { return origin_; }                     ///< alignment counts from here
     void set_position(std::uint64_t position) { position_ = position; }  ///< at most end()
     void set_end(std::uint64_t end) { end_ = end; }                      ///< within the payload
     void set_origin(std::uint64_t origin) { origin_ = origin; }
 
+    /// Whether `size` bytes more lie within the value that is being read.
     bool fits(std::uint64_t size) const { return position_ <= end_ && size <= end_ - position_; }
 
-    /// As fits() and its contrary for one byte, with announced padding taken for no part of the body.
+    /// The same, and whether nothing is left, where the padding that the header announces does not count.
     bool body_fits(std::uint64_t size) const { return fits(size) && position_ + size <= body_end_; }
     bool at_end() const { return position_ >= std::min(end_, body_end_); }
 
@@ -73,13 +76,15 @@ public:
         return taken;
     }
 
+    /// The next aligned number of 4 bytes; errors as those of take().
     template <bool Swapped>
     std::uint32_t take_u32(const char* what) {
         align(4);
         return load<Swapped, std::uint32_t>(take(4, what));
     }
 
-    /// Ends the input `size` bytes from here; the end before.
+    /// Ends the input `size` bytes from here, for a value that says its size; returns the end before, for
+    /// set_end(). Throws InputError, as take() does.
     std::uint64_t narrow(std::uint64_t size, const char* what) {
         if (!fits(size)) fail_short(size, what);
         const std::uint64_t outer = end_;
@@ -87,6 +92,7 @@ public:
         return outer;
     }
 
+    /// Throws InputError with `position`, an offset in the payload.
     [[noreturn]] void fail(std::uint64_t position, const std::string& problem) const {
         throw InputError(source_, position, problem);
     }

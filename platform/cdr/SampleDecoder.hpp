@@ -17,11 +17,12 @@
 #include <vector>
 
 #include "platform/cdr/Encapsulation.hpp"
-#include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/Walk.hpp"
+#include "platform/cdr/Writer.hpp"
 
 namespace zun::cdr {
 
+/// For one thread at a time: what fitted earlier samples is remembered, and moves.
 class SampleDecoder {
 public:
     /// Arguments and exceptions as SamplePrinter's constructor.
@@ -40,7 +41,12 @@ public:
     }
 
     /// How well a reading fits a sample.
-    enum class Fit : std::uint8_t { EXACT, DEVIATES, FAILS };
+    enum class Fit : std::uint8_t {
+        EXACT,     ///< all members are there and no others, padding is zero, values are ones that a writer
+                   ///< writes
+        DEVIATES,  ///< it can be read, but one of these is not so
+        FAILS,     ///< it cannot be read, or more than padding follows it
+    };
 
     /// The best fit that a reading of the type has to `payload`.
     Fit fit(std::span<const std::byte> payload);

@@ -15,10 +15,10 @@ namespace zun::cdr {
 
 using dds::core::xtypes::TypeKind;
 
-/// The bytes of a scalar in this machine's order; the front ones count.
+/// The bytes of a scalar in this machine's byte order: the first size_of() its kind, the others are zero.
 using ScalarBytes = std::array<std::byte, 16>;
 
-/// Bytes of a scalar of that kind in a sample; 1 for what is none.
+/// Bytes of a scalar of that kind in a sample: 1, 2, 4, 8 or 16; 1 for kinds that are not scalar.
 std::uint8_t size_of(TypeKind kind);
 
 /// The lowest bytes of `value`, as many as an integer of the kind `carrier` has.
@@ -27,6 +27,7 @@ ScalarBytes bytes_of_integer(TypeKind carrier, std::int64_t value);
 /// `value` as x87 stores it.
 ScalarBytes bytes_of_long_double(double value);
 
+/// `value` as it lies in memory; at most 16 bytes.
 template <typename Value>
 ScalarBytes bytes_of(Value value) {
     ScalarBytes bytes{};
@@ -34,7 +35,11 @@ ScalarBytes bytes_of(Value value) {
     return bytes;
 }
 
-/// Reads a value of at most eight bytes, which need not be aligned in memory.
+/// Reads a value of 1, 2, 4 or 8 bytes, which need not be aligned in memory.
+///
+/// `Swapped`  whether the sample has the other byte order than this machine; a parameter of the template, so
+/// that
+///            the usual order costs nothing
 template <bool Swapped, typename Value>
 Value load(const std::byte* data) {
     Value value;
@@ -73,7 +78,8 @@ long double load_long_double(const std::byte* data) {
     return long_double_of(bytes);
 }
 
-/// The integer, boolean or character of that kind as a number; unsigned ones of 64 bits wrap.
+/// The integer, boolean or character of that kind as a number, such as selects a member of a union; unsigned
+/// ones of 64 bits from 2^63 on come out negative.
 template <bool Swapped>
 std::int64_t load_integer(TypeKind kind, const std::byte* data) {
     switch (kind) {

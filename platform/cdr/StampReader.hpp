@@ -8,9 +8,9 @@
 #include <span>
 #include <string>
 
-#include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/Stamp.hpp"
 #include "platform/cdr/View.hpp"
+#include "platform/cdr/Writer.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::cdr {

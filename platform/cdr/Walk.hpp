@@ -35,12 +35,14 @@
 
 namespace zun::cdr {
 
+/// The place of an element of an array or a sequence.
 struct Item {
-    std::uint32_t index;
+    std::uint32_t index;  ///< from 0; in arrays of several dimensions row by row
 };
+/// The place of the value that selects a union's member.
 struct Discriminator {};
 
-/// A handler that wants nothing.
+/// A handler that wants nothing: for walks that only find out whether a sample fits, or where a value ends.
 struct NoHandler {
     static constexpr bool wants_absent = false;
     static constexpr bool wants_excluded = true;  // what is in an excluded member is skipped with it
@@ -166,6 +168,10 @@ private:
     Handler& handler_;
 };
 
+/// One walk over one sample. What it is given must outlive it.
+///
+/// `Swapped`        the sample has the other byte order than this machine
+/// `ChecksPadding`  as of Reader
 template <typename Handler, bool Swapped, bool ChecksPadding>
 class Walk {
 public:
@@ -212,7 +218,8 @@ private:
     template <typename, bool, bool>
     friend class Walk;
 
-    // Elements without bytes of their own that one sample may have: their number is bounded by nothing else.
+    // Elements that take no bytes, such as those of an empty structure, cost time all the same, and a length
+    // of four bytes can claim four thousand million of them: so their number is bounded.
     static constexpr std::uint64_t empty_element_limit = 1U << 16U;
     // Parameters are rounded up to whole words by some writers.
     static constexpr std::uint64_t parameter_padding = 3;

@@ -2,6 +2,7 @@
 
 namespace {
 
+// The engine calls every callback without asking, so what a format does not fill in has to be there.
 void ignore_named(DDS_PrintFormat*, ZUNXMLSaveContext*, const char*, int) {}
 void ignore_item(DDS_PrintFormat*, ZUNXMLSaveContext*, unsigned int, int) {}
 void ignore_discriminator(DDS_PrintFormat*, ZUNXMLSaveContext*, int) {}

@@ -8,7 +8,8 @@
 // bits. The fraction says whether the multiple of ten below or above is within half an interval, and if
 // neither is, its nearest tenth is the last digit. The power is inexact and so is the fraction, by a bound
 // that is known: what is not clear by more than that, as ties and the very ends of the interval, is left to
-// the standard library. So are powers of two, whose interval is lopsided, and subnormal numbers.
+// the standard library. So are powers of two, whose interval is lopsided, and subnormal numbers; and all
+// numbers on machines that store the highest byte of a word first.
 
 #include "platform/printing/NumberText.hpp"
 
@@ -383,7 +384,8 @@ template <typename Real>
     return std::to_chars(out, out + number_text_size, value).ptr;
 }
 
-/// Zeros, subnormal numbers, infinities and what is not a number.
+/// Zeros, subnormal numbers, infinities and what is not a number; right for every other value too, and
+/// slower.
 template <typename Real>
 [[gnu::noinline]] char* write_special(char* out, Real value) {
     if (value == 0) {
@@ -397,6 +399,7 @@ template <typename Real>
 
 template <typename Real>
 inline char* write_real(char* const begin, Real value) {
+    if constexpr (!digits::words_are_text) return write_special(begin, value);
     using Number = Format<Real>;
     using Bits = typename Number::Bits;
     const auto bits = std::bit_cast<Bits>(value);

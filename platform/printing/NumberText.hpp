@@ -9,6 +9,7 @@
 
 #include <array>
 #include <bit>
+#include <charconv>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -29,8 +30,9 @@ char* write_number(char* out, Integer value);
 
 namespace digits {
 
-// A word of text holds its first character in the lowest byte, as memory does.
-static_assert(std::endian::native == std::endian::little, "words of digits are stored as they are");
+/// Whether words of digits can be stored as they are: they hold their first character in the lowest byte.
+/// Elsewhere std::to_chars writes all numbers.
+inline constexpr bool words_are_text = std::endian::native == std::endian::little;
 
 inline constexpr std::uint64_t ascii_zeros = 0x3030303030303030;
 inline constexpr std::uint64_t ten_to_8 = 100'000'000;
@@ -115,6 +117,7 @@ inline char* write_unsigned(char* out, std::uint64_t value) {
 
 template <std::integral Integer>
 inline char* write_number(char* out, Integer value) {
+    if constexpr (!digits::words_are_text) return std::to_chars(out, out + number_text_size, value).ptr;
     auto magnitude = static_cast<std::make_unsigned_t<Integer>>(value);
     if constexpr (std::signed_integral<Integer>) {
         *out = '-';

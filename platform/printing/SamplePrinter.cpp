@@ -235,6 +235,7 @@ private:
 
     template <typename Value>
     void number(Value value) {
+        // Straight into the row; where the buffer is nearly full, by way of a copy that append() can refuse.
         if (!ZUNXMLSaveContext_fits(context_, number_text_size)) return append_number(value);
         char* const begin = context_->text + context_->length;
         context_->length += static_cast<std::uint32_t>(write(begin, value) - begin);
@@ -326,6 +327,7 @@ private:
             const char32_t unit = cdr::unit_at<Swapped>(text, i);
             if (unit == U',' || unit == U'"' || unit == U'\n' || unit == U'\r') return true;
         }
+        // An empty text in quotes can be told from a cell without a value.
         return text.units == 0;
     }
 

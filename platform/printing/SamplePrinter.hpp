@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/Findings.hpp"
 #include "platform/cdr/Stamp.hpp"
 #include "platform/cdr/View.hpp"
+#include "platform/cdr/Writer.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
 #include "platform/printing/ValueText.hpp"
 #include "platform/xtypes/DynamicType.hpp"

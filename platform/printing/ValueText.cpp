@@ -85,7 +85,7 @@ Sequence sequence_at(std::string_view text) {
     return {size, size > 1};
 }
 
-/// Bytes of `text` before the first that is none of valid text.
+/// Bytes of `text` before the first that is not part of valid text.
 std::size_t valid_size(std::string_view text) {
     std::size_t at = 0;
     while (at < text.size()) {

@@ -12,7 +12,7 @@
 
 namespace zun::printing {
 
-/// What becomes of bytes and units that are no text: those that are not Unicode's, and zeros.
+/// What becomes of bytes and units that are not text: those that are not characters of Unicode, and zeros.
 enum class InvalidText : std::uint8_t {
     ESCAPE,   ///< their numbers: "\xff", "\ud83d"
     REPLACE,  ///< U+FFFD

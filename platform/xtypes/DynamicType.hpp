@@ -121,19 +121,16 @@ private:
 /// A member of a structure.
 class MemberImpl : public AbstractAggregationMember {
 public:
-    MemberImpl(std::string name, DynamicTypeImpl type, std::uint32_t id, bool optional, bool key,
+    MemberImpl(std::string name, DynamicTypeImpl type, std::uint32_t id, bool optional,
                std::optional<DefaultValue> default_value)
         : AbstractAggregationMember(std::move(name), std::move(type), id),
           optional_(optional),
-          key_(key),
           default_value_(std::move(default_value)) {}
     bool is_optional() const { return optional_; }
-    bool is_key() const { return key_; }
     const std::optional<DefaultValue>& default_value() const { return default_value_; }
 
 private:
     bool optional_;
-    bool key_;
     std::optional<DefaultValue> default_value_;
 };
 

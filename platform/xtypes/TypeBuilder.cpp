@@ -123,7 +123,7 @@ DynamicTypeImpl struct_type(StructSpec spec) {
         require(names.insert(member.name).second, spec.name, "two members are called '" + member.name + "'");
         id = member.id.value_or(id);
         node.members.emplace_back(std::move(member.name), std::move(member.type), id++, member.optional,
-                                  member.key, std::move(member.default_value));
+                                  std::move(member.default_value));
     }
     node.name = std::move(spec.name);
     node.extensibility = spec.extensibility;
@@ -140,9 +140,9 @@ DynamicTypeImpl bitset_type(std::string name, const std::vector<BitFieldSpec>& f
             require(names.insert(field.name).second, name, "two members are called '" + field.name + "'");
             node.bit_fields.push_back({static_cast<std::uint8_t>(node.bound), field.width});
             node.members.emplace_back(field.name, bit_field_type(name, field),
-                                      static_cast<std::uint32_t>(node.members.size()), false, false,
-                                      std::nullopt);
+                                      static_cast<std::uint32_t>(node.members.size()), false, std::nullopt);
         }
+        // Unnamed bits take their place without being a member.
         node.bound += field.width;
     }
     require(!node.members.empty(), name, "a bit set has at least one named bit field");

@@ -36,7 +36,6 @@ struct MemberSpec {
     DynamicTypeImpl type;
     std::optional<std::uint32_t> id = {};  ///< the previous member's plus one when not given, from 0
     bool optional = false;
-    bool key = false;
     std::optional<DefaultValue> default_value = {};
 };
 

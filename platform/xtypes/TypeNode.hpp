@@ -11,19 +11,21 @@ namespace zun::core::xtypes {
 struct TypeNode {
     TypeKind kind = TypeKind::NO_TYPE;
     std::string name = {};
-    DDS_TypeCode related =
-        {};  // alias: aliased type; union: discriminator; collection: element; structure: base
-    std::uint32_t bound = no_bound;  // string, sequence; enumeration and bitmask: bit bound; bit set: bits
+    /// Alias: the aliased type; union: the discriminator; collection: the element; structure: the base.
+    DDS_TypeCode related = {};
+    /// String and sequence: the most characters or elements; enumeration and bit mask: the bit bound; bit
+    /// set: bits.
+    std::uint32_t bound = no_bound;
     Extensibility extensibility = Extensibility::UNSPECIFIED;
-    bool map = false;
-    bool placeholder_octet = false;
+    bool map = false;                ///< of a sequence: of pairs
+    bool placeholder_octet = false;  ///< of a structure: without members, but one byte in samples
     std::vector<std::uint32_t> dimensions = {};
-    std::uint32_t element_count = 0;
+    std::uint32_t element_count = 0;  ///< array: the product of its dimensions
     std::vector<MemberImpl> members = {};
     std::vector<BitField> bit_fields = {};
     std::vector<UnionMember> union_members = {};
     std::vector<EnumTypeImpl::Enumerator> enumerators = {};
-    std::int64_t default_value = 0;
+    std::int64_t default_value = 0;  ///< enumeration: of a member that a sample does not carry
 };
 
 }  // namespace zun::core::xtypes

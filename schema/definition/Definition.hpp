@@ -16,7 +16,7 @@
 
 namespace zun::schema {
 
-/// A type as it is written.
+/// A type as it is written: a name, or what it is made of.
 struct TypeExpression {
     enum class Form : std::uint8_t { PRIMITIVE, NAMED, STRING, WSTRING, SEQUENCE, MAP, ARRAY, PLACEHOLDER };
     Form form = Form::NAMED;
@@ -36,16 +36,17 @@ struct MemberDefinition {
     std::optional<ConstantExpression> id = {};
     std::optional<std::string> hashed_name = {};  ///< the text whose hash is the id
     bool optional = false;
-    bool key = false;
     std::optional<ConstantExpression> default_value = {};
     std::vector<ConstantExpression> labels = {};  ///< union: discriminator values
     bool is_default = false;                      ///< union: selected by every other value
 };
 
+/// A structure; of ROS, a message.
 struct StructDefinition {
     std::vector<MemberDefinition> members = {};
-    std::optional<TypeExpression> base = {};
-    core::xtypes::Extensibility extensibility = core::xtypes::Extensibility::UNSPECIFIED;
+    std::optional<TypeExpression> base = {};  ///< its members come first
+    core::xtypes::Extensibility extensibility =
+        core::xtypes::Extensibility::UNSPECIFIED;  ///< whether samples of other versions of it are expected
 };
 
 struct UnionDefinition {
@@ -64,20 +65,24 @@ struct EnumDefinition {
     std::optional<ConstantExpression> bit_bound = {};
 };
 
+/// Flags, which are constants beside it.
 struct BitmaskDefinition {
-    std::optional<ConstantExpression> bit_bound = {};
+    std::optional<ConstantExpression> bit_bound = {};  ///< 1 to 64 bits, 32 when not given
 };
 
+/// Numbers of a few bits each, in one integer.
 struct BitsetDefinition {
     struct Field {
-        std::string name;  ///< empty for unnamed bits
-        ConstantExpression width;
+        std::string name;          ///< empty for unnamed bits
+        ConstantExpression width;  ///< bits, 1 to 64
+        /// When not given, a boolean for one bit, else the smallest unsigned integer that is wide enough.
         std::optional<TypeExpression> type = {};
     };
     std::vector<Field> fields = {};
     std::optional<TypeExpression> base = {};  ///< its bits come first
 };
 
+/// Another name of a type.
 struct AliasDefinition {
     TypeExpression type;
 };

@@ -9,6 +9,7 @@ namespace zun::schema {
 void DefinitionTable::add(Definition definition) {
     definition.source = source_;
     std::string name = definition.name;
+    // Recordings repeat definitions; the first is the one that the text before it could refer to.
     definitions_.try_emplace(std::move(name), std::move(definition));
 }
 
@@ -34,6 +35,7 @@ const Definition* DefinitionTable::find_in_any_scope(std::string_view name) cons
     const Definition* found = nullptr;
     for (const auto& [scoped_name, definition] : definitions_) {
         if (last_name(scoped_name) != name) continue;
+        // Two could mean different things, so neither is taken.
         if (found) return nullptr;
         found = &definition;
     }

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "platform/error/InputError.hpp"
 
@@ -17,10 +16,8 @@ struct Position {
     std::uint64_t column = 0;
 };
 
+/// The error of bad input at `position` in the text that is called `source`.
 InputError error_at(const std::string& source, const Position& position, const std::string& problem);
-
-/// `text` in quotes, fit for an error: of a long one the beginning, and "?" for what no terminal should get.
-std::string quoted(std::string_view text);
 
 }  // namespace zun::schema
 

@@ -6,9 +6,11 @@
 #include <utility>
 
 #include "platform/logger/Logger.hpp"
+#include "schema/definition/NestingLevel.hpp"
 #include "schema/definition/TypeName.hpp"
 #include "schema/definition/UnknownType.hpp"
 #include "schema/definition/name_hash.hpp"
+#include "schema/definition/quoted.hpp"
 
 namespace zun::schema {
 
@@ -20,7 +22,6 @@ using core::xtypes::TypeKind;
 
 namespace {
 
-constexpr unsigned deepest_nesting = 100;
 constexpr Integer largest_member_id = 0x0fffffff;
 constexpr Integer largest_size = std::numeric_limits<std::uint32_t>::max();
 
@@ -95,31 +96,30 @@ public:
     /// `target`  null for an anonymous type
     Level(TypeResolver& resolver, const Definition* target, const std::string& source,
           const Position& position)
-        : resolver_(resolver), target_(target) {
-        if (resolver.depth_ == deepest_nesting)
-            throw error_at(source, position, "more than 100 definitions are nested");
+        : nesting_(resolver.depth_), resolver_(resolver), target_(target) {
+        if (nesting_.is_too_deep()) throw error_at(source, position, "more than 100 definitions are nested");
         if (target && !resolver.open_.insert(target).second)
             throw error_at(source, position, shown(*target) + " contains itself");
-        ++resolver.depth_;
     }
     ~Level() {
-        --resolver_.depth_;
         if (target_) resolver_.open_.erase(target_);
     }
     Level(const Level&) = delete;
     Level& operator=(const Level&) = delete;
 
 private:
+    NestingLevel nesting_;
     TypeResolver& resolver_;
     const Definition* target_;
 };
 
 DynamicTypeImpl TypeResolver::type_of(const Definition& definition) {
+    // Many members share a type; and a shared type is compared, and compiled for decoding, once.
     const auto known = types_.find(&definition);
     if (known != types_.end()) return known->second;
     const Level level(*this, &definition, definition.source, definition.position);
     DynamicTypeImpl type = built(definition.source, definition.position, [&] {
-        return std::visit([&](const auto& body) { return made(definition, body); }, definition.body);
+        return std::visit([&](const auto& body) { return make_type(definition, body); }, definition.body);
     });
     types_.emplace(&definition, type);
     return type;
@@ -128,7 +128,7 @@ DynamicTypeImpl TypeResolver::type_of(const Definition& definition) {
 DynamicTypeImpl TypeResolver::type_of(const TypeExpression& expression, const Definition& user) {
     if (expression.form == TypeExpression::Form::NAMED) return named_type(expression, user);
     const Level level(*this, nullptr, user.source, expression.position);
-    return built(user.source, expression.position, [&] { return made(expression, user); });
+    return built(user.source, expression.position, [&] { return make_anonymous(expression, user); });
 }
 
 DynamicTypeImpl TypeResolver::named_type(const TypeExpression& expression, const Definition& user) {
@@ -150,7 +150,7 @@ const Definition& TypeResolver::substitute(const TypeExpression& expression, con
     return *found;
 }
 
-DynamicTypeImpl TypeResolver::made(const TypeExpression& expression, const Definition& user) {
+DynamicTypeImpl TypeResolver::make_anonymous(const TypeExpression& expression, const Definition& user) {
     using Form = TypeExpression::Form;
     std::vector<std::uint32_t> sizes;
     for (const ConstantExpression& size : expression.sizes)
@@ -168,6 +168,7 @@ DynamicTypeImpl TypeResolver::made(const TypeExpression& expression, const Defin
         case Form::SEQUENCE:
             return core::xtypes::sequence_type(argument(0), bound);
         case Form::MAP: {
+            // In an order that is certain, so that of two errors always the same one is told.
             const DynamicTypeImpl key = argument(0);
             return core::xtypes::map_type(key, argument(1), bound);
         }
@@ -184,7 +185,7 @@ DynamicTypeImpl TypeResolver::made(const TypeExpression& expression, const Defin
     return named_type(expression, user);
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const StructDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const StructDefinition& body) {
     core::xtypes::StructSpec spec{.name = display_name(definition.name),
                                   .members = {},
                                   .extensibility = extensibility_of(definition, body.extensibility)};
@@ -195,13 +196,12 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const StructDef
                                 .type = type,
                                 .id = id_of(member, definition),
                                 .optional = member.optional,
-                                .key = member.key,
                                 .default_value = default_of(member, type, definition)});
     }
     return core::xtypes::struct_type(std::move(spec));
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const UnionDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const UnionDefinition& body) {
     const DynamicTypeImpl discriminator = type_of(body.discriminator, definition);
     core::xtypes::UnionSpec spec{.name = display_name(definition.name),
                                  .discriminator = discriminator,
@@ -223,10 +223,11 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const UnionDefi
     return core::xtypes::union_type(std::move(spec));
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const EnumDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const EnumDefinition& body) {
     core::xtypes::EnumSpec spec{.name = display_name(definition.name), .enumerators = {}};
     if (body.bit_bound)
         spec.bit_bound = static_cast<std::uint32_t>(integer(*body.bit_bound, definition, 1, 32));
+    // Each enumerator counts on from the one before it, whether that had a value of its own or not.
     Integer value = 0;
     for (const auto& enumerator : body.enumerators) {
         if (enumerator.value) value = integer(*enumerator.value, definition, INT32_MIN, UINT32_MAX);
@@ -237,12 +238,12 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const EnumDefin
     return core::xtypes::enum_type(std::move(spec));
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const BitmaskDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const BitmaskDefinition& body) {
     const Integer bits = body.bit_bound ? integer(*body.bit_bound, definition, 1, 64) : 32;
     return core::xtypes::bitmask_type(display_name(definition.name), static_cast<std::uint32_t>(bits));
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const BitsetDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const BitsetDefinition& body) {
     std::vector<core::xtypes::BitFieldSpec> fields;
     append_bits(definition, body, fields);
     return core::xtypes::bitset_type(display_name(definition.name), fields);
@@ -271,19 +272,19 @@ void TypeResolver::append_bits(const TypeExpression& base, const Definition& use
         append_bits(*named, *bits, fields);
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const AliasDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const AliasDefinition& body) {
     return core::xtypes::alias_type(display_name(definition.name), type_of(body.type, definition));
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const ConstantDefinition&) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const ConstantDefinition&) {
     throw error_at(definition.source, definition.position, shown(definition) + " is a constant, no type");
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition& definition, const EnumeratorDefinition&) {
+DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const EnumeratorDefinition&) {
     throw error_at(definition.source, definition.position, shown(definition) + " is an enumerator, no type");
 }
 
-DynamicTypeImpl TypeResolver::made(const Definition&, const BrokenDefinition& body) {
+DynamicTypeImpl TypeResolver::make_type(const Definition&, const BrokenDefinition& body) {
     throw InputError(body.error);
 }
 
@@ -357,6 +358,7 @@ const Definition* TypeResolver::find(const std::vector<std::string>& names, cons
             absolute.push_back(name.substr(2));
             continue;
         }
+        // From the definition itself outwards, as a compiler of the language looks names up.
         for (std::string_view scope = user.name; !scope.empty(); scope = outer_scope(scope))
             absolute.push_back(scoped(scope, name));
         absolute.push_back(name);

@@ -18,6 +18,8 @@
 
 namespace zun::schema {
 
+/// For one text and what it refers to, on one thread. Types and constants are made once, so a type that many
+/// members have is one object; it outlives the resolver.
 class TypeResolver {
 public:
     /// The definition of the first of some scoped names that has one; null where none has.
@@ -37,27 +39,33 @@ private:
     core::xtypes::DynamicTypeImpl named_type(const TypeExpression& expression, const Definition& user);
     /// What serves where no name of `expression` is defined.
     const Definition& substitute(const TypeExpression& expression, const Definition& user) const;
-    core::xtypes::DynamicTypeImpl made(const TypeExpression& expression, const Definition& user);
+    /// A type that has no name: a primitive, a string or a collection.
+    core::xtypes::DynamicTypeImpl make_anonymous(const TypeExpression& expression, const Definition& user);
 
-    core::xtypes::DynamicTypeImpl made(const Definition& definition, const StructDefinition& body);
-    core::xtypes::DynamicTypeImpl made(const Definition& definition, const UnionDefinition& body);
-    core::xtypes::DynamicTypeImpl made(const Definition& definition, const EnumDefinition& body);
-    core::xtypes::DynamicTypeImpl made(const Definition& definition, const BitmaskDefinition& body);
-    core::xtypes::DynamicTypeImpl made(const Definition& definition, const BitsetDefinition& body);
-    core::xtypes::DynamicTypeImpl made(const Definition& definition, const AliasDefinition& body);
-    [[noreturn]] core::xtypes::DynamicTypeImpl made(const Definition& definition,
-                                                    const ConstantDefinition& body);
-    [[noreturn]] core::xtypes::DynamicTypeImpl made(const Definition& definition,
-                                                    const EnumeratorDefinition& body);
-    [[noreturn]] core::xtypes::DynamicTypeImpl made(const Definition& definition,
-                                                    const BrokenDefinition& body);
+    // The type that a definition of each form stands for. Of a constant or an enumerator there is none: these
+    // throw InputError, as does what could not be read.
+    core::xtypes::DynamicTypeImpl make_type(const Definition& definition, const StructDefinition& body);
+    core::xtypes::DynamicTypeImpl make_type(const Definition& definition, const UnionDefinition& body);
+    core::xtypes::DynamicTypeImpl make_type(const Definition& definition, const EnumDefinition& body);
+    core::xtypes::DynamicTypeImpl make_type(const Definition& definition, const BitmaskDefinition& body);
+    core::xtypes::DynamicTypeImpl make_type(const Definition& definition, const BitsetDefinition& body);
+    core::xtypes::DynamicTypeImpl make_type(const Definition& definition, const AliasDefinition& body);
+    [[noreturn]] core::xtypes::DynamicTypeImpl make_type(const Definition& definition,
+                                                         const ConstantDefinition& body);
+    [[noreturn]] core::xtypes::DynamicTypeImpl make_type(const Definition& definition,
+                                                         const EnumeratorDefinition& body);
+    [[noreturn]] core::xtypes::DynamicTypeImpl make_type(const Definition& definition,
+                                                         const BrokenDefinition& body);
 
+    /// The fields of the base first, so that the order is that of the bits from the lowest.
     void append_bits(const Definition& definition, const BitsetDefinition& body,
                      std::vector<core::xtypes::BitFieldSpec>& fields);
     /// Of what `base` names, through aliases.
     void append_bits(const TypeExpression& base, const Definition& user,
                      std::vector<core::xtypes::BitFieldSpec>& fields);
+    /// The member id that the text gives, 28 bits; none where it leaves ids to the order of members.
     std::optional<std::uint32_t> id_of(const MemberDefinition& member, const Definition& user);
+    /// The value of a member that a sample does not carry; none for the usual one, zero or empty.
     std::optional<core::xtypes::DefaultValue> default_of(const MemberDefinition& member,
                                                          const core::xtypes::DynamicTypeImpl& type,
                                                          const Definition& user);
@@ -66,6 +74,7 @@ private:
     Constant constant(const ConstantExpression& expression, const Definition& user,
                       const core::xtypes::DynamicTypeImpl* type = nullptr);
     Constant named_constant(const Step& step, const std::vector<std::string>& names, const Definition& user);
+    /// Throws InputError when the value is not a whole number from `lowest` to `highest`.
     Integer integer(const ConstantExpression& expression, const Definition& user, Integer lowest,
                     Integer highest, const core::xtypes::DynamicTypeImpl* type = nullptr);
 

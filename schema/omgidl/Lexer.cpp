@@ -5,6 +5,9 @@
 #include <optional>
 #include <utility>
 
+#include "platform/text/utf8.hpp"
+#include "schema/definition/quoted.hpp"
+
 namespace zun::schema {
 
 namespace {
@@ -42,28 +45,15 @@ std::optional<Constant> number_value(std::string_view text) {
     if (integer) return Integer(*integer);
     if (text.find_first_of("xX") != std::string_view::npos) return std::nullopt;
     if (text.find_first_of(".eE") == std::string_view::npos) return std::nullopt;
+    // "d" ends literals of fixed point, "f" those of C.
     if (std::string_view("fFdD").find(text.back()) != std::string_view::npos) text.remove_suffix(1);
     if (const auto number = parsed<double>(text)) return *number;
     return std::nullopt;
 }
 
-void append_utf8(std::string& text, std::uint32_t code) {
-    const auto byte = [&](std::uint32_t bits) { text += static_cast<char>(bits); };
-    if (code < 0x80) {
-        byte(code);
-    } else if (code < 0x800) {
-        byte(0xc0 | code >> 6);
-        byte(0x80 | (code & 0x3f));
-    } else {
-        byte(0xe0 | code >> 12);
-        byte(0x80 | (code >> 6 & 0x3f));
-        byte(0x80 | (code & 0x3f));
-    }
-}
-
-/// Takes up to `most` digits of `base` off `text`.
-std::uint32_t take_number(std::string_view& text, std::size_t most, int base) {
-    std::uint32_t value = 0;
+/// Takes up to `most` digits of `base` off `text`; no literal has more of them than 16 bits hold.
+std::uint16_t take_number(std::string_view& text, std::size_t most, int base) {
+    std::uint16_t value = 0;
     const std::string_view digits = text.substr(0, most);
     const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, base);
     text.remove_prefix(static_cast<std::size_t>(stop - digits.data()));
@@ -84,25 +74,13 @@ std::string unescaped(std::string_view written) {
         const bool octal = kind >= '0' && kind <= '7';
         written.remove_prefix(octal ? 1 : 2);
         if (octal)
-            append_utf8(text, take_number(written, 3, 8));
+            append_character(text, take_number(written, 3, 8));
         else if (kind == 'x' || kind == 'u')
-            append_utf8(text, take_number(written, kind == 'x' ? 2 : 4, 16));
+            append_character(text, take_number(written, kind == 'x' ? 2 : 4, 16));
         else
             text += letter == std::string_view::npos ? kind : meanings[letter];
     }
     return text;
-}
-
-/// The only character of `text`.
-std::optional<Integer> code_point(std::string_view text) {
-    if (text.empty()) return std::nullopt;
-    const auto first = static_cast<unsigned char>(text.front());
-    const std::size_t size = first < 0xc0 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    if (text.size() != size) return std::nullopt;
-    std::uint32_t code = size == 1 ? first : first & (0xffU >> (size + 1));
-    for (const char c : text.substr(1))
-        code = code << 6 | (static_cast<unsigned char>(c) & 0x3fU);
-    return code;
 }
 
 }  // namespace
@@ -110,6 +88,7 @@ std::optional<Integer> code_point(std::string_view text) {
 Token Lexer::next() {
     while (replacement_.empty()) {
         Token token = written();
+        // An escaped word is a name of the user's own, which no macro means.
         const bool is_plain = token.kind == Token::Kind::WORD && !token.escaped;
         const std::string* const meaning = is_plain ? preprocessor_.macro(token.text) : nullptr;
         if (!meaning) return token;
@@ -222,10 +201,10 @@ Token Lexer::literal(char quote) {
         token.value = std::move(content);
         return token;
     }
-    const auto code = code_point(content);
+    const auto code = only_character(content);
     if (!code) return broken(token.position, quoted(token.text) + " is no single character");
     token.kind = Token::Kind::CHARACTER;
-    token.value = *code;
+    token.value = Integer(*code);
     return token;
 }
 

@@ -19,7 +19,7 @@ struct Token {
     enum class Kind : std::uint8_t { END, WORD, NUMBER, CHARACTER, STRING, SYMBOL, BROKEN };
     Kind kind = Kind::END;
     std::string text = {};  ///< as written, a word without its escape; BROKEN: what is wrong with it
-    bool escaped = false;   ///< a word that is no keyword, whatever it says
+    bool escaped = false;   ///< a word with "_" before it, "_module": a name, even where it spells a keyword
     Constant value = {};    ///< of NUMBER, CHARACTER and STRING
     Position position = {};
 };

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <map>
 
+#include "schema/definition/NestingLevel.hpp"
 #include "schema/definition/TypeName.hpp"
+#include "schema/definition/quoted.hpp"
 
 namespace zun::schema {
 
@@ -13,8 +15,6 @@ using core::xtypes::Extensibility;
 using core::xtypes::TypeKind;
 using Form = TypeExpression::Form;
 using Operation = Step::Operation;
-
-constexpr unsigned deepest_nesting = 100;
 
 const std::map<std::string_view, TypeKind> one_word_primitives = {
     {"boolean", TypeKind::BOOLEAN_TYPE}, {"octet", TypeKind::OCTET_TYPE},
@@ -27,7 +27,7 @@ const std::map<std::string_view, TypeKind> one_word_primitives = {
 
 /// Those that change a type; of all others only the end is looked for.
 constexpr std::string_view meaningful_annotations[] = {
-    "final",    "appendable", "mutable",   "extensibility", "autoid",          "id",      "hashid", "key",
+    "final",    "appendable", "mutable",   "extensibility", "autoid",          "id",      "hashid",
     "optional", "default",    "bit_bound", "value",         "default_literal", "position"};
 
 constexpr std::string_view constructed[] = {"struct", "union", "enum", "bitmask", "bitset"};
@@ -80,20 +80,16 @@ ConstantExpression combined(ConstantExpression left, Operation operation, const 
 
 }  // namespace
 
-/// One rule within another. Text that nests without end would run the stack out.
+/// One rule within another.
 class Parser::Level {
 public:
-    explicit Level(Parser& parser) : parser_(parser) {
-        if (parser.depth_ == deepest_nesting)
+    explicit Level(Parser& parser) : nesting_(parser.depth_) {
+        if (nesting_.is_too_deep())
             throw error_at(parser.table_.source(), parser.token_.position, "more than 100 levels are nested");
-        ++parser.depth_;
     }
-    ~Level() { --parser_.depth_; }
-    Level(const Level&) = delete;
-    Level& operator=(const Level&) = delete;
 
 private:
-    Parser& parser_;
+    NestingLevel nesting_;
 };
 
 Parser::Parser(std::string_view text, std::uint64_t first_line, TypeKind char_kind, DefinitionTable& table)
@@ -360,7 +356,6 @@ MemberDefinition Parser::member(const Annotations& annotations, const TypeExpres
     member.name = take_name("the member's name");
     member.type = with_dimensions(type);
     member.optional = flag(annotations, "optional");
-    member.key = flag(annotations, "key");
     member.default_value = value_of(annotations, "default");
     member.id = value_of(annotations, "id");
     const Annotation* hashed = find_annotation(annotations, "hashid");

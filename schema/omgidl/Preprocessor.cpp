@@ -5,12 +5,13 @@
 #include <cstdint>
 #include <optional>
 
+#include "schema/definition/NestingLevel.hpp"
+
 namespace zun::schema {
 
 namespace {
 
 constexpr std::size_t longest_macro = 1000;  // macros of macros could grow without end
-constexpr unsigned deepest_nesting = 100;
 
 bool is_word_character(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
@@ -81,10 +82,9 @@ private:
     }
 
     Value operand() {
-        if (++depth_ > deepest_nesting) return std::nullopt;
-        const Value result = accept("!") ? negated(operand()) : accept("(") ? closed(operation(1)) : word();
-        --depth_;
-        return result;
+        const NestingLevel level(depth_);
+        if (level.is_too_deep()) return std::nullopt;
+        return accept("!") ? negated(operand()) : accept("(") ? closed(operation(1)) : word();
     }
 
     static Value negated(Value value) { return value ? Value(*value == 0) : std::nullopt; }

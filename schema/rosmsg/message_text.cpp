@@ -9,7 +9,10 @@
 #include <string>
 #include <utility>
 
+#include "platform/text/interface_suffixes.hpp"
 #include "schema/definition/TypeName.hpp"
+#include "schema/definition/quoted.hpp"
+#include "schema/rosmsg/trimmed.hpp"
 
 namespace zun::schema {
 
@@ -186,8 +189,7 @@ std::vector<Section> parts_of(const Section& section) {
 
 /// The service or action from which a type called `name` is made.
 std::string_view interface_name(std::string_view name) {
-    for (const std::string_view suffix :
-         {"_SendGoal_Event", "_GetResult_Event", "_FeedbackMessage", "_Event"})
+    for (const std::string_view suffix : interface_suffixes)
         if (name.ends_with(suffix)) return name.substr(0, name.size() - suffix.size());
     return name;
 }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
+#include "schema/rosmsg/trimmed.hpp"
+
 namespace zun::schema {
 
 namespace {
-
-constexpr std::string_view blanks = " \t\r\n\f\v";
 
 bool is_delimiter(std::string_view line) {
     return line.size() >= 3 && line.find_first_not_of('=') == std::string_view::npos;
@@ -24,12 +24,6 @@ bool read_header(std::string_view line, Section& section) {
 }
 
 }  // namespace
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
 
 std::string_view take_line(std::string_view& text) {
     const std::size_t end = std::min(text.find('\n'), text.size());

@@ -15,6 +15,7 @@
 
 namespace zun::schema {
 
+/// A part of a text; a view of it.
 struct Section {
     std::string_view keyword = {};  ///< "MSG", "IDL", "SRV", "ACTION"; empty for the first part
     std::string_view name = {};     ///< as written; empty for the first part
@@ -22,15 +23,12 @@ struct Section {
     std::uint64_t first_line = 1;   ///< of the body, in the whole text
 };
 
-/// The parts of `text`, which they refer to. A first part of blanks is left out where others follow. There is
-/// at least one part.
+/// The parts of `text`, which they refer to. A first part of nothing but blanks is dropped where others
+/// follow. There is at least one part.
 std::vector<Section> sections_of(std::string_view text);
 
 /// Takes the first line off `text`: without its line end and blanks around it.
 std::string_view take_line(std::string_view& text);
-
-/// `text` without blanks, tabs and carriage returns at both ends.
-std::string_view trimmed(std::string_view text);
 
 }  // namespace zun::schema
 

@@ -14,6 +14,7 @@ REFUSED = [
     ("cli/A.cpp", '#include "missing.hpp"', "no file of the repository"),
     ("cli/A.cpp", '#include "../convert/A.hpp"', "paths start at the repository root"),
     ("convert/A.cpp", "#include <zstd.h>", "belongs to: input/bytes"),
+    ("cli/A.cpp", "#include <utf8.h>", "belongs to: platform/text"),
     ("format/A.cpp", "#include <unistd.h>", "belongs to: "),
     ("cli/A.cpp", "#include <boost/any.hpp>", "no folder is known"),
     ("format/columns/ColumnInfo.hpp", "#pragma once", "no include guard"),

@@ -53,8 +53,7 @@ std::string describe_struct(const StructTypeImpl& type) {
     std::uint32_t next_id = type.has_parent() ? id_after(type.parent()) : 0;
     for (std::uint32_t i = 0; i < type.member_count(); ++i) {
         const MemberImpl& member = type.member(i);
-        items +=
-            std::string(", ") + (member.is_key() ? "@key " : "") + (member.is_optional() ? "@optional " : "");
+        items += std::string(", ") + (member.is_optional() ? "@optional " : "");
         items += id_text(member.id(), next_id) + describe(member.type()) + " " + member.name();
         if (!type.bit_fields().empty())
             items += ":" + std::to_string(type.bit_fields()[i].position) + "+" +

@@ -11,7 +11,7 @@
 
 namespace zun::test {
 
-/// Structures: "final a::T { string<8>[<=3] tags, @key @2 int32 id = 5 }". A member id is shown where it does
+/// Structures: "final a::T { string<8>[<=3] tags, @2 int32 id = 5 }". A member id is shown where it does
 /// not follow from the members before; a named type is shown in full wherever it is used.
 std::string describe(const core::xtypes::DynamicTypeImpl& type);
 

@@ -13,7 +13,7 @@
 
 #include "input/bag/BagFolder.hpp"
 #include "input/bag/Metadata.hpp"
-#include "input/sqlite/SqliteStream.hpp"
+#include "input/sqlite/open_sqlite.hpp"
 #include "platform/error/InputError.hpp"
 #include "tests/support/case_files.hpp"
 

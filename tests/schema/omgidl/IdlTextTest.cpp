@@ -87,8 +87,8 @@ const SchemaCase annotation_cases[] = {
      "struct T { @key long a; @optional long b; @optional(FALSE) @key(TRUE) long c; @optional(value=true) "
      "long d; "
      "@key @optional @id(0x10) long e, f[2]; };",
-     "T { @key int32 a, @optional int32 b, @key int32 c, @optional int32 d, @key @optional @16 int32 e, "
-     "@key @optional @16 int32[2] f }"},
+     "T { int32 a, @optional int32 b, int32 c, @optional int32 d, @optional @16 int32 e, "
+     "@optional @16 int32[2] f }"},
     {"HashedIds", "T",
      "struct T { @hashid long color; @hashid(\"shapesize\") long b; @hashid(\"\") long d; long next; };",
      "T { @262528368 int32 color, @74944730 int32 b, @31487874 int32 d, int32 next }"},
@@ -130,7 +130,7 @@ const SchemaCase scope_cases[] = {
     {"ScopeAfterAnAnnotation", "T",
      "module m { struct P { long a; }; enum E { X }; }; union U switch (@key ::m::E) { case X: long a; }; "
      "struct T { @key ::m::P p; @x::y m::P q; U u; };",
-     "T { @key m::P { int32 a } p, m::P { int32 a } q, U switch enum<32> m::E { X=0* } { 0: int32 a } u }"},
+     "T { m::P { int32 a } p, m::P { int32 a } q, U switch enum<32> m::E { X=0* } { 0: int32 a } u }"},
     {"Macros", "T",
      "#define N 3 // three\n#define M (N * \\\n 2)\n#define EXPORT\n#define F(x) x\n"
      "EXPORT struct T { long a[M]; long b[_N]; };\n#undef N\nconst long N = 4;",

@@ -1,7 +1,7 @@
-// Encoding: what is known of the writer of a sample beyond the sample's own header.
+// Writer: which serializer wrote a sample, so far as that is known beyond the sample's own header.
 
-#ifndef ZUN_PLATFORM_CDR_ENCODING_HPP
-#define ZUN_PLATFORM_CDR_ENCODING_HPP
+#ifndef ZUN_PLATFORM_CDR_WRITER_HPP
+#define ZUN_PLATFORM_CDR_WRITER_HPP
 
 #include <cstdint>
 
