@@ -157,15 +157,17 @@ void add_columns_choice(CLI::App& command, Request& request) {
         "markers[*].points gives a row for each point of each marker")
         ->group("Which columns");
     const auto blobs = [&settings](convert::Blobs how) { return [&settings, how] { settings.blobs = how; }; };
-    add_choice(command, "--blobs",
-               {{"auto", blobs(convert::Blobs::AUTO)},
-                {"columns", blobs(convert::Blobs::COLUMNS)},
-                {"length", blobs(convert::Blobs::LENGTH)},
-                {"skip", blobs(convert::Blobs::SKIP)},
-                {"hex", blobs(convert::Blobs::HEX)},
-                {"base64", blobs(convert::Blobs::BASE64)}},
-               "arrays and sequences of bytes: a column for each byte, their number, nothing, or all of "
-               "them as one text; auto: columns up to 64 bytes, else their number")
+    add_choice(
+        command, "--blobs",
+        {{"auto", blobs(convert::Blobs::AUTO)},
+         {"columns", blobs(convert::Blobs::COLUMNS)},
+         {"length", blobs(convert::Blobs::LENGTH)},
+         {"skip", blobs(convert::Blobs::SKIP)},
+         {"hex", blobs(convert::Blobs::HEX)},
+         {"base64", blobs(convert::Blobs::BASE64)},
+         {"files", blobs(convert::Blobs::FILES)}},
+        "arrays and sequences of bytes: a column for each byte, their number, nothing, all of them as one "
+        "text, or the name of a file that holds them; auto: columns up to 64 bytes, else their number")
         ->group("Which columns");
     command
         .add_flag("--text-arrays", settings.text_arrays,

@@ -159,6 +159,8 @@ int convert_recordings(ConvertRequest& request) {
     listen(request.verbosity);
     request.settings.to_stdout = request.output == "-";
     if (request.settings.to_stdout) request.output = "";
+    if (request.settings.to_stdout && request.settings.blobs == convert::Blobs::FILES)
+        throw convert::WrongUsage("standard output has no place for files; --blobs files needs a folder");
     auto recordings = find_recordings(request.recordings, request.output);
     if (request.settings.to_stdout && recordings.size() != 1)
         throw std::runtime_error("standard output takes one recording");

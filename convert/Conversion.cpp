@@ -137,8 +137,10 @@ void set_span(RecordingReport& report, const input::Summary& summary) {
     append_time(report.last, *summary.last, TimeFormat::RFC3339);
 }
 
-void refuse_existing(const std::filesystem::path& folder, const std::vector<Topic>& topics) {
-    if (const auto file = OutputFiles::existing(folder, file_list(topics)))
+void refuse_existing(const std::filesystem::path& folder, RecordingRun& run) {
+    std::vector<std::string> names = file_list(run.topics());
+    names.insert(names.end(), run.blob_folders().begin(), run.blob_folders().end());
+    if (const auto file = OutputFiles::existing(folder, names))
         throw Refusal(in_quotes(file->string()) + " exists; " + Advice{Setting::OVERWRITE} + " replaces it");
 }
 
@@ -222,7 +224,7 @@ void Conversion::prepare(Report& report) {
         auto run = open(i, report.recordings[i]);
         if (!run) continue;
         if (!settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
-            refuse_existing(recordings_[i].folder, run->topics());
+            refuse_existing(recordings_[i].folder, *run);
         measure(*run);
         const bool costs_nothing = kept < most_kept_runs && !run->stream().holds_disk_space();
         if (recordings_.size() > 1 && !costs_nothing) continue;
@@ -291,7 +293,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
         }
     }
     if (!left_out.empty()) report.hints.push_back(left_out_note(left_out));
-    const std::unique_ptr<Output> output = make_output(index, run->topics());
+    const std::unique_ptr<Output> output = make_output(index, *run);
     const auto settle_all = [&] {
         for (std::size_t i = 0; i < limits.size(); ++i)
             settle_cuts(report.topics[i], limits[i], settings_.most_columns);
@@ -308,11 +310,12 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     if (run->kept_files().empty()) tell_if_empty(report);
 }
 
-std::unique_ptr<Output> Conversion::make_output(std::size_t index, const std::vector<Topic>& topics) const {
+std::unique_ptr<Output> Conversion::make_output(std::size_t index, RecordingRun& run) const {
     if (settings_.dry_run) return std::make_unique<OutputNothing>();
-    const std::vector<std::string> files = file_list(topics);
+    const std::vector<std::string> files = file_list(run.topics());
     if (!settings_.to_stdout)
-        return std::make_unique<OutputFiles>(recordings_[index].folder, files, settings_.overwrite);
+        return std::make_unique<OutputFiles>(recordings_[index].folder, files, run.blob_folders(),
+                                             settings_.overwrite);
     const auto count = files.size() - static_cast<std::size_t>(std::count(files.begin(), files.end(), ""));
     if (count != 1)
         throw Refusal("standard output takes one topic, and " + std::to_string(count) + " would go there; " +

@@ -68,7 +68,7 @@ private:
     void prepare(Report& report);
     void measure(RecordingRun& run);
     void convert(std::size_t index, RecordingReport& report);
-    std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
+    std::unique_ptr<Output> make_output(std::size_t index, RecordingRun& run) const;
     Limits wanted_limits(const Topic& topic);
     Limits limits_of(Topic& topic, TopicReport& report);
 

@@ -40,7 +40,7 @@ struct Settings {
     std::optional<LimitsByTopic> limits = {};  ///< by topic, instead of measuring
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
-    Blobs blobs = Blobs::AUTO;
+    Blobs blobs = Blobs::AUTO;   ///< FILES: not for standard output
     bool text_arrays = false;    ///< arrays and sequences of characters are one text
     bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
     std::vector<ExplodeRule> explode = {};

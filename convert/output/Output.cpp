@@ -4,12 +4,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <random>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+
+#include "convert/output/files.hpp"
 
 namespace zun::convert {
 
@@ -19,19 +20,6 @@ namespace {
 constexpr std::size_t file_pending_bytes = std::size_t{256} << 10;
 constexpr std::size_t all_pending_bytes = std::size_t{16} << 20;
 
-[[noreturn]] void fail(const char* action, const std::string& name) {
-    throw std::system_error(errno, std::generic_category(), std::string(action) + " '" + name + "'");
-}
-
-void write_all(int descriptor, std::string_view text, const std::string& name) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        // A signal, or a pipe that takes less than all, only means to go on.
-        if (written < 0 && errno != EINTR) fail("cannot write", name);
-        if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
 /// Half of what the system allows, for the recordings need some.
 std::size_t most_open_files() {
     rlimit limit{};
@@ -39,45 +27,36 @@ std::size_t most_open_files() {
     return std::clamp<std::size_t>(limit.rlim_cur / 2, 4, 512);
 }
 
-/// Gives `from` the name `to`, which nothing bears yet, a broken link included.
-void rename_new(const std::filesystem::path& from, const std::filesystem::path& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
-    if (errno != EINVAL && errno != ENOSYS) fail("cannot make", to.string());
-    // The file system cannot do both at once.
-    if (::link(from.c_str(), to.c_str()) != 0) fail("cannot make", to.string());
-    ::unlink(from.c_str());
-}
-
 /// Makes a file whose name begins with `path` and is no other process's; its descriptor. Once the file is
 /// there, nothing can keep its name from getting into `part`: whoever takes it away again knows it.
 int make_part(const std::filesystem::path& path, std::filesystem::path& part) {
-    static constexpr std::string_view digits = "0123456789abcdef";
-    std::random_device random;
     for (;;) {
-        std::string mark = ".";
-        for (auto bits = random(); mark.size() <= 8; bits >>= 4)
-            mark += digits[bits & 15];
-        std::filesystem::path name = path.string() + mark + ".part";
+        std::filesystem::path name = part_name(path);
         const int descriptor =
             ::open(name.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_CREAT | O_EXCL, 0666);
         if (descriptor >= 0) {
             part.swap(name);
             return descriptor;
         }
-        if (errno != EEXIST) fail("cannot make", path.string());
+        if (errno != EEXIST) throw_errno("cannot make", path.string());
     }
 }
 
 }  // namespace
 
-OutputFiles::OutputFiles(std::filesystem::path folder, const std::vector<std::string>& names, bool overwrite)
-    : folder_(std::move(folder)), overwrite_(overwrite), most_open_(most_open_files()) {
+OutputFiles::OutputFiles(std::filesystem::path folder, const std::vector<std::string>& names,
+                         const std::vector<std::string>& blob_folders, bool overwrite)
+    : folder_(std::move(folder)),
+      overwrite_(overwrite),
+      most_open_(most_open_files()),
+      blob_folders_(folder_, blob_folders, overwrite) {
     files_.reserve(names.size());
     for (const std::string& name : names)
         files_.push_back({folder_ / name});
 }
 
 OutputFiles::~OutputFiles() {
+    blob_folders_.remove_unfinished();
     for (File& file : files_) {
         if (file.descriptor >= 0) ::close(file.descriptor);
         if (!file.part.empty()) ::unlink(file.part.c_str());
@@ -107,6 +86,7 @@ void OutputFiles::finish() {
     }
     for (File& file : files_)
         if (!file.part.empty()) give_name(file);
+    blob_folders_.finish();
     for (File& file : files_)
         file.part.clear();
     made_folders_.clear();
@@ -114,7 +94,8 @@ void OutputFiles::finish() {
 
 void OutputFiles::give_name(File& file) {
     if (overwrite_) {
-        if (::rename(file.part.c_str(), file.path.c_str()) != 0) fail("cannot make", file.path.string());
+        if (::rename(file.part.c_str(), file.path.c_str()) != 0)
+            throw_errno("cannot make", file.path.string());
         file.part.clear();
     } else {
         rename_new(file.part, file.path);
@@ -122,7 +103,14 @@ void OutputFiles::give_name(File& file) {
     }
 }
 
+void OutputFiles::write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) {
+    make_folder();
+    blob_folders_.write(folder, name, bytes);
+}
+
 void OutputFiles::make_folder() {
+    const std::lock_guard lock(making_folder_);
+    if (std::exchange(has_folder_, true)) return;
     std::error_code error;
     for (auto path = folder_; !path.empty() && !std::filesystem::exists(path, error);
          path = path.parent_path())
@@ -162,7 +150,7 @@ void OutputFiles::open(File& file) {
         file.descriptor = make_part(file.path, file.part);
     } else {
         file.descriptor = ::open(file.part.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_APPEND);
-        if (file.descriptor < 0) fail("cannot write", file.part.string());
+        if (file.descriptor < 0) throw_errno("cannot write", file.part.string());
     }
     open_.push_front(&file);
     file.use = open_.begin();
@@ -172,11 +160,15 @@ void OutputFiles::close(File& file) {
     if (file.descriptor < 0) return;
     open_.erase(file.use);
     const int result = ::close(std::exchange(file.descriptor, -1));
-    if (result != 0 && errno != EINTR) fail("cannot write", file.path.string());
+    if (result != 0 && errno != EINTR) throw_errno("cannot write", file.path.string());
 }
 
 void OutputStream::write(std::size_t, std::string_view text) {
     write_all(descriptor_, text, name_);
+}
+
+void OutputStream::write_blob(std::size_t, const std::string& name, std::span<const std::byte>) {
+    throw std::logic_error("there is no folder for '" + name + "' beside " + name_);
 }
 
 }  // namespace zun::convert

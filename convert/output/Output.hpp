@@ -9,10 +9,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <list>
+#include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "convert/output/BlobFolders.hpp"
 
 namespace zun::convert {
 
@@ -21,6 +25,9 @@ public:
     virtual ~Output() = default;
     /// Appends to the text of `topic`. Throws std::system_error, naming the file, when it cannot.
     virtual void write(std::size_t topic, std::string_view text) = 0;
+    /// Makes a file of its own in a folder for blobs. From any thread, while others write(). Throws likewise.
+    virtual void write_blob(std::size_t folder, const std::string& name,
+                            std::span<const std::byte> bytes) = 0;
     /// Makes what was written permanent. Once, after the last write.
     virtual void finish() = 0;
 };
@@ -34,12 +41,14 @@ public:
     /// `folder`     made when it is not there
     /// `names`      by topic, without folder; empty where nothing is written
     /// `overwrite`  whether finish() replaces files of these names; else it throws std::system_error
-    OutputFiles(std::filesystem::path folder, const std::vector<std::string>& names, bool overwrite);
+    OutputFiles(std::filesystem::path folder, const std::vector<std::string>& names,
+                const std::vector<std::string>& blob_folders, bool overwrite);
     ~OutputFiles() override;
     OutputFiles(const OutputFiles&) = delete;
     OutputFiles& operator=(const OutputFiles&) = delete;
 
     void write(std::size_t topic, std::string_view text) override;
+    void write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) override;
     void finish() override;
 
     /// Whether there is anything of this name, a link to nothing included.
@@ -65,11 +74,14 @@ private:
 
     std::filesystem::path folder_;
     std::vector<std::filesystem::path> made_folders_;  // innermost first; to go again unless finished
+    std::mutex making_folder_;
+    bool has_folder_ = false;
     bool overwrite_;
     std::size_t most_open_;
     std::size_t pending_bytes_ = 0;
     std::vector<File> files_;
     std::list<File*> open_;  // most recently used first
+    BlobFolders blob_folders_;
 };
 
 /// All text to one descriptor, which stays the caller's.
@@ -78,6 +90,8 @@ public:
     /// `name`  what errors call it
     OutputStream(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
     void write(std::size_t topic, std::string_view text) override;
+    /// There is no place for them: throws std::logic_error.
+    void write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) override;
     void finish() override {}
 
 private:
@@ -89,6 +103,7 @@ private:
 class OutputNothing : public Output {
 public:
     void write(std::size_t, std::string_view) override {}
+    void write_blob(std::size_t, const std::string&, std::span<const std::byte>) override {}
     void finish() override {}
 };
 

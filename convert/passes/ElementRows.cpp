@@ -68,10 +68,12 @@ ElementRows::ElementRows(const Columns& columns, const cdr::View& view)
 }
 
 cdr::Findings ElementRows::print(printing::SamplePrinter& printer, const std::string& source,
-                                 std::span<const std::byte> payload, printing::ValueWriter& values) {
+                                 std::span<const std::byte> payload, CellValues& values,
+                                 std::uint64_t number) {
     has_next_ = false;
     cdr::Findings findings;
     for (bool printed = false; !printed;) {
+        values.begin(number);
         common_.context = common_.sheet.context(0);
         for (std::size_t i = 0; i < elements_.size(); ++i) {
             elements_[i].context = elements_[i].sheet.context(0);

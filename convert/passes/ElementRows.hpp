@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "convert/passes/CellValues.hpp"
 #include "convert/passes/Sheet.hpp"
 #include "convert/plan/Columns.hpp"
 #include "platform/cdr/View.hpp"
@@ -28,9 +29,10 @@ public:
     /// Both must outlive this. The view has rows.
     ElementRows(const Columns& columns, const cdr::View& view);
 
-    /// Prints a message; its rows are then to be made. Throws as SamplePrinter::print().
+    /// Prints a message, the topic's with that number; its rows are then to be made. Throws as
+    /// SamplePrinter::print().
     cdr::Findings print(printing::SamplePrinter& printer, const std::string& source,
-                        std::span<const std::byte> payload, printing::ValueWriter& values);
+                        std::span<const std::byte> payload, CellValues& values, std::uint64_t number);
 
     bool has_next() const { return has_next_; }
     /// Appends the next row of the message without its line end.

@@ -10,7 +10,7 @@ public:
 
     void work() override {
         Meters meters(all_.topics_.size());
-        for_each_picked([&](std::size_t topic, const input::Message& message) {
+        for_each_picked([&](std::size_t topic, const input::Message& message, std::uint64_t) {
             if (!all_.measured_[topic]) return true;
             if (!meters[topic]) meters[topic] = all_.take(topic);
             try {

@@ -9,10 +9,12 @@ Pass::Pass(std::string activity, const std::vector<Topic>& topics, std::size_t c
     : activity_(std::move(activity)),
       topic_of_channel_(channel_count),
       seen_(topics.size()),
+      taken_(topics.size()),
       every_(every),
       watch_(watch) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
         if (topics[i].accepted() == nullptr) continue;
+        numbers_messages_ = numbers_messages_ || !topics[i].accepted()->blob_folders.empty();
         for (const std::uint32_t channel : topics[i].channels)
             topic_of_channel_[channel] = i;
         total_ += topics[i].message_count;

@@ -28,7 +28,11 @@ public:
     std::optional<std::size_t> topic_of(std::uint32_t channel) const { return topic_of_channel_[channel]; }
     /// Whether this message of its topic, the next in order, is one of those wanted.
     bool takes_next(std::size_t topic) { return seen_[topic]++ % every_ == 0; }
-    bool takes_all() const { return every_ == 1; }
+    bool takes_all() const { return every_ == 1 && !numbers_messages_; }
+    /// Whether messages are numbered, since files are called after them.
+    bool numbers_messages() const { return numbers_messages_; }
+    /// The number of the message of its topic that was taken last, from 1.
+    std::uint64_t next_number(std::size_t topic) { return ++taken_[topic]; }
     /// Tells the watch; throws Interrupted when it wants an end.
     void advance(std::uint64_t messages);
     std::uint64_t done() const { return done_; }
@@ -38,7 +42,9 @@ public:
 private:
     std::string activity_;
     std::vector<std::optional<std::size_t>> topic_of_channel_;
-    std::vector<std::uint64_t> seen_;  // messages by topic
+    std::vector<std::uint64_t> seen_;   // messages by topic
+    std::vector<std::uint64_t> taken_;  // likewise
+    bool numbers_messages_ = false;
     std::uint64_t every_;
     std::uint64_t done_ = 0;
     std::uint64_t total_ = 0;

@@ -30,22 +30,24 @@ protected:
     Pass& pass() { return pass_; }
     const std::shared_ptr<input::Batch>& batch() const { return source_.batch; }
 
-    /// Calls `use` with the index of the topic and the message, for each message that is wanted, until it
-    /// returns false. The next call goes on behind that message.
+    /// Calls `use` with the index of the topic, the message, and its number where the pass has them, for each
+    /// message that is wanted, until it returns false. The next call goes on behind that message.
     template <typename Use>
     void for_each_picked(const Use& use) {
         const auto messages = source_.batch->messages();
         for (bool go_on = true; go_on && next_ < messages.size(); ++next_) {
             const auto topic = pass_.topic_of(messages[next_].channel);
-            if (topic && (picked_.empty() || picked_[next_])) go_on = use(*topic, messages[next_]);
+            if (!topic || (!picked_.empty() && !picked_[next_])) continue;
+            go_on = use(*topic, messages[next_], numbers_.empty() ? 0 : numbers_[next_]);
         }
     }
 
 private:
     Pass& pass_;
     SourceBatch source_;
-    std::vector<bool> picked_;  // by message; empty for all
-    std::size_t next_ = 0;      // message that for_each_picked() goes on with
+    std::vector<bool> picked_;            // by message; empty for all
+    std::vector<std::uint64_t> numbers_;  // by message; empty where nobody wants them
+    std::size_t next_ = 0;                // message that for_each_picked() goes on with
 };
 
 }  // namespace zun::convert

@@ -46,6 +46,7 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
       topics_(topics_of(*stream_, types, choice_of(settings))),
       kept_files_(settings.skip_existing && !settings.to_stdout ? take_existing(topics_, recording.folder)
                                                                 : std::vector<std::string>()),
+      blob_folders_(name_blob_folders(topics_)),
       batches_(*stream_, selection(), kept_bytes) {}
 
 input::Selection RecordingRun::selection() const {

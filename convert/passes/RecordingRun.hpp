@@ -42,6 +42,8 @@ public:
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }
+    /// Folders for blobs, by the numbers that topics have for them.
+    const std::vector<std::string>& blob_folders() const { return blob_folders_; }
     /// Those that exist and are not made anew; their topics are not among topics().
     const std::vector<std::string>& kept_files() const { return kept_files_; }
 
@@ -67,6 +69,7 @@ private:
     std::unique_ptr<input::MessageStream> stream_;
     std::vector<Topic> topics_;
     std::vector<std::string> kept_files_;
+    std::vector<std::string> blob_folders_;
     BatchSource batches_;
 };
 

@@ -16,8 +16,8 @@ constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one
 }  // namespace
 
 TopicRows::TopicRows(const Topic& topic, const Settings& settings, const TimeStyle& times,
-                     const Limits& limits, const Lengths* lengths)
-    : topic_(topic), settings_(settings), times_(times), columns_(limits) {
+                     const Limits& limits, const Lengths* lengths, Output& output)
+    : topic_(topic), settings_(settings), times_(times), output_(output), columns_(limits) {
     columns_.settings.empty_member_value_representation(settings.empty_text)
         .enum_as_string(settings.enum_as_string)
         .include_source_timestamp(settings.clock == Clock::BOTH);
@@ -53,14 +53,16 @@ public:
         cuts_.emplace(*work.cut_slots_);
     }
 
-    void add(const input::Message& message) {
+    void add(const input::Message& message, std::uint64_t number) {
         try {
-            count(converter_->append_rows(message));
+            count(converter_->append_rows(message, number));
         } catch (const InputError& problem) {
             if (work_.settings_.strict) throw;
             refuse(message, problem);
             return;
         }
+        for (const CellValues::Blob& blob : converter_->blobs())
+            work_.output_.write_blob(blob.folder, blob.name, blob.bytes);
         if (cuts_) cuts_->count(*meter_, message.data);
     }
 
@@ -147,10 +149,10 @@ private:
         // Batches end when their steps are finished, in order; a batch of small messages can make far more
         // text than it has bytes, and many batches may be under way.
         std::size_t waiting_bytes = 0;
-        for_each_picked([&](std::size_t topic, const input::Message& message) {
+        for_each_picked([&](std::size_t topic, const input::Message& message, std::uint64_t number) {
             TopicRows::Rows& rows = rows_of(topic);
             const std::size_t before = rows.text().size();
-            rows.add(message);
+            rows.add(message, number);
             waiting_bytes += rows.text().size() - before;
             return waiting_bytes < most_waiting_bytes && !rows.has_more();
         });
@@ -194,7 +196,7 @@ RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings, con
         if (topics[i].accepted() == nullptr) continue;
         const auto known = lengths.find(topics[i].identity);
         work_[i].emplace(topics[i], settings, times, limits[i],
-                         known == lengths.end() ? nullptr : &known->second);
+                         known == lengths.end() ? nullptr : &known->second, output);
         report.topics[i].cuts = work_[i]->cuts();
     }
 }

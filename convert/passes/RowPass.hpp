@@ -24,7 +24,7 @@ public:
     ///
     /// `lengths`  the longest of each field, where they are known
     TopicRows(const Topic& topic, const Settings& settings, const TimeStyle& times, const Limits& limits,
-              const Lengths* lengths);
+              const Lengths* lengths, Output& output);
 
     /// For one thread at a time: takes what it needs, and gives it back.
     class Rows;
@@ -39,6 +39,7 @@ private:
     const Topic& topic_;
     const Settings& settings_;
     const TimeStyle& times_;
+    Output& output_;  // of blobs
     Columns columns_;
     std::optional<CutSlots> cut_slots_;  // none when nothing can be cut
     Pool<RowWriter> converters_;

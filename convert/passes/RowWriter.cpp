@@ -12,7 +12,7 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
                      const TimeStyle& times)
     : topic_(topic),
       times_(topic, settings, times),
-      values_(times),
+      values_(topic, times),
       sheet_(columns.settings, columns.types.row),
       printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
                topic.accepted()->view) {
@@ -20,19 +20,20 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
     if (!columns.types.elements.empty()) elements_.emplace(columns, *topic.accepted()->view);
 }
 
-cdr::Findings RowWriter::append_rows(const input::Message& message) {
+cdr::Findings RowWriter::append_rows(const input::Message& message, std::uint64_t number) {
     time_text_.clear();
     times_.append(time_text_, message);
-    if (!elements_) return append_row(message);
-    const cdr::Findings findings = elements_->print(printer_, topic_.name, message.data, values_);
+    if (!elements_) return append_row(message, number);
+    const cdr::Findings findings = elements_->print(printer_, topic_.name, message.data, values_, number);
     append_more();
     return findings;
 }
 
-cdr::Findings RowWriter::append_row(const input::Message& message) {
+cdr::Findings RowWriter::append_row(const input::Message& message, std::uint64_t number) {
     // A row that does not fit is counted to its end and made again, in a sheet that is half as large again:
     // so only a few of the first rows are made twice.
     for (;;) {
+        values_.begin(number);
         // The context counts from the start of the sheet, as the format does.
         ZUNXMLSaveContext context = sheet_.context(size_);
         ZUNXMLSaveContext_append(&context, time_text_.data(), time_text_.size());

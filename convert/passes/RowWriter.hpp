@@ -34,10 +34,14 @@ public:
     /// Appends rows of `message`, or leaves the rows as they are. What is not appended at once, since it is
     /// too much to wait, append_more() has.
     ///
-    /// Throws InputError when the message is no sample of the topic's type.
-    cdr::Findings append_rows(const input::Message& message);
+    /// `number`  of the message among those of its topic, from 1
+    /// Throws    InputError when the message is no sample of the topic's type
+    cdr::Findings append_rows(const input::Message& message, std::uint64_t number);
     bool has_more() const { return elements_ && elements_->has_next(); }
     void append_more();
+
+    /// The values of the last message that go into files; they lie in the message.
+    const std::vector<CellValues::Blob>& blobs() const { return values_.blobs(); }
 
     /// The rows since the last clear(), good until the next call.
     std::string_view rows() const;
@@ -45,7 +49,7 @@ public:
     void clear();
 
 private:
-    cdr::Findings append_row(const input::Message& message);
+    cdr::Findings append_row(const input::Message& message, std::uint64_t number);
 
     const Topic& topic_;
     RowTimes times_;

@@ -139,7 +139,12 @@ void choose_columns(Topic& topic, const TopicChoice& choice) {
     }
     accepted.request = choice.view;
     explode(topic.name, accepted, choice.explode);
-    accepted.view = view_of(accepted.type, accepted.request);
+    try {
+        accepted.view = view_of(accepted.type, accepted.request);
+    } catch (const std::length_error& problem) {
+        topic.plan = Refused{{"too-wide", problem.what()}};
+        return;
+    }
     if (!choice.clock_field.empty()) accepted.clock = clock_view_of(accepted.type, choice.clock_field);
     const Part root = accepted.root();
     const PartCounts::Counts counts = PartCounts(root).of(root);
@@ -185,6 +190,26 @@ Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_
     if (blame.blob) text += Sentence(", ") + Advice{SKIP_BLOBS} + " leaves them out";
     text += Sentence("; ") + Advice{MOST_COLUMNS, needed} + " lets the topic through";
     return {{"too-wide", std::move(text)}};
+}
+
+std::vector<std::string> name_blob_folders(std::vector<Topic>& topics) {
+    std::vector<FileSubject> subjects;
+    for (Topic& topic : topics) {
+        Accepted* const accepted = topic.accepted();
+        if (accepted == nullptr || accepted->view == nullptr) continue;
+        for (std::string field : accepted->view->files) {
+            for (std::size_t at = field.find("[*]"); at != std::string::npos; at = field.find("[*]"))
+                field.erase(at, 3);
+            accepted->blob_folders.push_back({subjects.size(), ""});
+            subjects.push_back({topic.name + '.' + field});
+        }
+    }
+    const std::vector<std::string> names = file_names(subjects);
+    for (Topic& topic : topics)
+        if (Accepted* const accepted = topic.accepted())
+            for (BlobFolder& folder : accepted->blob_folders)
+                folder.name = names[folder.number];
+    return names;
 }
 
 bool TopicFilter::accepts(const std::string& topic) const {

@@ -40,6 +40,12 @@ struct TopicFilter {
 /// The wildcard expression that matches `topic` alone.
 std::string exact_pattern(const std::string& topic);
 
+/// Where the values of a field go that is shown as files.
+struct BlobFolder {
+    std::size_t number;  ///< among those of the recording
+    std::string name;    ///< "camera.data"
+};
+
 /// What the file of a topic is made of.
 struct Accepted {
     core::xtypes::DynamicTypeImpl type;
@@ -51,6 +57,7 @@ struct Accepted {
     std::map<std::string, std::uint32_t> blob_lengths = {};  ///< of fields whose length stands for them
     std::shared_ptr<const cdr::View> clock = {};  ///< shows the row's time alone; null where no field has it
     std::shared_ptr<const cdr::View> view = {};   ///< what has columns, and how; null for all as it is
+    std::vector<BlobFolder> blob_folders = {};    ///< of the view's files, in their order
     bool other_type = false;                      ///< an earlier entry has this topic with another type
 
     /// What has columns.
@@ -76,6 +83,9 @@ struct Topic {
     Accepted* accepted() { return std::get_if<Accepted>(&plan); }
     const Reason* refusal() const { return accepted() != nullptr ? nullptr : &std::get<Refused>(plan).why; }
 };
+
+/// Names the folders for the blobs of all topics, which tell them apart; returns the names by number.
+std::vector<std::string> name_blob_folders(std::vector<Topic>& topics);
 
 /// Why a topic of so many columns is refused, and what would help.
 Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most);

@@ -38,7 +38,8 @@ struct ViewRequest {
     bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
 };
 
-/// The view of `type` that `request` asks for; null where all is shown as it is.
+/// The view of `type` that `request` asks for; null where all is shown as it is. Throws std::length_error for
+/// a type with so many parts that they cannot be told apart by their names.
 std::shared_ptr<const cdr::View> view_of(const core::xtypes::DynamicTypeImpl& type,
                                          const ViewRequest& request);
 

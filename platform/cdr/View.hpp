@@ -50,7 +50,8 @@ struct View {
         std::uint32_t level = 0;   ///< sequences of this sort around it
         std::uint32_t around = 0;  ///< place in `rows` of the innermost of them; where there is none, its own
     };
-    std::vector<Rows> rows = {};  ///< of the root, outer ones before those in them
+    std::vector<Rows> rows = {};          ///< of the root, outer ones before those in them
+    std::vector<std::string> files = {};  ///< of the root: full names of the fields that are files
 
     /// The view of a member; null where it is shown as it is.
     const View* member(std::string_view name) const {

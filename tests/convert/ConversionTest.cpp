@@ -413,7 +413,7 @@ TEST(OutputFiles, WritesMoreThanTheSystemOpens) {
     std::vector<std::string> names;
     for (int i = 0; i < 100; ++i)
         names.push_back(std::to_string(i));
-    OutputFiles output(folder, names, false);
+    OutputFiles output(folder, names, {}, false);
     const std::string block(300'000, 'x');
     for (int round = 0; round < 2; ++round)
         for (std::size_t i = 0; i < names.size(); ++i)
@@ -430,7 +430,7 @@ TEST(OutputFiles, SaysWhichFileTheDiskHasNoRoomFor) {
     const auto before = std::signal(SIGXFSZ, SIG_IGN);
     {
         const LimitedResource small_files(RLIMIT_FSIZE, 1'000'000);
-        OutputFiles output(folder / "inner", {"a.csv"}, false);
+        OutputFiles output(folder / "inner", {"a.csv"}, {}, false);
         try {
             for (int i = 0; i < 9; ++i)
                 output.write(0, std::string(300'000, 'x'));

@@ -1,4 +1,7 @@
+#include <filesystem>
 #include <functional>
+#include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -231,6 +234,48 @@ TEST(Blobs, AreSaidToBeLeftOutByDefault) {
     EXPECT_EQ("left out by default: /a: data, up to 65 bytes; /a: fixed, 65 bytes; blob_files keeps them",
               report.recordings[0].hints[0].text.spelled());
     EXPECT_FALSE(report.lost_anything());
+}
+
+TEST(Blobs, GoIntoFilesThatAppearWithTheirTable) {
+    const char* const idl =
+        "struct Image { sequence<octet> data; }; struct S { Image left; sequence<Image> more; octet raw[2]; "
+        "};";
+    const char* const jpeg = R"({"left": {"data": [255, 216, 255, 0]}, "more": [], "raw": [1, 2]})";
+    const char* const png =
+        R"({"left": {"data": [137, 80, 78, 71, 13, 10, 26, 10]}, "more": [{"data": [7]}, {"data": []}], "raw": [0, 0]})";
+    FakeRecording fake = recording_of(idl, {jpeg, png});
+    fake.add_bytes(0, 9, {});  // no sample: leaves nothing behind
+    fake.add(0, 10, jpeg);
+    Settings settings;
+    settings.blobs = Blobs::FILES;
+    const auto folder = test::fresh_folder();
+    for (const unsigned jobs : {1U, 4U}) {
+        settings.jobs = jobs;
+        test::convert_all(fake, settings, folder);
+        std::map<std::string, std::string> files;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+            if (entry.is_regular_file())
+                files[entry.path().lexically_relative(folder).string()] = test::read_file(entry.path());
+        std::erase(files["a.csv"], ' ');
+        EXPECT_EQ(
+            "timestamp,left.data,more.length,more[0].data,more[1].data,raw\n"
+            "1,a.left.data/1.jpg,0,nil,nil,a.raw/1.bin\n"
+            "2,a.left.data/2.png,2,a.more.data/2.bin,a.more.data/2-1.bin,a.raw/2.bin\n"
+            "10,a.left.data/4.jpg,0,nil,nil,a.raw/4.bin\n",
+            files["a.csv"]);
+        EXPECT_EQ(9U, files.size());
+        EXPECT_EQ("\x89PNG\r\n\x1a\n", files["a.left.data/2.png"]);
+        EXPECT_EQ("\7", files["a.more.data/2.bin"]);
+        EXPECT_EQ("", files["a.more.data/2-1.bin"]);
+        std::filesystem::create_directory(folder / "a.left.data" / "stale");
+        std::filesystem::remove(folder / "a.csv");
+        settings.overwrite = false;
+        EXPECT_THROW(test::convert_all(fake, settings, folder), Refusal);
+        settings.overwrite = true;
+    }
+    test::convert_all(fake, settings, folder);
+    EXPECT_FALSE(std::filesystem::exists(folder / "a.left.data" / "stale"));
+    EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator(folder), {})) << "nothing else is there";
 }
 
 TEST(Explode, WritesTheRowsThatMayNotWait) {
