@@ -18,13 +18,13 @@ class Pass {
 public:
     /// `activity`       what the watch is told that is being done: "measuring"
     /// `channel_count`  of the recording
-    /// `every`          only one message of so many on each topic is wanted; 1 for all
+    /// `every`          of each topic the messages 0, n, 2n and so on are wanted; 1 for all
     ///
     /// `topics` and `watch` must outlive the pass.
     Pass(std::string activity, const std::vector<Topic>& topics, std::size_t channel_count,
          std::uint64_t every, const Watch& watch);
 
-    /// The index of the topic that `channel` belongs to; none for channels that nobody wants.
+    /// The index of the topic that `channel` belongs to; none for channels of topics that are not converted.
     std::optional<std::size_t> topic_of(std::uint32_t channel) const { return topic_of_channel_[channel]; }
     /// Whether this message of its topic, the next in order, is one of those wanted.
     bool takes_next(std::size_t topic) { return seen_[topic]++ % every_ == 0; }
