@@ -53,10 +53,16 @@ void add_cell_values(CLI::App& command, convert::Settings& settings) {
     using printing::InvalidText;
     add_choice(
         command, "--invalid-text",
-        {{"escape", [&] { settings.invalid_text = InvalidText::ESCAPE; }},
-         {"replace", [&] { settings.invalid_text = InvalidText::REPLACE; }},
-         {"raw", [&] { settings.invalid_text = InvalidText::RAW; }}},
+        {{"escape", [&] { settings.text_style.invalid = InvalidText::ESCAPE; }},
+         {"replace", [&] { settings.text_style.invalid = InvalidText::REPLACE; }},
+         {"raw", [&] { settings.text_style.invalid = InvalidText::RAW; }}},
         "what becomes of bytes in strings that are not UTF-8, and of zeros: \\xff, U+FFFD, or as they are")
+        ->group(group);
+    command
+        .add_flag(
+            "--spreadsheet-safe", settings.text_style.spreadsheet_safe,
+            "write an apostrophe before texts that spreadsheets take for formulas: those that begin with "
+            "= + - @, a tab or a carriage return")
         ->group(group);
     add_choice(command, "--time-format",
                {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},

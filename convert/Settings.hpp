@@ -39,7 +39,7 @@ struct Settings {
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
     bool skip_blobs = false;
-    printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
+    printing::TextStyle text_style = {};
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 
     unsigned jobs = 1;

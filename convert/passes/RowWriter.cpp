@@ -22,7 +22,7 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
     : topic_(topic),
       settings_(settings),
       format_(columns.settings, columns.type, header_, buffer_),
-      printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
+      printer_(topic.accepted()->type, topic.name, topic.writer, settings.text_style,
                topic.accepted()->excluded) {
     columns.check(format_);
     set_capacity(buffer_, first_capacity);

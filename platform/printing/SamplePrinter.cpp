@@ -31,9 +31,8 @@ public:
     static constexpr bool wants_absent = true;
     static constexpr bool wants_excluded = false;
 
-    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles,
-            InvalidText invalid_text)
-        : format_(&format), context_(&context), doubles_(&doubles), invalid_text_(invalid_text) {}
+    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles, TextStyle style)
+        : format_(&format), context_(&context), doubles_(&doubles), style_(style) {}
 
     bool met_invalid_text() const { return met_invalid_text_; }
 
@@ -204,10 +203,10 @@ private:
         ZUNXMLSaveContext_append(context_, begin, static_cast<std::size_t>(end - begin));
     }
 
-    void append(std::string_view text) { met_invalid_text_ |= !append_text(context_, text, invalid_text_); }
+    void append(std::string_view text) { met_invalid_text_ |= !append_text(context_, text, style_); }
 
     void append_invalid_unit(char32_t unit) {
-        append_invalid(context_, unit, invalid_text_);
+        append_invalid(context_, unit, style_.invalid);
         met_invalid_text_ = true;
     }
 
@@ -242,6 +241,8 @@ private:
     void append_wide(WideText text) {
         const bool quoted = needs_quotes<Swapped>(text);
         if (quoted) ZUNXMLSaveContext_append(context_, "\"", 1);
+        if (style_.spreadsheet_safe && text.units > 0 && begins_formula(cdr::unit_at<Swapped>(text, 0)))
+            ZUNXMLSaveContext_append(context_, "'", 1);
         for (std::uint32_t i = 0; i < text.units;) {
             const char32_t unit = cdr::unit_at<Swapped>(text, i);
             const char32_t character = cdr::next_character<Swapped>(text, i);
@@ -268,7 +269,7 @@ private:
     DDS_PrintFormat* format_;
     ZUNXMLSaveContext* context_;
     DoubleTextCache* doubles_;
-    InvalidText invalid_text_;
+    TextStyle style_;
     bool met_invalid_text_ = false;
     int depth_ = 0;
 };
@@ -277,23 +278,23 @@ private:
 
 struct SamplePrinter::Impl {
     Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer,
-         InvalidText treatment, std::shared_ptr<const cdr::Exclusions> excluded)
-        : decoder(type, std::move(source), writer, std::move(excluded)), invalid_text(treatment) {}
+         TextStyle text_style, std::shared_ptr<const cdr::Exclusions> excluded)
+        : decoder(type, std::move(source), writer, std::move(excluded)), style(text_style) {}
     cdr::SampleDecoder decoder;
-    InvalidText invalid_text;
+    TextStyle style;
     DoubleTextCache doubles;
 };
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                             cdr::Writer writer, InvalidText invalid_text,
+                             cdr::Writer writer, TextStyle style,
                              std::shared_ptr<const cdr::Exclusions> excluded)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text, std::move(excluded))) {}
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, style, std::move(excluded))) {}
 
 SamplePrinter::~SamplePrinter() = default;
 
 cdr::Findings SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
                                    std::span<const std::byte> payload) {
-    Printer printer(format, context, impl_->doubles, impl_->invalid_text);
+    Printer printer(format, context, impl_->doubles, impl_->style);
     cdr::Findings findings = impl_->decoder.decode(payload, printer);
     findings.invalid_text = printer.met_invalid_text();
     return findings;

@@ -27,7 +27,7 @@ public:
     /// `excluded`  members that are neither announced nor printed; null for none
     /// Throws      std::invalid_argument for any other type, or for one that no reader can decode
     SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                  cdr::Writer writer = cdr::Writer::UNKNOWN, InvalidText invalid_text = InvalidText::ESCAPE,
+                  cdr::Writer writer = cdr::Writer::UNKNOWN, TextStyle style = {},
                   std::shared_ptr<const cdr::Exclusions> excluded = nullptr);
     ~SamplePrinter();
     SamplePrinter(const SamplePrinter&) = delete;
