@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "input/SharedText.hpp"
 #include "input/bytes/File.hpp"
 
 namespace zun::input::mcap {
@@ -95,7 +96,7 @@ struct SchemaRecord {
     std::uint16_t id = 0;
     std::string name;
     std::string encoding;
-    std::string text;
+    SharedText text;
 
     bool operator==(const SchemaRecord&) const = default;
 };
