@@ -154,7 +154,7 @@ int convert_recordings(ConvertRequest& request) {
     listen(request.verbosity);
     request.settings.to_stdout = request.output == "-";
     if (request.settings.to_stdout) request.output = "";
-    auto recordings = find_recordings(request.recordings, request.output);
+    auto recordings = find_recordings(request.recordings, request.output, request.links);
     if (request.settings.to_stdout && recordings.size() != 1)
         throw std::runtime_error("standard output takes one recording");
     ReportFile report_file(request.report_file, recordings);

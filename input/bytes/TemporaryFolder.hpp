@@ -7,12 +7,14 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "input/bytes/File.hpp"
 
 namespace zun::input {
 
-/// A new folder of its own among the temporary files, removed with all that is in it.
+/// A new folder of its own among the temporary files, removed with its files. That takes no memory, so that
+/// want of it leaves nothing behind.
 class TemporaryFolder {
 public:
     /// Throws std::system_error with the path.
@@ -21,10 +23,12 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    std::filesystem::path path() const { return path_; }
+    /// The path of its file `name`, which is removed with it, if it is there.
+    std::filesystem::path file(const std::string& name);
 
 private:
     std::string path_;
+    std::vector<std::string> files_;  // their paths
 };
 
 /// A new file that is written from its beginning to its end. Throws std::system_error with the path.
