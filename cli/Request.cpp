@@ -127,6 +127,10 @@ void add_type_sources(CLI::App& command, Request& request) {
             "--no-standard-types", [&] { request.standard_types = false; },
             "do not use the common ROS interfaces that are built in")
         ->group(reading);
+    command
+        .add_flag("--follow", request.links.followed,
+                  "read files outside of a folder that links in it, or its metadata.yaml, lead to")
+        ->group(reading);
 }
 
 void add_reading(CLI::App& command, Request& request) {
@@ -215,10 +219,10 @@ std::unique_ptr<convert::Conversion> make_conversion(const Request& request,
         std::make_unique<convert::Conversion>(request.settings, std::move(recordings), std::move(watch));
     if (!request.standard_types) conversion->leave_out_standard_types();
     for (const std::string& path : request.types) {
-        if (fs::is_directory(path) && !input::is_recording(path))
+        if (fs::is_directory(path) && !input::is_recording(path, request.links))
             conversion->add_types(fs::path(path));
         else
-            conversion->add_types(*input::open_recording(path));
+            conversion->add_types(*input::open_recording(path, request.links));
     }
     for (const fs::path& folder : installed_definitions())
         conversion->add_types(folder);

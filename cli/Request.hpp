@@ -11,6 +11,7 @@
 #include <CLI/App.hpp>
 
 #include "convert/Conversion.hpp"
+#include "input/bytes/Links.hpp"
 
 namespace zun::cli {
 
@@ -18,6 +19,7 @@ struct Request {
     std::vector<std::string> recordings = {};
     std::vector<std::string> types = {};  ///< folders and recordings with definitions
     bool standard_types = true;           ///< those built in serve where no other definition is
+    input::Links links = {.advice = "--follow reads it"};
     convert::Settings settings = {};
 };
 
@@ -29,7 +31,7 @@ void check_span(const Request& request);
 void add_choice_of_topics(CLI::App& command, Request& request);
 /// Those, and --start, --end, --every.
 void add_choice_of_messages(CLI::App& command, Request& request);
-/// --types, --no-standard-types.
+/// --types, --no-standard-types, --follow.
 void add_type_sources(CLI::App& command, Request& request);
 /// Those, and --writer, --jobs.
 void add_reading(CLI::App& command, Request& request);

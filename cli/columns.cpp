@@ -21,8 +21,8 @@ int list_columns(ColumnsRequest& request) {
     const std::string topic = request.arguments.back();
     request.recordings.assign(request.arguments.begin(), request.arguments.end() - 1);
     request.settings.topics.wanted = {convert::exact_pattern(topic)};
-    const auto conversion =
-        make_conversion(request, find_recordings(request.recordings, std::nullopt), {{}, &end_requested()});
+    const auto conversion = make_conversion(
+        request, find_recordings(request.recordings, std::nullopt, request.links), {{}, &end_requested()});
     TextStream text;
     convert::print_columns(text, conversion->plan(topic));
     write_data(text.str());

@@ -59,10 +59,16 @@ void add_cell_values(CLI::App& command, convert::Settings& settings) {
     using printing::InvalidText;
     add_choice(
         command, "--invalid-text",
-        {{"escape", [&] { settings.invalid_text = InvalidText::ESCAPE; }},
-         {"replace", [&] { settings.invalid_text = InvalidText::REPLACE; }},
-         {"raw", [&] { settings.invalid_text = InvalidText::RAW; }}},
+        {{"escape", [&] { settings.text_style.invalid = InvalidText::ESCAPE; }},
+         {"replace", [&] { settings.text_style.invalid = InvalidText::REPLACE; }},
+         {"raw", [&] { settings.text_style.invalid = InvalidText::RAW; }}},
         "what becomes of bytes in strings that are not UTF-8, and of zeros: \\xff, U+FFFD, or as they are")
+        ->group(group);
+    command
+        .add_flag(
+            "--spreadsheet-safe", settings.text_style.spreadsheet_safe,
+            "write an apostrophe before texts that spreadsheets take for formulas: those that begin with "
+            "= + - @, a tab or a carriage return")
         ->group(group);
     add_choice(
         command, "--time-format",
@@ -161,7 +167,7 @@ int convert_recordings(ConvertRequest& request) {
     if (request.settings.to_stdout) request.output = "";
     if (request.settings.to_stdout && request.settings.blobs == convert::Blobs::FILES)
         throw convert::WrongUsage("standard output has no place for files; --blobs files needs a folder");
-    auto recordings = find_recordings(request.recordings, request.output);
+    auto recordings = find_recordings(request.recordings, request.output, request.links);
     if (request.settings.to_stdout && recordings.size() != 1)
         throw std::runtime_error("standard output takes one recording");
     ReportFile report_file(request.report_file, recordings);

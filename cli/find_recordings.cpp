@@ -11,8 +11,9 @@ namespace zun::cli {
 namespace fs = std::filesystem;
 
 std::vector<convert::Recording> find_recordings(const std::vector<std::string>& paths,
-                                                const std::optional<std::string>& output) {
-    const std::vector<input::FoundRecording> all = input::find_recordings(paths);
+                                                const std::optional<std::string>& output,
+                                                const input::Links& links) {
+    const std::vector<input::FoundRecording> all = input::find_recordings(paths, links);
     const bool single = all.size() == 1 && all.front().path == fs::path(paths.front());
     std::vector<convert::FileSubject> subjects;
     subjects.reserve(all.size());

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "convert/Settings.hpp"
+#include "input/bytes/Links.hpp"
 
 namespace zun::cli {
 
@@ -19,7 +20,8 @@ namespace zun::cli {
 ///           given, folders go to the working directory and bear the names of the recordings
 /// Throws    std::runtime_error when a folder has no recording
 std::vector<convert::Recording> find_recordings(const std::vector<std::string>& paths,
-                                                const std::optional<std::string>& output);
+                                                const std::optional<std::string>& output,
+                                                const input::Links& links = {});
 
 }  // namespace zun::cli
 

@@ -16,8 +16,8 @@ namespace {
 
 int learn_limits(const Request& request) {
     convert::Report report;
-    const auto conversion =
-        make_conversion(request, find_recordings(request.recordings, std::nullopt), {{}, &end_requested()});
+    const auto conversion = make_conversion(
+        request, find_recordings(request.recordings, std::nullopt, request.links), {{}, &end_requested()});
     const convert::LimitsByTopic limits = conversion->measure(report);
     convert::print_report(std::cerr, report, convert::Detail::LOSSES, option_of);
     if (!report.finished_any()) return FAILED;

@@ -174,7 +174,7 @@ bool is_whole(const Opened& recording) {
 }
 
 int show_info(const InfoRequest& request) {
-    const auto recordings = find_recordings(request.recordings, std::nullopt);
+    const auto recordings = find_recordings(request.recordings, std::nullopt, request.links);
     const auto conversion = make_conversion(request, recordings, {{}, &end_requested()});
     bool any = false;
     bool all = true;

@@ -117,7 +117,8 @@ int show_types(TypesRequest& request) {
         request.arguments.pop_back();
     }
     std::vector<convert::Recording> recordings;
-    if (!request.arguments.empty()) recordings = find_recordings(request.arguments, std::nullopt);
+    if (!request.arguments.empty())
+        recordings = find_recordings(request.arguments, std::nullopt, request.links);
     const auto conversion = make_conversion(request, recordings, {{}, &end_requested()});
     const std::vector<Channel> channels = channels_of(recordings);
     if (!name.empty()) {

@@ -44,7 +44,7 @@ struct Settings {
     bool text_arrays = false;    ///< arrays and sequences of characters are one text
     bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
     std::vector<ExplodeRule> explode = {};
-    printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
+    printing::TextStyle text_style = {};
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 
     unsigned jobs = 1;

@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "input/SharedText.hpp"
 #include "input/Time.hpp"
 
 namespace zun::input {
@@ -35,7 +36,7 @@ struct Channel {
     std::string type_name;         ///< as recorded: "std_msgs/msg/String", "acme::Report"
     std::string message_encoding;  ///< "cdr", "json", ...
     std::string schema_encoding;   ///< "ros2msg", "ros2idl", "omgidl", ..., empty for none
-    std::string schema_text;
+    SharedText schema_text;
     std::string source = {};                ///< file that the channel is from
     Recorder recorder = Recorder::UNKNOWN;  ///< that wrote its messages
 };

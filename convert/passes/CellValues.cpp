@@ -36,7 +36,7 @@ void CellValues::append_file(ZUNXMLSaveContext& context, std::uint32_t field,
     ++counts_[field];
     name += extension_of(bytes);
     text_ = folder.name + '/' + name;
-    printing::append_text(&context, text_, printing::InvalidText::RAW);
+    printing::append_text(&context, text_, {.invalid = printing::InvalidText::RAW});
     blobs_.push_back({folder.number, std::move(name), bytes});
 }
 

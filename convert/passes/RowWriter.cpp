@@ -14,7 +14,7 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
       times_(topic, settings, times),
       values_(topic, times),
       sheet_(columns.settings, columns.types.row),
-      printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
+      printer_(topic.accepted()->type, topic.name, topic.writer, settings.text_style,
                topic.accepted()->view) {
     columns.check(sheet_.format());
     if (!columns.types.elements.empty()) elements_.emplace(columns, *topic.accepted()->view);

@@ -32,9 +32,10 @@ std::string identity_of(const Topic& topic, const Channel& channel, Types& types
         add("type " + std::to_string(types.identities.of(accepted->type)));
         add(topic.writer == cdr::Writer::ROS2 ? "ROS 2" : "");
     } else {
-        for (const std::string* part :
-             {&channel.message_encoding, &channel.schema_encoding, &channel.schema_text})
-            add(*part);
+        const auto known = types.refused_texts.try_emplace(channel.schema_text, types.refused_texts.size());
+        for (const std::string& part : {channel.message_encoding, channel.schema_encoding,
+                                        "text " + std::to_string(known.first->second)})
+            add(part);
     }
     return identity;
 }
@@ -42,7 +43,7 @@ std::string identity_of(const Topic& topic, const Channel& channel, Types& types
 /// Only ROS 2 has these schema encodings; and without any, type names of its form.
 cdr::Writer writer_of(const Channel& channel, cdr::Writer given) {
     const bool ros = channel.schema_encoding == "ros2msg" || channel.schema_encoding == "ros2idl" ||
-                     (channel.schema_text.empty() && channel.type_name.find('/') != std::string::npos);
+                     (channel.schema_text.str().empty() && channel.type_name.find('/') != std::string::npos);
     if (ros || given != cdr::Writer::UNKNOWN) return ros ? cdr::Writer::ROS2 : given;
     return channel.recorder == input::Recorder::FAST_DDS ? cdr::Writer::FAST_DDS : cdr::Writer::UNKNOWN;
 }

@@ -94,6 +94,7 @@ Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_
 struct Types {
     schema::TypeCatalog catalog = {};
     core::xtypes::TypeIdentities identities = {};
+    std::map<std::string, std::size_t> refused_texts = {};  ///< schema texts that gave no type, numbered
 };
 
 /// Which topics get files, and of what.

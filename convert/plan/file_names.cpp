@@ -2,7 +2,12 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
+#include <memory>
+#include <new>
+
+#include <utf8proc.h>
 
 #include "platform/text/utf8.hpp"
 #include "platform/text/visible.hpp"
@@ -18,6 +23,21 @@ std::string lower_case(std::string text) {
     for (char& c : text)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     return text;
+}
+
+/// Equal for names that some file system takes for one: composed or not, whatever the case of their letters,
+/// and with or without characters that nobody sees.
+std::string folded(const std::string& name) {
+    if (std::all_of(name.begin(), name.end(), [](unsigned char byte) { return byte < 0x80; }))
+        return lower_case(name);
+    constexpr auto how = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE |
+                                                        UTF8PROC_CASEFOLD | UTF8PROC_IGNORE);
+    utf8proc_uint8_t* text = nullptr;
+    const utf8proc_ssize_t size = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(name.data()),
+                                               static_cast<utf8proc_ssize_t>(name.size()), &text, how);
+    if (size < 0) throw std::bad_alloc();  // the name is UTF-8: it can have no other reason
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(text, &std::free);
+    return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)};
 }
 
 bool is_letter_or_digit(unsigned char byte) {
@@ -81,17 +101,17 @@ std::string file_name(std::string_view name) {
 }
 
 std::vector<std::string> file_names(const std::vector<FileSubject>& subjects) {
-    std::map<std::string, int> used;  // in lower case, with the last number behind each
+    std::map<std::string, int> used;  // folded, with the last number behind each
     std::vector<std::string> results;
     for (const FileSubject& subject : subjects) {
         std::string whole = file_name(subject.name);
         if (!subject.qualifier.empty()) whole += '~' + file_name(subject.qualifier);
         const std::string first = whole.size() > longest_name_bytes ? shortened(whole) : whole;
         std::string result = first;
-        int& number = used[lower_case(first)];
+        int& number = used[folded(first)];
         for (++number; number > 1; ++number) {
             result = first + '~' + std::to_string(number);
-            if (used.emplace(lower_case(result), 1).second) break;
+            if (used.emplace(folded(result), 1).second) break;
         }
         results.push_back(std::move(result));
     }

@@ -22,9 +22,8 @@ struct FileSubject {
 };
 
 /// The file names of all `subjects`, in their order: "a.b_c", "a.b_c~qualifier"; none longer than 200 bytes,
-/// no two alike even where letter case does not count. One whose file name an earlier one has taken gets
-/// "~2",
-/// "~3", ... at its end.
+/// no two alike even where neither letter case counts nor whether characters are composed. One whose file
+/// name an earlier one has taken gets "~2", "~3", ... at its end.
 std::vector<std::string> file_names(const std::vector<FileSubject>& subjects);
 
 }  // namespace zun::convert

@@ -24,11 +24,14 @@ constexpr std::size_t most_open_files = 16;
 
 /// What a folder holds, before any of its storage files is opened.
 struct BagFolder {
-    fs::path metadata_file;
+    fs::path folder;
+    Links links;
+    fs::path metadata_file = folder / "metadata.yaml";
     std::optional<Metadata> metadata = {};
     std::vector<fs::path> files = {};
     std::vector<Problem> problems = {};
     std::vector<std::string> missing = {};  // of the listed files
+    std::vector<fs::path> refused = {};     // since they lead out of the folder
 };
 
 /// One file can be named in several ways, through links for one.
@@ -48,27 +51,46 @@ bool is_compressed(const fs::path& file) {
     }
 }
 
-void take_listed_files(const fs::path& folder, BagFolder& bag) {
+/// Whether `file` may be opened; notes once why not.
+bool admit(BagFolder& bag, const fs::path& file) {
+    const std::string why = refusal(file, bag.folder, bag.links);
+    if (why.empty()) return true;
+    if (!holds(bag.refused, file)) {
+        bag.refused.push_back(file);
+        bag.problems.push_back({file.string(), 0, why});
+    }
+    return false;
+}
+
+void take_metadata(BagFolder& bag) {
+    try {
+        if (fs::exists(bag.metadata_file) && admit(bag, bag.metadata_file))
+            bag.metadata = read_metadata(bag.metadata_file);
+    } catch (const InputError& error) {
+        bag.problems.push_back({bag.metadata_file.string(), error.position(), error.problem()});
+    }
+}
+
+void take_listed_files(BagFolder& bag) {
     for (const std::string& listed : bag.metadata->files) {
-        const std::optional<fs::path> file = resolve(folder, listed);
+        const std::optional<fs::path> file = resolve(bag.folder, listed);
         if (!file) {
             bag.missing.push_back(listed);
-        } else if (!holds(bag.files, *file)) {
+        } else if (!holds(bag.files, *file) && admit(bag, *file)) {
             bag.files.push_back(*file);
         }
     }
 }
 
-BagFolder look_into(const fs::path& folder) {
-    BagFolder bag{.metadata_file = folder / "metadata.yaml"};
-    try {
-        if (fs::exists(bag.metadata_file)) bag.metadata = read_metadata(bag.metadata_file);
-    } catch (const InputError& error) {
-        bag.problems.push_back({bag.metadata_file.string(), error.position(), error.problem()});
-    }
-    if (bag.metadata) take_listed_files(folder, bag);
-    const std::vector<fs::path> present = storage_files(folder);
+BagFolder look_into(const fs::path& folder, const Links& links) {
+    BagFolder bag{.folder = folder, .links = links};
+    take_metadata(bag);
+    if (bag.metadata) take_listed_files(bag);
+    std::vector<fs::path> present = storage_files(folder);
+    std::erase_if(present, [&](const fs::path& file) { return !admit(bag, file); });
     if (bag.files.empty()) bag.files = present;
+    if (bag.files.empty() && !bag.problems.empty())
+        throw InputError(bag.problems.back().source, bag.problems.back().position, bag.problems.back().text);
     if (bag.files.empty())
         throw InputError(folder.string(), 0,
                          "expected the storage files of a recording (.db3, .mcap), found none");
@@ -127,8 +149,9 @@ std::unique_ptr<MessageStream> open_part(const fs::path& file, const OpenFile& o
     return is_zstd(read_first_bytes(file)) ? open_compressed(file, open_file) : open_file(file);
 }
 
-std::unique_ptr<MessageStream> open_folder(const fs::path& folder, const OpenFile& open_file) {
-    const BagFolder bag = look_into(folder);
+std::unique_ptr<MessageStream> open_folder(const fs::path& folder, const OpenFile& open_file,
+                                           const Links& links) {
+    const BagFolder bag = look_into(folder, links);
     std::vector<MergedStream::Part> parts;
     for (const fs::path& file : bag.files) {
         // An unpacked file takes up disk space for as long as it is open.

@@ -14,6 +14,7 @@
 #include <span>
 
 #include "input/MessageStream.hpp"
+#include "input/bytes/Links.hpp"
 
 namespace zun::input::rosbag2 {
 
@@ -25,14 +26,16 @@ using OpenFile = std::function<std::unique_ptr<MessageStream>(const std::filesys
 /// several of them that are parts of one: their names differ in their numbers alone, each has a topic, with
 /// its type, in common with those before it, and no gap between their time spans is longer than ten minutes.
 /// Otherwise it may be a folder of recordings. Throws std::system_error when it cannot be looked into.
-bool is_bag_folder(const std::filesystem::path& folder, const OpenFile& open_file);
+bool is_bag_folder(const std::filesystem::path& folder, const OpenFile& open_file, const Links& links = {});
 
 /// Opens a storage file, compressed as a whole or not.
 std::unique_ptr<MessageStream> open_part(const std::filesystem::path& file, const OpenFile& open_file);
 
 /// The messages of a bag folder, merged into one order of time. A storage file that is missing or refused
-/// becomes a problem. Throws InputError when no file is left.
-std::unique_ptr<MessageStream> open_folder(const std::filesystem::path& folder, const OpenFile& open_file);
+/// becomes a problem, and so does one that leads out of the folder where links are not followed. Throws
+/// InputError when no file is left.
+std::unique_ptr<MessageStream> open_folder(const std::filesystem::path& folder, const OpenFile& open_file,
+                                           const Links& links = {});
 
 /// The messages of a storage file inside a zstd stream, which is unpacked into the folder for temporary
 /// files; the space is free again when the stream goes away. Of a damaged stream, what comes before the

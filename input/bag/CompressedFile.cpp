@@ -61,8 +61,8 @@ Unpacked unpack(const fs::path& from, const fs::path& to) {
 
 // The name of the unpacked file is gone as soon as it is open, so that not even a killed process leaves it.
 std::unique_ptr<MessageStream> open_compressed(const fs::path& file, const OpenFile& open_file) {
-    const TemporaryFolder folder;
-    const fs::path unpacked = folder.path() / without_zstd(file.filename());
+    TemporaryFolder folder;
+    const fs::path unpacked = folder.file(without_zstd(file.filename()).string());
     const Unpacked how = unpack(file, unpacked);
     try {
         return open_stand_in(unpacked, file.string(), open_file, how);

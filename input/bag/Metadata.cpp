@@ -1,12 +1,13 @@
 #include "input/bag/Metadata.hpp"
 
-#include <cerrno>
-#include <fstream>
-#include <new>
+#include <span>
+#include <string>
 #include <system_error>
 
 #include <yaml-cpp/yaml.h>
 
+#include "input/bytes/File.hpp"
+#include "input/bytes/Links.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::input::rosbag2 {
@@ -35,12 +36,19 @@ Metadata metadata_of(const YAML::Node& bag) {
     return metadata;
 }
 
-/// As YAML::LoadFile, which takes want of memory for a bad file.
+/// Not YAML::LoadFile, which waits at pipes and takes want of memory for a bad file.
 YAML::Node load(const fs::path& path) {
-    std::ifstream file(path);
-    if (!file.is_open() && errno == ENOMEM) throw std::bad_alloc();
-    if (!file.is_open()) throw YAML::BadFile(path.string());
-    return YAML::Load(file);
+    constexpr std::size_t most_bytes = std::size_t{64} << 20U;
+    if (fs::is_other(path) || fs::is_directory(path))
+        throw InputError(path.string(), 0, "expected a file, found a folder, a device or a pipe");
+    const File file(path);
+    if (file.size() > most_bytes)
+        throw InputError(path.string(), 0,
+                         "expected the metadata of a rosbag2 recording, found a file of " +
+                             std::to_string(file.size()) + " bytes");
+    std::string text(file.size(), '\0');
+    text.resize(file.read(0, std::as_writable_bytes(std::span(text))));
+    return YAML::Load(text);
 }
 
 }  // namespace
@@ -63,15 +71,18 @@ std::optional<fs::path> resolve(const fs::path& folder, const std::string& liste
     const fs::path path = listed;
     const fs::path parent = fs::absolute(folder).lexically_normal();
     const fs::path above = parent.has_filename() ? parent.parent_path() : parent.parent_path().parent_path();
+    std::optional<fs::path> outside;
     for (const fs::path& base : {folder / path, above / path, folder / path.filename()}) {
         const fs::path other =
             base.extension() == ".zstd" ? fs::path(base).replace_extension() : fs::path(base) += ".zstd";
         for (const fs::path& candidate : {base, other}) {
             std::error_code unreadable;
-            if (fs::is_regular_file(candidate, unreadable)) return candidate;
+            if (!fs::is_regular_file(candidate, unreadable)) continue;
+            if (lies_in(candidate, folder)) return candidate;
+            if (!outside) outside = candidate;
         }
     }
-    return std::nullopt;
+    return outside;
 }
 
 }  // namespace zun::input::rosbag2

@@ -26,7 +26,8 @@ struct Metadata {
 Metadata read_metadata(const std::filesystem::path& file);
 
 /// The existing file that `listed` means. Depending on the version and on compression it is written relative
-/// to the folder or to its parent, with ".zstd" or without. None when there is no such file.
+/// to the folder or to its parent, with ".zstd" or without. Of several, the first that lies in the folder.
+/// None when there is no such file.
 std::optional<std::filesystem::path> resolve(const std::filesystem::path& folder, const std::string& listed);
 
 }  // namespace zun::input::rosbag2

@@ -56,10 +56,11 @@ private:
     std::multiset<std::pair<Time, Time>> spans_;
 };
 
-/// A file that cannot be opened fits anywhere.
-bool have_common_contents(const std::vector<fs::path>& files, const OpenFile& open_file) {
+/// A file that cannot be opened, or is not to be, fits anywhere.
+bool have_common_contents(const std::vector<fs::path>& files, const OpenFile& open_file, const Links& links) {
     CommonContents contents;
     for (const fs::path& file : files) {
+        if (!refusal(file, file.parent_path(), links).empty()) continue;
         try {
             if (!contents.add(*open_part(file, open_file))) return false;
         } catch (const InputError&) {
@@ -73,11 +74,11 @@ bool have_common_contents(const std::vector<fs::path>& files, const OpenFile& op
 
 }  // namespace
 
-bool is_bag_folder(const fs::path& folder, const OpenFile& open_file) {
+bool is_bag_folder(const fs::path& folder, const OpenFile& open_file, const Links& links) {
     if (fs::exists(folder / "metadata.yaml")) return true;
     const std::vector<fs::path> files = storage_files(folder);
     if (files.size() < 2) return !files.empty();
-    return have_one_name(files) && have_common_contents(files, open_file);
+    return have_one_name(files) && have_common_contents(files, open_file, links);
 }
 
 }  // namespace zun::input::rosbag2

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
+#include <unistd.h>
 
 namespace zun::input {
 
@@ -14,8 +15,13 @@ TemporaryFolder::TemporaryFolder() : path_((fs::temp_directory_path() / "dds2csv
 }
 
 TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    for (const std::string& file : files_)
+        ::unlink(file.c_str());
+    ::rmdir(path_.c_str());
+}
+
+fs::path TemporaryFolder::file(const std::string& name) {
+    return files_.emplace_back(path_ + '/' + name);
 }
 
 NewFile::NewFile(const fs::path& path) : path_(path.string()), file_(std::fopen(path.c_str(), "wb")) {

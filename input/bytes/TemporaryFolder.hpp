@@ -7,12 +7,14 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "input/bytes/File.hpp"
 
 namespace zun::input {
 
-/// A new folder of its own among the temporary files, removed with all that is in it.
+/// A new folder of its own among the temporary files, removed with its files. That takes no memory, so that
+/// want of it leaves nothing behind.
 class TemporaryFolder {
 public:
     /// In the folder that TMPDIR names, else /tmp. Throws std::system_error with the path.
@@ -22,10 +24,12 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    std::filesystem::path path() const { return path_; }
+    /// The path of its file `name`, which is removed with it, if it is there.
+    std::filesystem::path file(const std::string& name);
 
 private:
     std::string path_;
+    std::vector<std::string> files_;  // their paths
 };
 
 /// A new file that is written from its beginning to its end. Throws std::system_error with the path.

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "input/SharedText.hpp"
 #include "input/bytes/File.hpp"
 
 namespace zun::input::mcap {
@@ -98,7 +99,7 @@ struct SchemaRecord {
     std::uint16_t id = 0;  ///< 0 is for channels without a schema; a schema must not have it
     std::string name;
     std::string encoding;  ///< of the text: "ros2msg", "ros2idl", "omgidl"
-    std::string text;
+    SharedText text;
 
     bool operator==(const SchemaRecord&) const = default;
 };

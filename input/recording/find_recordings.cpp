@@ -8,6 +8,7 @@
 #include "input/bag/StreamAdapter.hpp"
 #include "input/bytes/Pipe.hpp"
 #include "input/recording/open_recording.hpp"
+#include "platform/error/InputError.hpp"
 
 namespace zun::input {
 
@@ -21,43 +22,55 @@ bool claims_to_be_recording(const fs::path& file) {
     return ending == ".mcap" || ending == ".db3" || ending == ".zstd" || ending == ".zst" || ending == ".bag";
 }
 
-/// What cannot be read counts by its name; opening it tells why.
-bool is_candidate(const fs::path& file) {
-    try {
-        return claims_to_be_recording(file) || is_recording(file);
-    } catch (const std::system_error&) {
-        return false;
+/// Looks for recordings in one argument.
+class Search {
+public:
+    Search(fs::path root, const Links& links) : root_(std::move(root)), links_(links) {}
+
+    /// The folder itself where it is a recording, else its files that are; and what its subfolders hold, by
+    /// name. Subfolders of a recording count too: nothing lies in a folder unseen. One that cannot be looked
+    /// into stands for itself: opening it tells why.
+    void look_into(const fs::path& folder) {
+        try {
+            look_at_entries(folder);
+        } catch (const std::system_error&) {
+            found_.push_back(folder);
+        }
     }
-}
+    const std::vector<fs::path>& found() const { return found_; }
 
-void search(const fs::path& folder, std::vector<fs::path>& found);
+private:
+    /// What cannot or must not be read counts by its name; opening it tells why.
+    bool is_candidate(const fs::path& file) const {
+        try {
+            return claims_to_be_recording(file) ||
+                   (refusal(file, root_, links_).empty() && is_recording(file));
+        } catch (const std::system_error&) {
+            return false;
+        }
+    }
+    void look_at_entries(const fs::path& folder);
 
-void search_entries(const fs::path& folder, std::vector<fs::path>& found) {
+    fs::path root_;
+    const Links& links_;
+    std::vector<fs::path> found_;
+};
+
+void Search::look_at_entries(const fs::path& folder) {
     std::vector<fs::path> entries;
     for (const auto& entry : fs::directory_iterator(folder))
         entries.push_back(entry.path());
     std::sort(entries.begin(), entries.end());
-    const bool is_bag = is_recording(folder);
-    if (is_bag) found.push_back(folder);
+    const bool is_bag = is_recording(folder, links_);
+    if (is_bag) found_.push_back(folder);
     for (const fs::path& entry : entries) {
         std::error_code unreadable;
         const bool is_link = fs::is_symlink(entry, unreadable);
         if (fs::is_directory(entry, unreadable)) {
-            if (!is_link) search(entry, found);
+            if (!is_link) look_into(entry);
         } else if (!is_bag && is_candidate(entry)) {
-            found.push_back(entry);
+            found_.push_back(entry);
         }
-    }
-}
-
-/// The folder itself where it is a recording, else its files that are; and what its subfolders hold, by name.
-/// Subfolders of a recording count too: nothing lies in a folder unseen. One that cannot be looked into
-/// stands for itself: opening it tells why.
-void search(const fs::path& folder, std::vector<fs::path>& found) {
-    try {
-        search_entries(folder, found);
-    } catch (const std::system_error&) {
-        found.push_back(folder);
     }
 }
 
@@ -71,8 +84,14 @@ std::string stem(const fs::path& path) {
     return name.stem().string();
 }
 
-FoundRecording in_file(const fs::path& path, const std::string& name) {
-    return {path, name, path.string(), [path] { return open_recording(path); }};
+/// `root`  where it was found; empty for a path that the user named
+FoundRecording in_file(const fs::path& path, const std::string& name, const Links& links,
+                       const fs::path& root = {}) {
+    return {path, name, path.string(), [path, links, root] {
+                const std::string why = root.empty() ? "" : refusal(path, root, links);
+                if (!why.empty()) throw InputError(path.string(), 0, why);
+                return open_recording(path, links);
+            }};
 }
 
 /// A pipe's bytes come once: the first call opens, later ones get the same stream, or the same error.
@@ -87,7 +106,7 @@ FoundRecording in_pipe(const fs::path& path) {
 
 }  // namespace
 
-std::vector<FoundRecording> find_recordings(const std::vector<std::string>& paths) {
+std::vector<FoundRecording> find_recordings(const std::vector<std::string>& paths, const Links& links) {
     std::vector<FoundRecording> all;
     for (const std::string& text : paths) {
         const fs::path path = text;
@@ -97,15 +116,16 @@ std::vector<FoundRecording> find_recordings(const std::vector<std::string>& path
         }
         std::error_code unreadable;
         if (!fs::is_directory(path, unreadable)) {
-            all.push_back(in_file(path, stem(path)));
+            all.push_back(in_file(path, stem(path), links));
             continue;
         }
-        std::vector<fs::path> inside;
-        search(path, inside);
-        if (inside.empty()) throw std::runtime_error("'" + text + "' has no recordings in it");
-        for (const fs::path& recording : inside)
-            all.push_back(
-                in_file(recording, (fs::relative(recording, path).parent_path() / stem(recording)).string()));
+        Search inside(path, links);
+        inside.look_into(path);
+        if (inside.found().empty()) throw std::runtime_error("'" + text + "' has no recordings in it");
+        for (const fs::path& recording : inside.found())
+            all.push_back(in_file(
+                recording, (recording.lexically_relative(path).parent_path() / stem(recording)).string(),
+                links, path));
     }
     return all;
 }

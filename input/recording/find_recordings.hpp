@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "input/MessageStream.hpp"
+#include "input/bytes/Links.hpp"
 
 namespace zun::input {
 
@@ -23,8 +24,10 @@ struct FoundRecording {
 };
 
 /// `paths`   recordings, "-" for standard input, and folders that are searched for them, with their
-/// subfolders Throws    std::runtime_error when a folder has no recording
-std::vector<FoundRecording> find_recordings(const std::vector<std::string>& paths);
+///           subfolders; links to folders are not searched
+/// `links`   whether files that lead out of a folder are opened, or opening them throws InputError
+/// Throws    std::runtime_error when a folder has no recording
+std::vector<FoundRecording> find_recordings(const std::vector<std::string>& paths, const Links& links = {});
 
 }  // namespace zun::input
 

@@ -31,17 +31,17 @@ std::unique_ptr<MessageStream> open_storage(const fs::path& path) {
 
 }  // namespace
 
-bool is_recording(const fs::path& path) {
-    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path, open_storage);
+bool is_recording(const fs::path& path, const Links& links) {
+    if (fs::is_directory(path)) return rosbag2::is_bag_folder(path, open_storage, links);
     if (!fs::is_regular_file(path)) return false;
     const auto bytes = read_first_bytes(path);
     return is_mcap(bytes) || rosbag2::is_sqlite(bytes) || is_zstd(bytes);
 }
 
-std::unique_ptr<MessageStream> open_recording(const fs::path& path) try {
+std::unique_ptr<MessageStream> open_recording(const fs::path& path, const Links& links) try {
     if (fs::is_other(path))
         throw InputError(path.string(), 0, "expected a recording, found a device or a pipe");
-    if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage);
+    if (fs::is_directory(path)) return rosbag2::open_folder(path, open_storage, links);
     return rosbag2::open_part(path, open_storage);
 } catch (const fs::filesystem_error& problem) {
     throw std::system_error(problem.code(), "cannot read '" + problem.path1().string() + '\'');
@@ -49,14 +49,15 @@ std::unique_ptr<MessageStream> open_recording(const fs::path& path) try {
 
 std::unique_ptr<MessageStream> open_pipe(const fs::path& path) {
     Pipe pipe(path);
-    const TemporaryFolder folder;
-    const fs::path file = folder.path() / "recording";
+    TemporaryFolder folder;
+    const fs::path file = folder.file("recording");
     NewFile target(file);
     Buffer block(std::size_t{1} << 17U);
     while (const std::size_t count = pipe.read(block))
         target.write(Bytes(block).first(count));
     target.close();
-    return rosbag2::open_stand_in(file, pipe.name(), open_recording);
+    return rosbag2::open_stand_in(file, pipe.name(),
+                                  [](const fs::path& stored) { return open_recording(stored); });
 }
 
 }  // namespace zun::input

@@ -7,14 +7,15 @@
 #include <memory>
 
 #include "input/MessageStream.hpp"
+#include "input/bytes/Links.hpp"
 
 namespace zun::input {
 
 /// True for a bag folder, and for a file that starts as a recording does.
-bool is_recording(const std::filesystem::path& path);
+bool is_recording(const std::filesystem::path& path, const Links& links = {});
 
 /// Throws InputError when `path` is no recording, std::system_error when it cannot be read.
-std::unique_ptr<MessageStream> open_recording(const std::filesystem::path& path);
+std::unique_ptr<MessageStream> open_recording(const std::filesystem::path& path, const Links& links = {});
 
 /// The recording that comes through a pipe, written to a temporary file that is gone once this returns; its
 /// space is free again when the stream goes away. Throws as open_recording and Pipe.

@@ -51,8 +51,8 @@ std::string percent_encoded(const std::string& path) {
 
 Database::Database(const DatabaseFiles& files) : file_bytes_(files.size()) {
     if (files.has_hot_journal()) {
-        const TemporaryFolder folder;
-        const fs::path copy = files.copy_into(folder.path());
+        TemporaryFolder folder;
+        const fs::path copy = files.copy_into(folder);
         roll_back(copy);
         open(copy, "?immutable=1", SQLITE_OPEN_READONLY);
     } else {

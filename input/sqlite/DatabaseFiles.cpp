@@ -1,10 +1,12 @@
 #include "input/sqlite/DatabaseFiles.hpp"
 
 #include <algorithm>
+#include <array>
 #include <system_error>
 
 #include "input/bytes/TemporaryFolder.hpp"
 #include "input/bytes/first_bytes.hpp"
+#include "platform/error/InputError.hpp"
 
 namespace zun::input::rosbag2 {
 
@@ -24,8 +26,7 @@ bool is_hot(const fs::path& journal) {
     return !header.empty() && header.front() != std::byte{0};
 }
 
-void copy(const File& from, const fs::path& to) {
-    NewFile target(to);
+void copy(const File& from, NewFile& target) {
     Buffer block(std::size_t{1} << 20U);
     for (std::uint64_t position = 0;;) {
         const std::size_t count = from.read(position, block);
@@ -33,7 +34,6 @@ void copy(const File& from, const fs::path& to) {
         target.write(Bytes(block).first(count));
         position += count;
     }
-    target.close();
 }
 
 }  // namespace
@@ -47,6 +47,8 @@ DatabaseFiles::DatabaseFiles(const fs::path& database)
 
 DatabaseFiles::State DatabaseFiles::state_of(const fs::path& file) {
     std::error_code absent;
+    if (fs::is_symlink(file, absent))
+        throw InputError(file.string(), 0, "expected a file of SQLite beside the database, found a link");
     const std::uint64_t size = fs::file_size(file, absent);
     if (absent || size == 0) return {};
     const fs::file_time_type changed_at = fs::last_write_time(file, absent);
@@ -58,12 +60,22 @@ bool DatabaseFiles::have_changed() const {
            state_of(beside("-journal")) != journal_;
 }
 
-// The journal comes last: it holds what the transaction has changed until then.
-fs::path DatabaseFiles::copy_into(const fs::path& folder) const {
-    fs::path target = folder / "database";
-    copy(database_, target);
-    copy(File(beside("-journal")), fs::path(target) += "-journal");
-    return target;
+// The journal comes last: it holds what the transaction has changed until then. At its very end it may name
+// another file, of a transaction in several databases, which SQLite would read and delete: with zeros behind
+// it, that is no longer the end.
+fs::path DatabaseFiles::copy_into(TemporaryFolder& folder) const {
+    constexpr std::array<std::byte, 16> zeros{};
+    const fs::path path = folder.file("database");
+    NewFile database(path);
+    copy(database_, database);
+    database.close();
+    NewFile journal(folder.file("database-journal"));
+    copy(File(beside("-journal")), journal);
+    journal.write(zeros);
+    journal.close();
+    for (const char* const made_by_sqlite : {"database-wal", "database-shm"})
+        folder.file(made_by_sqlite);
+    return path;
 }
 
 }  // namespace zun::input::rosbag2

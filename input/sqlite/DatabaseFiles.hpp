@@ -11,13 +11,14 @@
 #include <filesystem>
 
 #include "input/bytes/File.hpp"
+#include "input/bytes/TemporaryFolder.hpp"
 
 namespace zun::input::rosbag2 {
 
 /// Holds the database open, and remembers how all three were when it was opened.
 class DatabaseFiles {
 public:
-    /// Throws std::system_error with the path.
+    /// Throws std::system_error with the path, InputError when a journal is a link: it may lead anywhere.
     explicit DatabaseFiles(const std::filesystem::path& database);
 
     const std::filesystem::path& path() const { return path_; }
@@ -29,7 +30,7 @@ public:
     bool have_changed() const;
 
     /// Writes the database and its journal into `folder`. Returns the database's place there.
-    std::filesystem::path copy_into(const std::filesystem::path& folder) const;
+    std::filesystem::path copy_into(TemporaryFolder& folder) const;
 
 private:
     /// Of a file beside the database; an empty one is as good as none.

@@ -196,7 +196,7 @@ void SqliteStream::read_topics() {
 
 void SqliteStream::read_definitions() {
     if (!database_.has_table("message_definitions")) return;
-    std::map<std::string, std::pair<std::string, std::string>> definitions;  // encoding, text by type
+    std::map<std::string, std::pair<std::string, SharedText>> definitions;  // encoding, text by type
     try {
         Statement rows(database_,
                        "SELECT topic_type, encoding, encoded_message_definition "

@@ -33,11 +33,11 @@ public:
     static constexpr bool wants_excluded = false;
 
     Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles,
-            InvalidText invalid_text, ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels)
+            TextStyle style, ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels)
         : format_(&format),
           context_(&context),
           doubles_(&doubles),
-          invalid_text_(invalid_text),
+          style_(style),
           values_(values),
           rows_(rows),
           row_levels_(row_levels) {}
@@ -259,10 +259,10 @@ private:
         ZUNXMLSaveContext_append(context_, begin, static_cast<std::size_t>(end - begin));
     }
 
-    void append(std::string_view text) { met_invalid_text_ |= !append_text(context_, text, invalid_text_); }
+    void append(std::string_view text) { met_invalid_text_ |= !append_text(context_, text, style_); }
 
     void append_invalid_unit(char32_t unit) {
-        append_invalid(context_, unit, invalid_text_);
+        append_invalid(context_, unit, style_.invalid);
         met_invalid_text_ = true;
     }
 
@@ -307,6 +307,8 @@ private:
     void append_wide(WideText text) {
         const bool quoted = needs_quotes<Swapped>(text);
         if (quoted) ZUNXMLSaveContext_append(context_, "\"", 1);
+        if (style_.spreadsheet_safe && text.units > 0 && begins_formula(cdr::unit_at<Swapped>(text, 0)))
+            ZUNXMLSaveContext_append(context_, "'", 1);
         for (std::uint32_t i = 0; i < text.units;) {
             const char32_t unit = cdr::unit_at<Swapped>(text, i);
             const char32_t character = cdr::next_character<Swapped>(text, i);
@@ -334,7 +336,7 @@ private:
     DDS_PrintFormat* format_;
     ZUNXMLSaveContext* context_;
     DoubleTextCache* doubles_;
-    InvalidText invalid_text_;
+    TextStyle style_;
     ValueWriter* values_;
     std::span<RowsText> rows_;
     std::uint32_t row_levels_;
@@ -346,27 +348,27 @@ private:
 
 struct SamplePrinter::Impl {
     Impl(const core::xtypes::DynamicTypeImpl& type, std::string source, cdr::Writer writer,
-         InvalidText treatment, std::shared_ptr<const cdr::View> view)
+         TextStyle text_style, std::shared_ptr<const cdr::View> view)
         : row_levels(view == nullptr ? 0 : view->levels_of_rows()),
           decoder(type, std::move(source), writer, std::move(view)),
-          invalid_text(treatment) {}
+          style(text_style) {}
     std::uint32_t row_levels;
     cdr::SampleDecoder decoder;
-    InvalidText invalid_text;
+    TextStyle style;
     DoubleTextCache doubles;
 };
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                             cdr::Writer writer, InvalidText invalid_text,
+                             cdr::Writer writer, TextStyle style,
                              std::shared_ptr<const cdr::View> view)
-    : impl_(std::make_unique<Impl>(type, std::move(source), writer, invalid_text, std::move(view))) {}
+    : impl_(std::make_unique<Impl>(type, std::move(source), writer, style, std::move(view))) {}
 
 SamplePrinter::~SamplePrinter() = default;
 
 cdr::Findings SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
                                    std::span<const std::byte> payload, ValueWriter* values,
                                    std::span<RowsText> rows) {
-    Printer printer(format, context, impl_->doubles, impl_->invalid_text, values, rows, impl_->row_levels);
+    Printer printer(format, context, impl_->doubles, impl_->style, values, rows, impl_->row_levels);
     cdr::Findings findings = impl_->decoder.decode(payload, printer);
     findings.invalid_text = printer.met_invalid_text();
     return findings;

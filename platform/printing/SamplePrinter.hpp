@@ -51,7 +51,7 @@ public:
     /// `view`      what of the type is announced and printed; null for all of it as it is
     /// Throws      std::invalid_argument for any other type, or for one that no reader can decode
     SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                  cdr::Writer writer = cdr::Writer::UNKNOWN, InvalidText invalid_text = InvalidText::ESCAPE,
+                  cdr::Writer writer = cdr::Writer::UNKNOWN, TextStyle style = {},
                   std::shared_ptr<const cdr::View> view = nullptr);
     ~SamplePrinter();
     SamplePrinter(const SamplePrinter&) = delete;

@@ -147,16 +147,17 @@ void append_invalid_bytes(ZUNXMLSaveContext* context, std::string_view bytes, In
 
 }  // namespace
 
-bool append_text(ZUNXMLSaveContext* context, std::string_view text, InvalidText invalid) {
+bool append_text(ZUNXMLSaveContext* context, std::string_view text, TextStyle style) {
     const Contents contents = contents_of(text);
-    if (!contents.special && !contents.doubtful) {
-        append(context, text);
-        return true;
-    }
+    const bool guarded =
+        style.spreadsheet_safe && !text.empty() && begins_formula(static_cast<unsigned char>(text.front()));
     bool valid = true;
     if (contents.special) append(context, "\"");
+    if (guarded) append(context, "'");
     if (contents.doubtful)
-        valid = append_doubtful(context, text, invalid);
+        valid = append_doubtful(context, text, style.invalid);
+    else if (!contents.special)
+        append(context, text);
     else
         append_doubling_quotes(context, text);
     if (contents.special) append(context, "\"");

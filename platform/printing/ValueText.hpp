@@ -19,9 +19,22 @@ enum class InvalidText : std::uint8_t {
     RAW,      ///< as they are; half of a UTF-16 pair, which has no bytes, is U+FFFD
 };
 
+/// How texts are written.
+struct TextStyle {
+    InvalidText invalid = InvalidText::ESCAPE;
+    bool spreadsheet_safe = false;  ///< an apostrophe before those that begins_formula()
+};
+
+/// Whether spreadsheets may take a text that begins so for a formula, or throw its beginning away and then do
+/// so.
+constexpr bool begins_formula(char32_t first) {
+    return first == U'=' || first == U'+' || first == U'-' || first == U'@' || first == U'\t' ||
+           first == U'\r';
+}
+
 /// Appends `text`: in double quotes, inner ones doubled, when it is empty or holds `,` `"` CR or LF.
 /// False when some of it was no text.
-bool append_text(ZUNXMLSaveContext* context, std::string_view text, InvalidText invalid);
+bool append_text(ZUNXMLSaveContext* context, std::string_view text, TextStyle style);
 
 /// Appends what stands for a unit of a wide string, or a character, that is no text.
 void append_invalid(ZUNXMLSaveContext* context, char32_t unit, InvalidText invalid);

@@ -52,6 +52,29 @@ TEST(FileNames, AreAllDifferentAndFit) {
     EXPECT_EQ(std::string(182, 'y') + '~', names.back().substr(0, 183)) << "cut between characters";
 }
 
+TEST(FileNames, ThatFoldToOneAreToldApart) {
+    const struct {
+        const char *first, *second;
+        bool alike;
+    } cases[] = {
+        {"/Größe", "/GRÖßE", true},
+        {"/Größe", "/größe", true},
+        {"/caf\u00e9", "/cafe\u0301", true},
+        {"/\u00c9", "/e\u0301", true},
+        {"/\u1e69", "/s\u0307\u0323", true},
+        {"/ΣΑΣ", "/σας", true},
+        {"/\u212a", "/k", true},
+        {"/\uac00", "/\u1100\u1161", true},
+        {"/a\u200bb", "/ab", true},
+        {"/café", "/cafe", false},
+        {"/世", "/界", false},
+    };
+    for (const auto& [first, second, alike] : cases) {
+        const std::string name = file_name(second);
+        EXPECT_EQ(alike ? name + "~2" : name, file_names({{first}, {second}}).back());
+    }
+}
+
 TEST(FileNames, AlikeButForCaseTakeNoLongerThanOthers) {
     std::vector<FileSubject> subjects(100'000, {"/abcdefghijklmnopq"});
     for (std::size_t i = 0; i < subjects.size(); ++i)

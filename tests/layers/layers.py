@@ -49,6 +49,7 @@ DOORS = {
     r"(zstd|lz4|lz4frame|libdeflate)\.h": "input/bytes",
     r"sqlite3\.h": "input/sqlite",
     r"utf8\.h": "platform/text",
+    r"utf8proc\.h": "convert/plan",
     r"yaml-cpp/.*": "input/bag convert/plan",
     r"CLI/.*": "cli fuzz",
     r"malloc\.h": "cli",

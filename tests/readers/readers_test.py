@@ -55,12 +55,14 @@ class Readers(unittest.TestCase):
         cls.addClassCleanup(cls.folder.cleanup)
         recording = pathlib.Path(cls.folder.name, "awkward.mcap")
         recording.write_bytes(awkward.recording())
-        output(TOOL, "convert", recording, "-o", recording.with_suffix(""))
-        (cls.file,) = recording.with_suffix("").glob("*.csv")
+        for name, option in (("awkward", "--quiet"), ("safe", "--spreadsheet-safe")):
+            output(TOOL, "convert", recording, "-o", recording.with_name(name), option)
+        cls.file, cls.safe_file = (recording.with_name(name) / "awkward.csv" for name in ("awkward", "safe"))
 
-    def expect(self, columns, digits=None):
-        self.assertEqual(list(EXPECTED), list(columns))
-        for title, values in EXPECTED.items():
+    def expect(self, columns, digits=None, expected=None):
+        expected = expected or EXPECTED
+        self.assertEqual(list(expected), list(columns))
+        for title, values in expected.items():
             self.assertEqual(len(values), len(columns[title]), title)
             for row, (want, got) in enumerate(zip(values, columns[title])):
                 says = agrees(want, got, digits, "f" if title == "single" else "d")
@@ -110,13 +112,22 @@ class Readers(unittest.TestCase):
 
     def test_spreadsheet(self):
         """Into a workbook, with the columns of long numbers and of text imported as text."""
-        as_text = ("timestamp", "least", "most", "text")
+        self.expect(self.workbook(self.file, ("timestamp", "least", "most", "text")), digits=15)
+
+    def test_spreadsheet_safe(self):
+        """Without any care for texts: formulas are evaluated, and there are none."""
+        safe = [("'" if text.startswith("=") else "") + text for text in EXPECTED["text"]]
+        columns = self.workbook(self.safe_file, ("timestamp", "least", "most"))
+        self.expect(columns, digits=15, expected=EXPECTED | {"text": safe})
+
+    def workbook(self, file, as_text):
+        """The columns of `file` when a spreadsheet has opened it, those of `as_text` as texts, and evaluated formulas."""
         texts = "/".join(f"{number}/2" for number, title in enumerate(EXPECTED, 1) if title in as_text)
         output(
             "soffice", f"-env:UserInstallation=file://{self.folder.name}/profile", "--headless",
-            f"--infilter=CSV:44,34,76,1,{texts},0,false,true", "--convert-to", "xlsx", self.file,
+            f"--infilter=CSV:44,34,76,1,{texts},0,false,true,false,false,false,-1,true", "--convert-to", "xlsx", file,
             cwd=self.folder.name, timeout=120)
-        book = zipfile.ZipFile(pathlib.Path(self.folder.name, self.file.stem + ".xlsx"))
+        book = zipfile.ZipFile(pathlib.Path(self.folder.name, file.stem + ".xlsx"))
         strings = ["".join(s.itertext()) for s in ElementTree.fromstring(book.read("xl/sharedStrings.xml"))]
 
         def cells(row):
@@ -125,7 +136,7 @@ class Readers(unittest.TestCase):
 
         sheet = ElementTree.fromstring(book.read("xl/worksheets/sheet1.xml"))
         titles, *rows = map(cells, sheet.iter(f"{{{SHEET}}}row"))
-        self.expect({title: without_nil(row.get(at, "") for row in rows) for at, title in titles.items()}, digits=15)
+        return {title: without_nil(row.get(at, "") for row in rows) for at, title in titles.items()}
 
 
 if __name__ == "__main__":

@@ -12,11 +12,13 @@ import hashlib
 import os
 import pathlib
 import re
+import resource
 import subprocess
 import sys
 import tempfile
 
 TABLE = pathlib.Path(__file__).with_name("recordings.tsv")
+MOST_KIB = 1 << 20  # of memory, whatever a recording claims: twice what is promised, for the sake of sanitizers
 EXPECTED = TABLE.parents[1] / "data/csv"
 HEADING = re.compile(rb"^==> (.+) <==\n", re.MULTILINE)
 
@@ -73,6 +75,8 @@ def complaints(tool, line, folder, accepting):
     run = subprocess.run(command, env=environment, capture_output=True, text=True, errors="replace", check=False)
     if run.returncode != int(exit_code):
         yield f"exit code {run.returncode}, not {exit_code}\n{run.stderr}"
+    if resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss > MOST_KIB:
+        yield f"took more than {MOST_KIB} KiB of memory"
     for sentence in sentences.split(" | "):
         if sentence not in run.stderr:
             yield f"stderr does not say: {sentence}\n{run.stderr}"

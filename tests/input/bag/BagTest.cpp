@@ -228,7 +228,7 @@ TEST(Definition, IsFoundUnderTheNameOfTheServiceOrAction) {
     const auto stream = open_storage(file);
     std::string found;
     for (const Channel& channel : stream->channels())
-        found += channel.schema_encoding + ":" + channel.schema_text + " ";
+        found += channel.schema_encoding + ":" + channel.schema_text.str() + " ";
     EXPECT_EQ("ros2msg:S ros2msg:A ros2msg:A ros2msg:A ros2idl:M : ", found);
 }
 

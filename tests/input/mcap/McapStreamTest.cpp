@@ -365,7 +365,7 @@ TEST(McapOpening, ReadsTheSummaryAlone) {
     ASSERT_EQ(2U, stream->channels().size());
     EXPECT_EQ("demo/msg/A ros2msg int8 x cdr",
               stream->channels()[0].type_name + " " + stream->channels()[0].schema_encoding + " " +
-                  stream->channels()[0].schema_text + " " + stream->channels()[0].message_encoding);
+                  stream->channels()[0].schema_text.str() + " " + stream->channels()[0].message_encoding);
     EXPECT_EQ("", stream->channels()[1].schema_encoding);
     EXPECT_EQ(2U, stream->summary().channels[0].message_count);
     EXPECT_EQ("10 9223372036854775808",

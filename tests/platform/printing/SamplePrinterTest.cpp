@@ -387,7 +387,7 @@ std::shared_ptr<const cdr::View> excluding(std::string_view path) {
 
 /// The text of the sample, or of its only member when that is called "v".
 std::string print(const SampleCase& c) {
-    SamplePrinter printer(c.type, "topic", c.writer, printing::InvalidText::ESCAPE,
+    SamplePrinter printer(c.type, "topic", c.writer, {},
                           c.excluded.empty() ? nullptr : excluding(c.excluded));
     const std::string printed = print_json(printer, bytes_of(c.payload)).text;
     return c.text[0] != '{' && printed.starts_with("{v: ") ? printed.substr(4, printed.size() - 5) : printed;
@@ -435,6 +435,44 @@ TEST(SamplePrinter, FindsWhatItsTextDoesNotShow) {
     EXPECT_EQ("0 invalid", findings_of(single(kind(TypeKind::CHAR_16_TYPE)), "00010000 00dc"));
 }
 
+std::string value_text(std::string_view given, printing::TextStyle style) {
+    std::string room(100, '#');
+    ZUNXMLSaveContext context{.text = room.data(), .capacity = 100};
+    printing::append_text(&context, given, style);
+    return room.substr(0, context.length);
+}
+
+TEST(ValueText, IsNoFormulaForSpreadsheets) {
+    const struct {
+        std::string_view text, safe;
+    } cases[] = {
+        {"=1+1", "'=1+1"},
+        {"+1", "'+1"},
+        {"-1", "'-1"},
+        {"@A1", "'@A1"},
+        {"\t=1", "'\t=1"},
+        {"\r=1", "\"'\r=1\""},
+        {"=a,\"b\"", "\"'=a,\"\"b\"\"\""},
+        {"=\xff", "'=\\xff"},
+        {"a=1", "a=1"},
+        {"'=1", "'=1"},
+        {"", "\"\""},
+        {"\xc3\xa9=", "\xc3\xa9="},
+    };
+    for (const auto& [given, safe] : cases)
+        EXPECT_EQ(safe, value_text(given, {.spreadsheet_safe = true}));
+    EXPECT_EQ("=1+1", value_text("=1+1", {}));
+    const auto safe_text_of = [](const DynamicTypeImpl& type, std::string_view payload) {
+        SamplePrinter printer(single(type), "topic", Writer::UNKNOWN, {.spreadsheet_safe = true});
+        return print_json(printer, bytes_of(payload)).text;
+    };
+    EXPECT_EQ("{v: \"'=,\"\"\"}", safe_text_of(wstring_type(), "00010000 06000000 3d00 2c00 2200"));
+    EXPECT_EQ("{v: a=}", safe_text_of(wstring_type(), "00010000 04000000 6100 3d00"));
+    EXPECT_EQ("{v: '-}", safe_text_of(kind(TypeKind::CHAR_8_TYPE), "00010000 2d"));
+    EXPECT_EQ("{v: '@}", safe_text_of(kind(TypeKind::CHAR_16_TYPE), "00010000 4000"));
+    EXPECT_EQ("{v: -1}", safe_text_of(int16, "00010000 ffff"));
+}
+
 TEST(ValueText, ReplacesWhatIsNoText) {
     const struct {
         std::string_view text, escaped, replaced;
@@ -451,17 +489,11 @@ TEST(ValueText, ReplacesWhatIsNoText) {
         {"aaaaaaaaaaaaaaaaéaaaaaaaaaaaaaaaa\xff,", "\"aaaaaaaaaaaaaaaaéaaaaaaaaaaaaaaaa\\xff,\"",
          "\"aaaaaaaaaaaaaaaaéaaaaaaaaaaaaaaaa\uFFFD,\""},
     };
-    const auto text_of = [](std::string_view given, printing::InvalidText invalid) {
-        std::string room(100, '#');
-        ZUNXMLSaveContext context{.text = room.data(), .capacity = 100};
-        printing::append_text(&context, given, invalid);
-        return room.substr(0, context.length);
-    };
     for (const auto& [given, escaped, replaced] : cases) {
-        EXPECT_EQ(escaped, text_of(given, printing::InvalidText::ESCAPE));
-        EXPECT_EQ(replaced, text_of(given, printing::InvalidText::REPLACE));
+        EXPECT_EQ(escaped, value_text(given, {printing::InvalidText::ESCAPE}));
+        EXPECT_EQ(replaced, value_text(given, {printing::InvalidText::REPLACE}));
     }
-    EXPECT_EQ("\xff\xe2\x82", text_of("\xff\xe2\x82", printing::InvalidText::RAW));
+    EXPECT_EQ("\xff\xe2\x82", value_text("\xff\xe2\x82", {printing::InvalidText::RAW}));
 }
 
 TEST(SamplePrinter, KeepsToTheReadingThatHasFitted) {
