@@ -36,6 +36,7 @@ struct Channel {
     std::string message_encoding;  ///< "cdr", "json", ...
     std::string schema_encoding;   ///< "ros2msg", "ros2idl", "omgidl", ..., empty for none
     std::string schema_text;
+    std::string type_hash = {};             ///< of the type, as recorded: "RIHS01_...", empty for none
     std::string source = {};                ///< file that the channel is from
     Recorder recorder = Recorder::UNKNOWN;  ///< that wrote its messages
 };
