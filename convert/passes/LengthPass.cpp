@@ -58,4 +58,12 @@ void LengthPass::add_to(TopicLengths& lengths) {
     }
 }
 
+TopicSpreads LengthPass::spreads() const {
+    TopicSpreads spreads;
+    for (std::size_t i = 0; i < topics_.size(); ++i)
+        for (const auto& meter : meters_[i].idle())
+            spreads[topics_[i].identity].add({meter->samples(), meter->spreads()});
+    return spreads;
+}
+
 }  // namespace zun::convert
