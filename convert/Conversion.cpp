@@ -99,6 +99,21 @@ Reason left_out_note(const std::vector<std::string>& notes) {
             notes};
 }
 
+/// Says which few messages take the most columns of a topic, and what would spare them.
+void add_outliers(const Topic& topic, const Limits& limits, const TopicSpread& spread, TopicReport& report) {
+    const std::optional<Outliers> outliers = outliers_of(limits, report.columns, spread);
+    if (!outliers) return;
+    const auto& [field, messages, longest, next, columns] = *outliers;
+    const std::string& name = limits.fields()[field].full_name;
+    const std::string rule = topic.name + ':' + name + '=' + std::to_string(next);
+    report.hints.push_back(
+        {"outliers", std::to_string(messages) + " of " + std::to_string(spread.messages) +
+                         (messages == 1 ? " messages has " : " messages have up to ") +
+                         std::to_string(longest) + " elements in " + in_quotes(name) + ", the next longest " +
+                         std::to_string(next) + ": " + Advice{Setting::LIMIT, rule} + " makes " +
+                         std::to_string(columns) + " columns of " + std::to_string(report.columns)});
+}
+
 /// Whether a limits file says something about every sequence of a topic.
 bool names_all(const LimitsByTopic& limits, const Topic& topic) {
     const auto given = limits.find(topic.name);
@@ -240,6 +255,8 @@ void Conversion::measure(RecordingRun& run) {
         return !settings_.limits || !names_all(*settings_.limits, topic);
     });
     lengths_are_sure_ = lengths_are_sure_ && measured.whole;
+    for (const auto& [topic, spread] : measured.spreads)
+        spreads_[topic].add(spread);
 }
 
 /// The limits of a topic, whatever number of columns they make.
@@ -272,6 +289,9 @@ Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
         topic.plan = too_wide(limits.blame(), report.columns, settings_.most_columns);
     else
         add_hints(topic, limits, settings_.clock_field, report);
+    const auto spread = spreads_.find(topic.identity);
+    if (topic.accepted() != nullptr && spread != spreads_.end())
+        add_outliers(topic, limits, spread->second, report);
     return limits;
 }
 

@@ -78,6 +78,7 @@ private:
     Types types_;
     std::set<std::string> topic_names_;  // of all recordings that were opened
     TopicLengths lengths_;
+    TopicSpreads spreads_;
     bool lengths_are_sure_ = true;                    // no message was missed when they were measured
     std::vector<RuleOutcome> rule_outcomes_;          // by rule
     std::map<std::size_t, ExplodeOutcome> exploded_;  // by rule

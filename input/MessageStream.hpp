@@ -37,6 +37,7 @@ struct Channel {
     std::string message_encoding;  ///< "cdr", "json", ...
     std::string schema_encoding;   ///< "ros2msg", "ros2idl", "omgidl", ..., empty for none
     SharedText schema_text;
+    std::string type_hash = {};             ///< of the type, as recorded: "RIHS01_...", empty for none
     std::string source = {};                ///< file that the channel is from
     Recorder recorder = Recorder::UNKNOWN;  ///< that wrote its messages
 };

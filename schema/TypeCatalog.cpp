@@ -134,6 +134,7 @@ core::xtypes::DynamicTypeImpl TypeCatalog::Impl::read(const Key& key, Definition
     };
 
     const Definition* definition = find(candidate_names(type_name));
+    known.recorded = from_others.empty();
     if (!definition && name_parts(type_name).size() == 1) {
         definition = own.find("*::" + type_name);
         if (definition)

@@ -21,7 +21,8 @@ namespace zun::schema {
 /// A type, as far as it can be known without its samples.
 struct KnownType {
     std::vector<core::xtypes::DynamicTypeImpl> layouts = {};  ///< that it had, the newest first; at least one
-    bool uncertain = false;               ///< the samples have to tell which of them, or that none is right
+    bool uncertain = false;  ///< a hash or the samples have to tell which of them, or that none is right
+    bool recorded = false;   ///< the recording defines it; what it is made of may come from elsewhere
     std::set<std::string> built_in = {};  ///< types that are defined by the standard types alone
     std::string hint = {};                ///< what was assumed; empty for nothing
 };

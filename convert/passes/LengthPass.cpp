@@ -58,4 +58,19 @@ void LengthPass::add_to(TopicLengths& lengths) {
     }
 }
 
+TopicSpreads LengthPass::spreads() const {
+    TopicSpreads spreads;
+    for (std::size_t i = 0; i < topics_.size(); ++i) {
+        if (!measured_[i]) continue;
+        const Limits named = topics_[i].accepted()->plain_limits();
+        TopicSpread& spread = spreads[topics_[i].identity];
+        for (const auto& meter : meters_[i].idle()) {
+            spread.messages += meter->samples();
+            for (std::size_t field = 0; field < named.fields().size(); ++field)
+                spread.fields[named.fields()[field].full_name].add(meter->spreads()[field]);
+        }
+    }
+    return spreads;
+}
+
 }  // namespace zun::convert

@@ -1,4 +1,4 @@
-// LengthPass: the pass that finds the longest length of every sequence.
+// LengthPass: the pass that finds how long every sequence is.
 
 #ifndef ZUN_CONVERT_PASSES_LENGTH_PASS_HPP
 #define ZUN_CONVERT_PASSES_LENGTH_PASS_HPP
@@ -26,8 +26,9 @@ public:
 
     std::unique_ptr<Step> step(SourceBatch batch);
 
-    /// Once all steps are finished.
+    // Once all steps are finished:
     void add_to(TopicLengths& lengths);
+    TopicSpreads spreads() const;
     /// False when a batch was damaged; what another pass reads of it may be longer.
     bool whole() const { return whole_; }
 

@@ -77,7 +77,7 @@ Measured RecordingRun::measure(TopicLengths& lengths, const std::function<bool(c
         return batch.batch ? measuring.step(std::move(batch)) : nullptr;
     });
     measuring.add_to(lengths);
-    return {measuring.whole() && !batches_.cut(), pass.total(), pass.done()};
+    return {measuring.whole() && !batches_.cut(), pass.total(), pass.done(), measuring.spreads()};
 }
 
 void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,

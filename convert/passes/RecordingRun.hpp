@@ -18,6 +18,7 @@
 #include "convert/output/Output.hpp"
 #include "convert/passes/BatchSource.hpp"
 #include "convert/plan/Topic.hpp"
+#include "convert/plan/outliers.hpp"
 #include "convert/report/Report.hpp"
 
 namespace zun::convert {
@@ -30,6 +31,7 @@ struct Measured {
     bool whole = true;                  ///< all messages could be read
     std::uint64_t messages_wanted = 0;  ///< as RecordingReport has them; 0 when there was no such pass
     std::uint64_t messages_met = 0;
+    TopicSpreads spreads = {};
 };
 
 class RecordingRun {

@@ -8,6 +8,7 @@
 #include "convert/plan/layouts.hpp"
 #include "platform/cdr/SampleDecoder.hpp"
 #include "platform/fnmatch/MOSSString_fnmatch.hpp"
+#include "schema/type_hash.hpp"
 
 namespace zun::convert {
 
@@ -54,8 +55,28 @@ Sentence missing_type(const std::string& problem) {
            " names a folder or a recording that defines it";
 }
 
-/// Finds the type, or the reason why there is none. Returns what is known of the type where the messages have
-/// to confirm it.
+/// Takes the layout whose hash the recording gives, true where there is one; where there is none, a hint
+/// tells.
+bool take_by_hash(Accepted& accepted, const schema::KnownType& known, const Channel& channel) {
+    if ((known.recorded && !known.uncertain) || !schema::is_type_hash(channel.type_hash)) return false;
+    const auto has_hash = [&](const auto& layout) { return schema::type_hash(layout) == channel.type_hash; };
+    const auto found = std::find_if(known.layouts.begin(), known.layouts.end(), has_hash);
+    if (found != known.layouts.end()) {
+        accepted.type = *found;
+        return true;
+    }
+    if (schema::type_hash(known.layouts.front()))
+        accepted.hints.push_back(
+            {"type-hash",
+             Sentence("no known layout of " + channel.type_name + " has the hash that the recording gives, " +
+                      channel.type_hash + ", so that columns may bear the wrong names; ") +
+                 Advice{Advice::Setting::TYPES} +
+                 " names a folder or a recording with the right definition"});
+    return false;
+}
+
+/// Finds the type, or the reason why there is none. Returns what is known of the type where only the messages
+/// can confirm it.
 const schema::KnownType* find_type(Topic& topic, const Channel& channel, schema::TypeCatalog& catalog) {
     const auto refuse = [&](const char* code, Sentence text) {
         topic.plan = Refused{{code, std::move(text)}};
@@ -72,8 +93,9 @@ const schema::KnownType* find_type(Topic& topic, const Channel& channel, schema:
             const cdr::SampleDecoder decodable(layout, topic.name, topic.writer);
         Accepted accepted{.type = known.layouts.front(), .built_in = known.built_in};
         if (!known.hint.empty()) accepted.hints.push_back({"type-name", known.hint});
+        const bool is_sure = take_by_hash(accepted, known, channel) || !known.uncertain;
         topic.plan = std::move(accepted);
-        return known.uncertain ? &known : nullptr;
+        return is_sure ? nullptr : &known;
     } catch (const schema::UnknownType& problem) {
         // The text is the same whoever needs the type, so that a report names it once.
         return refuse("missing-type",

@@ -25,8 +25,9 @@ Time just_after(Time time) {
 }
 
 bool same_channel(const Channel& a, const Channel& b) {
-    return std::tie(a.topic, a.type_name, a.message_encoding, a.schema_encoding, a.schema_text) ==
-           std::tie(b.topic, b.type_name, b.message_encoding, b.schema_encoding, b.schema_text);
+    return std::tie(a.topic, a.type_name, a.message_encoding, a.schema_encoding, a.schema_text,
+                    a.type_hash) ==
+           std::tie(b.topic, b.type_name, b.message_encoding, b.schema_encoding, b.schema_text, b.type_hash);
 }
 
 /// The exception that is being handled, as a problem of `file` alone. One that says nothing of a file goes

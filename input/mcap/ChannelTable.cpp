@@ -31,6 +31,8 @@ bool ChannelTable::add_channel(ChannelRecord record, Place place) {
     channel.topic = record.topic;
     channel.message_encoding = record.message_encoding;
     if (is_fast_dds(record)) channel.recorder = Recorder::FAST_DDS;
+    const auto hash = record.metadata.find("topic_type_hash");
+    if (hash != record.metadata.end()) channel.type_hash = hash->second;
     channel.source = source_;
     set_schema(record.schema_id, channel);
     known.push_back({place, index, std::move(record)});

@@ -177,9 +177,13 @@ void SqliteStream::read_topics() {
     for (const char* const table : {"topics", "messages"})
         if (!database_.has_table(table)) throw DatabaseError(std::string("no such table: ") + table, false);
     Statement topics(database_, "SELECT id, name, type, * FROM topics ORDER BY id");
-    std::optional<int> encoding;  // its column
-    for (int i = 3; i < topics.column_count(); ++i)
-        if (topics.column_name(i) == "serialization_format") encoding = i;
+    const auto column = [&](std::string_view name) -> std::optional<int> {
+        for (int i = 3; i < topics.column_count(); ++i)
+            if (topics.column_name(i) == name) return i;
+        return std::nullopt;
+    };
+    const std::optional<int> encoding = column("serialization_format");
+    const std::optional<int> hash = column("type_description_hash");
     while (topics.step()) {
         if (channel_of_topic_.contains(topics.integer(0)))
             throw DatabaseError("topics has the id " + topics.text(0) + " twice", false);
@@ -188,6 +192,7 @@ void SqliteStream::read_topics() {
                         .message_encoding = encoding ? topics.text(*encoding) : "cdr",
                         .schema_encoding = "",
                         .schema_text = "",
+                        .type_hash = hash ? topics.text(*hash) : "",
                         .source = source_};
         channel_of_topic_[topics.integer(0)] = static_cast<std::uint32_t>(channels_.size());
         channels_.push_back(std::move(channel));

@@ -63,6 +63,7 @@ struct LengthMeter::Impl {
         if (program.root().fields > field_limit)
             throw std::invalid_argument("type '" + type.name() + "' has more than " +
                                         std::to_string(field_limit) + " sequences");
+        spreads.resize(program.root().fields);
         longest.resize(program.root().fields);
     }
 
@@ -73,8 +74,10 @@ struct LengthMeter::Impl {
     }
 
     SampleDecoder decoder;
-    std::vector<std::uint32_t> longest;                           // by field
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> longer;  // of one sample: field and length
+    std::uint64_t samples = 0;
+    std::vector<LengthSpread> spreads;   // by field
+    std::vector<std::uint32_t> longest;  // by field, of one sample
+    std::vector<std::uint32_t> filled;   // fields with elements in it
 };
 
 LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string source, Writer writer,
@@ -84,22 +87,39 @@ LengthMeter::LengthMeter(const core::xtypes::DynamicTypeImpl& type, std::string 
 LengthMeter::~LengthMeter() = default;
 
 void LengthMeter::measure(std::span<const std::byte> payload) {
-    auto& longer = impl_->longer;
     auto& longest = impl_->longest;
-    longer.clear();
+    auto& filled = impl_->filled;
+    for (const std::uint32_t field : filled)
+        longest[field] = 0;
+    filled.clear();
     impl_->decode(payload, [&](std::uint32_t field, std::uint32_t length, const auto&) {
-        if (length > longest[field]) longer.emplace_back(field, length);
+        if (length <= longest[field]) return;
+        if (longest[field] == 0) filled.push_back(field);
+        longest[field] = length;
     });
-    for (const auto& [field, length] : longer)
-        longest[field] = std::max(longest[field], length);
+    ++impl_->samples;
+    for (const std::uint32_t field : filled)
+        impl_->spreads[field].add(longest[field]);
 }
 
 void LengthMeter::visit(std::span<const std::byte> payload, const Visitor& visitor) {
     impl_->decode(payload, visitor);
 }
 
-const std::vector<std::uint32_t>& LengthMeter::longest() const {
-    return impl_->longest;
+std::uint64_t LengthMeter::samples() const {
+    return impl_->samples;
+}
+
+const std::vector<LengthSpread>& LengthMeter::spreads() const {
+    return impl_->spreads;
+}
+
+std::vector<std::uint32_t> LengthMeter::longest() const {
+    std::vector<std::uint32_t> longest;
+    longest.reserve(impl_->spreads.size());
+    for (const LengthSpread& spread : impl_->spreads)
+        longest.push_back(spread.longest());
+    return longest;
 }
 
 }  // namespace zun::cdr

@@ -1,4 +1,4 @@
-// LengthMeter: the longest length of every sequence of a type over many samples.
+// LengthMeter: how long every sequence of a type is over many samples.
 //
 // Walks samples as the engine does, but skips values by their size and makes no text. The sequences, its
 // fields, are numbered in the order of declaration, all elements of the collections around one taken
@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/cdr/LengthSpread.hpp"
 #include "platform/cdr/View.hpp"
 #include "platform/cdr/Writer.hpp"
 #include "platform/xtypes/DynamicType.hpp"
@@ -38,8 +39,12 @@ public:
     /// Throws InputError as the engine does, for a sample that is not whole.
     void measure(std::span<const std::byte> payload);
 
+    /// Samples that counted.
+    std::uint64_t samples() const;
+    /// Their lengths, by field.
+    const std::vector<LengthSpread>& spreads() const;
     /// Elements of the longest sequence of each field; 0 while no sample had any.
-    const std::vector<std::uint32_t>& longest() const;
+    std::vector<std::uint32_t> longest() const;
 
     /// Called with the number of a field, the length of one sequence of it, and the indices of
     /// the elements around that sequence, from the outermost inwards.

@@ -32,8 +32,8 @@ public:
     static constexpr bool wants_absent = true;
     static constexpr bool wants_excluded = false;
 
-    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles,
-            TextStyle style, ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels)
+    Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles, TextStyle style,
+            ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels)
         : format_(&format),
           context_(&context),
           doubles_(&doubles),
@@ -359,8 +359,7 @@ struct SamplePrinter::Impl {
 };
 
 SamplePrinter::SamplePrinter(const core::xtypes::DynamicTypeImpl& type, std::string source,
-                             cdr::Writer writer, TextStyle style,
-                             std::shared_ptr<const cdr::View> view)
+                             cdr::Writer writer, TextStyle style, std::shared_ptr<const cdr::View> view)
     : impl_(std::make_unique<Impl>(type, std::move(source), writer, style, std::move(view))) {}
 
 SamplePrinter::~SamplePrinter() = default;

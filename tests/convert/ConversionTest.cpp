@@ -339,6 +339,42 @@ TEST(Conversion, SaysWhichTypeServesForANameWithoutNamespace) {
     EXPECT_EQ("timestamp,x\n1,5\n", files_in(folder).at("a.csv"));
 }
 
+struct HashCase {
+    const char* name;
+    std::string hash;
+    const char* last_column;
+    std::size_t hints;
+};
+void PrintTo(const HashCase& c, std::ostream* out) {
+    *out << c.name;
+}
+const HashCase hash_cases[] = {
+    {"OfTheOlderLayout", "RIHS01_9430b1915b94d4268ff903679e8ecd09b6a67d331bd028738ec1eeb592891ebd", "range",
+     0},
+    {"OfNone", "RIHS01_" + std::string(64, '1'), "variance", 1},
+    {"Unset", "RIHS01_" + std::string(64, '0'), "variance", 0},
+    {"OfAnotherKind", "md5", "variance", 0},
+};
+
+class RecordedHash : public testing::TestWithParam<HashCase> {};
+
+/// Its messages, of the newer layout, would decide otherwise.
+TEST_P(RecordedHash, Decides) {
+    FakeRecording fake;
+    const auto a = fake.add_channel("/a", "sensor_msgs/msg/Range", "");
+    fake.channels[a].type_hash = GetParam().hash;
+    fake.add(a, 1,
+             R"({"header": {"stamp": {"sec": 1, "nanosec": 2}, "frame_id": ""}, "radiation_type": 0,
+                 "field_of_view": 1, "min_range": 1, "max_range": 2, "range": 1.5, "variance": 7})");
+    const fs::path folder = fresh_folder();
+    const Report report = convert_all(fake, {}, folder);
+    const std::string csv = files_in(folder).at("a.csv");
+    const std::string header = csv.substr(0, csv.find('\n'));
+    EXPECT_EQ(GetParam().last_column, header.substr(header.rfind(',') + 1));
+    EXPECT_EQ(GetParam().hints, report.recordings[0].topics[0].hints.size());
+}
+INSTANTIATE_TEST_SUITE_P(, RecordedHash, testing::ValuesIn(hash_cases), CaseName());
+
 TEST(TopicFilter, TakesATopicAloneByItsExactPattern) {
     const char* const topics[] = {"/a[1]", "/a1", "/a*", "/a?", "/ab", "/a\\b"};
     for (const std::string topic : topics)

@@ -12,6 +12,7 @@
 #include "convert/plan/Columns.hpp"
 #include "convert/plan/column_list.hpp"
 #include "convert/plan/limits_file.hpp"
+#include "convert/plan/outliers.hpp"
 #include "platform/cdr/LengthMeter.hpp"
 #include "platform/xtypes/TypeBuilder.hpp"
 #include "schema/TypeCatalog.hpp"
@@ -267,6 +268,55 @@ TEST(Limits, HoldsTheLongestUntilTheTopicFits) {
     EXPECT_EQ(900U, limits.fields()[2].limit) << "short fields stay whole";
     EXPECT_EQ(2903U, limits.columns());
 }
+
+struct OutlierCase {
+    const char* name;
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> lengths;  // of how many messages, in s
+    std::uint32_t limit;
+    const char* told;
+};
+void PrintTo(const OutlierCase& c, std::ostream* out) {
+    *out << c.name;
+}
+const OutlierCase outlier_cases[] = {
+    {"One", {{999, 3}, {1, 12'000}}, 12'000, "1 of 1000: 12000, then 3, 5 columns"},
+    {"OneInAHundredAndMore", {{99, 3}, {1, 12'000}}, 12'000, ""},
+    {"FewerThanOneInAHundred", {{100, 3}, {1, 12'000}}, 12'000, "1 of 101: 12000, then 3, 5 columns"},
+    {"AllOthersEmpty", {{0, 0}, {1, 200}}, 200, "1 of 1000: 200, then 0, 2 columns"},
+    {"HalfOfTheColumns", {{999, 1002}, {1, 2006}}, 2006, ""},
+    {"MoreThanHalf", {{999, 1002}, {1, 2007}}, 2007, "1 of 1000: 2007, then 1002, 1004 columns"},
+    {"FewColumns", {{999, 1}, {1, 90}}, 90, ""},
+    {"TwoSteps", {{997, 3}, {2, 2000}, {1, 12'000}}, 12'000, "3 of 1000: 12000, then 3, 5 columns"},
+    {"NotWorthAnother",
+     {{995, 100}, {4, 150}, {1, 12'000}},
+     12'000,
+     "1 of 1000: 12000, then 150, 152 columns"},
+    {"LimitedAlready", {{999, 3}, {1, 12'000}}, 3, ""},
+};
+
+class OutliersOf : public testing::TestWithParam<OutlierCase> {};
+
+TEST_P(OutliersOf, AreTold) {
+    const auto type = struct_type({.name = "T", .members = {{"x", number}, {"s", sequence_type(number)}}});
+    TopicSpread spread;
+    for (const auto& [messages, length] : GetParam().lengths) {
+        spread.messages += messages;
+        for (std::uint64_t i = 0; i < messages; ++i)
+            spread.fields[limits.fields()[0].full_name].add(length);
+    }
+    if (spread.messages == 1) spread.messages = 1000;
+    Limits limits{Part(type)};
+    limits.set({{"s", GetParam().limit}}, Limits::Origin::MEASURED);
+    const auto found = outliers_of(limits, limits.columns(), spread);
+    std::ostringstream told;
+    if (found)
+        told << found->messages << " of " << spread.messages << ": " << found->longest << ", then "
+             << found->next_longest << ", " << found->columns << " columns";
+    EXPECT_EQ(GetParam().told, told.str());
+    limits.set({{"s", GetParam().limit}}, Limits::Origin::FILE);
+    EXPECT_FALSE(outliers_of(limits, limits.columns(), spread)) << "it was asked for";
+}
+INSTANTIATE_TEST_SUITE_P(, OutliersOf, testing::ValuesIn(outlier_cases), CaseName());
 
 TEST(Limits, CountsWhatNoTreeCouldHold) {
     const auto cell = array_type(number, {1000, 1000, 1000});

@@ -58,7 +58,7 @@ DOORS = {
     r"benchmark/.*": "benchmarks",
     r"[a-z]*mmintrin\.h": "platform/printing",
     r"fnmatch\.h": "platform/fnmatch",
-    r"md5\.h|sys/types\.h": "schema/definition",
+    r"(md5|sha2)\.h|sys/types\.h": "schema schema/definition",
     r"(fcntl|unistd|signal|poll|pthread)\.h|sys/.*": "input input/* convert convert/output cli",
 }
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/logger/Logger.hpp"
+#include "schema/type_hash.hpp"
 #include "tests/schema/describe.hpp"
 #include "tests/support/case_files.hpp"
 
@@ -104,6 +105,37 @@ TEST(TypeCatalog, StandardTypesServeLast) {
     schema::TypeCatalog without;
     without.leave_out_standard_types();
     EXPECT_THROW(without.find("sensor_msgs/msg/Range", "", ""), schema::UnknownType);
+}
+
+/// Those of WriteSplitEvent (its older layout), Log and ParameterEvent stand in recordings.
+struct HashCase {
+    const char* type;
+    std::size_t layout;
+    const char* hash;
+} const hash_cases[] = {
+    {"rosbag2_interfaces/msg/WriteSplitEvent", 1,
+     "5ef58f7106a5cff8f5a794028c18117ee21015850ddcc567df449f41932960f8"},
+    {"rcl_interfaces/msg/Log", 0, "e28ce254ca8abc06abf92773b74602cdbf116ed34fbaf294fb9f81da9f318eac"},
+    {"rcl_interfaces/msg/ParameterEvent", 0,
+     "043e627780fcad87a22d225bc2a037361dba713fca6a6b9f4b869a5aa0393204"},
+    {"std_msgs/msg/Empty", 0, "20b625256f32d5dbc0d04fee44f43c41e51c70d3502f84b4a08e7a9c26a96312"},
+    {"sensor_msgs/msg/Imu", 0, "7d9a00ff131080897a5ec7e26e315954b8eae3353c3f995c55faf71574000b5b"},
+    {"sensor_msgs/msg/Range", 1, "9430b1915b94d4268ff903679e8ecd09b6a67d331bd028738ec1eeb592891ebd"},
+    {"type_description_interfaces/msg/TypeDescription", 0,
+     "739f2508c9fa3a6f330913ff5b9d25fb74159a077da71e1087f51a60c12a080b"},
+    {"test_msgs/msg/BoundedSequences", 0, "fb361a3b3827c76a142c2190126a20a92e7e510e047f880141a7e9ef867961ed"},
+    {"test_msgs/msg/WStrings", 0, "5a2c8ddb2054600023b9a180652f2ba895373217cad4b1f0fc1258c9e4424a79"},
+};
+
+TEST(TypeHash, IsThatOfRecordings) {
+    schema::TypeCatalog catalog;
+    for (const HashCase& c : hash_cases)
+        EXPECT_EQ("RIHS01_" + std::string(c.hash),
+                  schema::type_hash(catalog.find(c.type, "", "").layouts.at(c.layout)))
+            << c.type;
+    EXPECT_EQ(std::nullopt, schema::type_hash(catalog.type_of("std_srvs/srv/Empty_Request", "", "")));
+    const char* const idl = "module m { module msg { enum E { A }; struct S { E e; }; }; };";
+    EXPECT_EQ(std::nullopt, schema::type_hash(catalog.type_of("m/msg/S", "omgidl", idl)));
 }
 
 TEST_F(CatalogFolders, TheRecordingWinsThenWhatWasAddedFirst) {

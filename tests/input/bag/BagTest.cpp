@@ -232,6 +232,19 @@ TEST(Definition, IsFoundUnderTheNameOfTheServiceOrAction) {
     EXPECT_EQ("ros2msg:S ros2msg:A ros2msg:A ros2msg:A ros2idl:M : ", found);
 }
 
+TEST(TypeHash, IsReadWhereTheLayoutHasIt) {
+    const fs::path file = new_folder() / "x.db3";
+    make_database(
+        file,
+        "CREATE TABLE topics(id INTEGER PRIMARY KEY, name, type, serialization_format, "
+        "type_description_hash);"
+        "CREATE TABLE messages(id INTEGER PRIMARY KEY, topic_id, timestamp, data);"
+        "INSERT INTO topics VALUES (1, '/a', 'p/T', 'cdr', 'RIHS01_0a'), (2, '/b', 'p/T', 'cdr', '');");
+    const auto stream = open_storage(file);
+    EXPECT_EQ("RIHS01_0a", stream->channels().at(0).type_hash);
+    EXPECT_EQ("", stream->channels().at(1).type_hash);
+}
+
 std::vector<std::string> listing(const fs::path& folder) {
     std::vector<std::string> entries;
     for (const auto& entry : fs::directory_iterator(folder))

@@ -223,8 +223,9 @@ INSTANTIATE_TEST_SUITE_P(, McapDamage, testing::ValuesIn(damage_cases), test::Ca
 
 // Recordings made here.
 
-const std::string plain_head =
-    schema_record(1, "demo/msg/A") + channel_record(0, 1, "/a") + channel_record(3, 0, "/b");
+const std::string plain_head = schema_record(1, "demo/msg/A") +
+                               channel_record(0, 1, "/a", sized("topic_type_hash") + sized("RIHS01_0a")) +
+                               channel_record(3, 0, "/b");
 
 struct MadeRecording {
     std::string bytes;
@@ -367,6 +368,8 @@ TEST(McapOpening, ReadsTheSummaryAlone) {
               stream->channels()[0].type_name + " " + stream->channels()[0].schema_encoding + " " +
                   stream->channels()[0].schema_text.str() + " " + stream->channels()[0].message_encoding);
     EXPECT_EQ("", stream->channels()[1].schema_encoding);
+    EXPECT_EQ("RIHS01_0a", stream->channels()[0].type_hash);
+    EXPECT_EQ("", stream->channels()[1].type_hash);
     EXPECT_EQ(2U, stream->summary().channels[0].message_count);
     EXPECT_EQ("10 9223372036854775808",
               nanoseconds(*stream->summary().first) + " " + nanoseconds(*stream->summary().last));

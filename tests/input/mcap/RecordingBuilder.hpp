@@ -38,8 +38,9 @@ inline std::string schema_record(std::uint16_t id, const std::string& name) {
     return record(3, bytes_of(id) + sized(name) + sized("ros2msg") + sized("int8 x"));
 }
 
-inline std::string channel_record(std::uint16_t id, std::uint16_t schema_id, const std::string& topic) {
-    return record(4, bytes_of(id) + bytes_of(schema_id) + sized(topic) + sized("cdr") + sized(""));
+inline std::string channel_record(std::uint16_t id, std::uint16_t schema_id, const std::string& topic,
+                                  const std::string& metadata = "") {
+    return record(4, bytes_of(id) + bytes_of(schema_id) + sized(topic) + sized("cdr") + sized(metadata));
 }
 
 inline std::string message_record(std::uint16_t channel_id, std::uint64_t log_time, const std::string& data) {

@@ -36,6 +36,28 @@ TEST(LengthMeter, KeepsTheLongestOfAllSamplesAndElements) {
     EXPECT_EQ((Lengths{3, 2, 1, 0, 0}), meter.longest());  // pair.a, pair.b, last, last.a, last.b
 }
 
+TEST(LengthMeter, CountsEachSampleOnceByItsLongest) {
+    const auto part = structure({{"a", bytes}});
+    LengthMeter meter(structure({{"parts", sequence_type(part)}, {"last", bytes}}), "topic");
+    const char* const samples[] = {
+        "00010000 02000000 01000000 07 000000 03000000 070707 00 00000000",  // parts.a 1 and 3
+        "00010000 01000000 02000000 0707 0000 00000000",
+        "00010000 00000000 00000000",
+        "00010000 01000000 05000000 0707070707 000000 00000000",
+    };
+    for (const char* const sample : samples)
+        meter.measure(bytes_of(sample));
+    EXPECT_THROW(meter.measure(bytes_of("00010000 01000000 09000000 07")), InputError);
+    EXPECT_EQ(4U, meter.samples());
+    std::string counts;
+    for (const LengthSpread& spread : meter.spreads()) {
+        for (const auto& [count, longest] : spread.classes())
+            counts += std::to_string(count) + "x" + std::to_string(longest) + " ";
+        counts += "; ";
+    }
+    EXPECT_EQ("2x1 1x2 ; 0x0 2x3 1x5 ; ; ", counts);
+}
+
 TEST(LengthMeter, HasNoFieldsInExcludedMembers) {
     const auto whole = std::make_shared<const View>(View{.shape = View::Shape::EXCLUDED});
     const auto excluded = std::make_shared<const View>(View{.members = {{"a", whole}}});
