@@ -16,6 +16,7 @@
 #include "convert/output/time_text.hpp"
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Topic.hpp"
+#include "convert/plan/column_names.hpp"
 #include "convert/plan/limits_file.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
@@ -27,8 +28,9 @@ struct Settings {
     TopicFilter topics = {};
     std::optional<TimeBound> start = {};
     std::optional<TimeBound> end = {};
-    std::uint64_t every = 1;  ///< N: each topic's 1st, N+1st, 2N+1st ... message
+    Thinning every = {};  ///< of the messages of each topic
 
+    ColumnNames column_names = ColumnNames::DOTS;
     std::string empty_text = "nil";
     bool enum_as_string = true;
     Clock clock = Clock::RECEPTION;
@@ -39,7 +41,8 @@ struct Settings {
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
     cdr::View::Shape blobs = cdr::View::Shape::PARTS;  ///< of arrays and sequences of bytes
-    std::vector<ExplodeRule> explode = {};
+    FieldChoice fields = {};
+    std::vector<FieldRule> explode = {};
     printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 

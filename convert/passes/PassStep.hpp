@@ -19,14 +19,19 @@ namespace zun::convert {
 class Pass {
 public:
     /// All must outlive the pass.
+    ///
+    /// `origin`  where the first interval begins; with the first message that is met where nobody knows
     Pass(std::string activity, const std::vector<Topic>& topics, std::size_t channel_count,
-         std::uint64_t every, const Watch& watch);
+         const Thinning& every, std::optional<input::Time> origin, const Watch& watch);
 
     /// The index of the topic that `channel` belongs to; none for channels that nobody wants.
     std::optional<std::size_t> topic_of(std::uint32_t channel) const { return topic_of_channel_[channel]; }
-    /// Whether this message of its topic, the next in order, is one of those wanted.
-    bool takes_next(std::size_t topic) { return seen_[topic]++ % every_ == 0; }
-    bool takes_all() const { return every_ == 1; }
+    /// Whether this message of its topic, the next in order, is one of those wanted. One that is late, from
+    /// an interval before that of a message taken, is not.
+    bool takes_next(std::size_t topic, input::Time time);
+    bool takes_all() const { return every_.messages == 1 && every_.interval_ns == 0; }
+    /// Messages of a topic that were met, wanted or not.
+    std::uint64_t seen(std::size_t topic) const { return seen_[topic]; }
     /// Tells the watch; throws Interrupted when it wants an end.
     void advance(std::uint64_t messages);
     std::uint64_t done() const { return done_; }
@@ -36,8 +41,12 @@ public:
 private:
     std::string activity_;
     std::vector<std::optional<std::size_t>> topic_of_channel_;
-    std::vector<std::uint64_t> seen_;  // messages by topic
-    std::uint64_t every_;
+    std::uint64_t interval_of(input::Time time);
+
+    std::vector<std::uint64_t> seen_;           // messages by topic
+    std::vector<std::uint64_t> next_interval_;  // by topic: behind that of the last message taken
+    Thinning every_;
+    std::optional<input::Time> origin_;
     std::uint64_t done_ = 0;
     std::uint64_t total_ = 0;
     const Watch& watch_;

@@ -7,7 +7,7 @@ namespace zun::convert {
 std::string setting_and_value(const Advice& advice) {
     static constexpr std::array names = {"topics",       "types",      "limit",      "limits",
                                          "most_columns", "keep_blobs", "skip_blobs", "invalid_text",
-                                         "overwrite",    "explode"};
+                                         "overwrite",    "explode",    "fields",     "exclude_fields"};
     const std::string name = names.at(static_cast<std::size_t>(advice.setting));
     return advice.value.empty() ? name : name + " '" + advice.value + '\'';
 }

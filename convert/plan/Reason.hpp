@@ -32,6 +32,8 @@ struct Advice {
         INVALID_TEXT,
         OVERWRITE,
         EXPLODE,  ///< the value is a rule, "/scan:ranges,intensities"
+        FIELDS,   ///< the value is an expression, "/scan:ranges"
+        EXCLUDE_FIELDS,
     };
     Setting setting;
     std::string value = {};  ///< empty for the setting as such

@@ -19,6 +19,7 @@
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Reason.hpp"
 #include "convert/plan/explode.hpp"
+#include "convert/plan/fields.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Encoding.hpp"
 #include "platform/cdr/View.hpp"
@@ -46,6 +47,7 @@ struct Accepted {
     std::set<std::string> built_in = {};                  ///< types that only the tool itself defines
     std::vector<Reason> hints = {};                       ///< what was assumed about the type
     std::map<std::size_t, ExplodeOutcome> exploded = {};  ///< by index of the rules for the topic
+    std::set<std::string> unwanted = {};                  ///< fields that the user does not want
     std::shared_ptr<const cdr::View> view = {};  ///< what has columns, and how; null for all as it is
     bool other_type = false;                     ///< an earlier entry has this topic with another type
 
@@ -57,6 +59,7 @@ struct Accepted {
 /// A topic that gets no file.
 struct Refused {
     Reason why;
+    bool unwanted = false;  ///< nothing of it is asked for, so nothing is lost
 };
 
 struct Topic {
@@ -66,11 +69,23 @@ struct Topic {
     std::vector<std::uint32_t> channels = {};
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
+    FieldOutcomes fields = {};  ///< of the expressions for it
     std::variant<Refused, Accepted> plan = {};
 
     const Accepted* accepted() const { return std::get_if<Accepted>(&plan); }  ///< null for a refused topic
     Accepted* accepted() { return std::get_if<Accepted>(&plan); }
     const Reason* refusal() const { return accepted() != nullptr ? nullptr : &std::get<Refused>(plan).why; }
+};
+
+/// What became of choices of fields, over topics.
+struct ChoiceOutcomes {
+    bool any_accepted = false;
+    bool any_unwanted = false;
+    std::map<std::size_t, ExplodeOutcome> exploded = {};  ///< by rule
+    FieldOutcomes fields = {};
+
+    void add(const Topic& topic);
+    void add(const ChoiceOutcomes& more);
 };
 
 /// Why a topic of so many columns is refused, and what would help.
@@ -86,7 +101,8 @@ struct Types {
 struct TopicChoice {
     TopicFilter filter = {};
     cdr::View::Shape blobs = cdr::View::Shape::PARTS;
-    std::vector<ExplodeRule> explode = {};
+    FieldChoice fields = {};
+    std::vector<FieldRule> explode = {};
     std::uint64_t most_columns = 16'384;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages of types that are not ROS 2's
 };

@@ -36,6 +36,7 @@ private:
         const DynamicTypeImpl type = declared.resolved();
         const Shape shape = shape_of(type, full_name);
         if (shape == Shape::ROWS) return with_parts(rows_view(full_name), type, full_name);
+        if (shape == Shape::EXCLUDED) return excluded_;
         if (shape != Shape::PARTS) return std::make_shared<const View>(View{.shape = shape});
         // A distinct type is looked through once, but where names tell its parts apart.
         if (names_matter(full_name)) return with_parts({}, type, full_name);
@@ -104,6 +105,7 @@ private:
     }
 
     const ViewRequest& request_;
+    const SharedView excluded_ = std::make_shared<const View>(View{.shape = Shape::EXCLUDED});  // of all
     std::vector<std::pair<std::string, View::Rows>> rows_;  // with the names of the sequences
     std::map<const TypeNode*, SharedView> known_;
 };
