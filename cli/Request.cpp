@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* which_messages = "Which messages";
+constexpr const char* which_columns = "Which columns";
 constexpr const char* reading = "Reading";
 
 CLI::Option* add_repeated(CLI::App& command, const std::string& name, const std::string& value_name,
@@ -110,9 +111,10 @@ void add_choice_of_messages(CLI::App& command, Request& request) {
         [&](const auto& text) { settings.end = convert::parse_time_bound(text); },
         "only messages logged before this")
         ->group(which_messages);
-    command.add_option("--every", settings.every, "one message in N of each topic")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{1}, UINT64_MAX).description(""))
+    add_parsed(
+        command, "--every", "STEP", [&](const auto& text) { settings.every = convert::parse_thinning(text); },
+        "one message in so many of each topic (10), or the first of each interval (100ms, 0.5s, 1m), counted "
+        "from the recording's first message")
         ->group(which_messages);
 }
 
@@ -155,11 +157,23 @@ void add_reading(CLI::App& command, Request& request) {
 void add_columns_choice(CLI::App& command, Request& request) {
     convert::Settings& settings = request.settings;
     add_parsed(
+        command, "--fields", "[TOPIC:]EXPR,...",
+        [&](const auto& text) { settings.fields.wanted.push_back(convert::parse_field_choice(text)); },
+        "only fields whose full names match, with all in them; wildcards, [*] for indices; topics without "
+        "one "
+        "are not converted")
+        ->group(which_columns);
+    add_parsed(
+        command, "--exclude-fields", "[TOPIC:]EXPR,...",
+        [&](const auto& text) { settings.fields.unwanted.push_back(convert::parse_field_choice(text)); },
+        "not these fields; likewise")
+        ->group(which_columns);
+    add_parsed(
         command, "--explode", "[TOPIC:]FIELD,...",
-        [&](const auto& text) { settings.explode.push_back(convert::parse_explode_rule(text)); },
+        [&](const auto& text) { settings.explode.push_back(convert::parse_field_rule(text)); },
         "a row for each element of these sequences, side by side, with its index in a column [i]; "
         "markers[*].points gives a row for each point of each marker")
-        ->group("Which columns");
+        ->group(which_columns);
     const auto blobs = [&settings](convert::Blobs how) { return [&settings, how] { settings.blobs = how; }; };
     add_choice(
         command, "--blobs",
@@ -172,16 +186,27 @@ void add_columns_choice(CLI::App& command, Request& request) {
          {"files", blobs(convert::Blobs::FILES)}},
         "arrays and sequences of bytes: a column for each byte, their number, nothing, all of them as one "
         "text, or the name of a file that holds them; auto: columns up to 64 bytes, else their number")
-        ->group("Which columns");
+        ->group(which_columns);
     command
         .add_flag("--text-arrays", settings.text_arrays,
                   "arrays and sequences of characters as one text, up to their first zero")
-        ->group("Which columns");
+        ->group(which_columns);
     add_choice(command, "--stamps",
                {{"split", [&] { settings.joined_stamps = false; }},
                 {"joined", [&] { settings.joined_stamps = true; }}},
                "times of seconds and nanoseconds: two columns, or one in the form of --time-format")
-        ->group("Which columns");
+        ->group(which_columns);
+}
+
+void add_column_names(CLI::App& command, Request& request) {
+    using convert::ColumnNames;
+    ColumnNames& form = request.settings.column_names;
+    add_choice(command, "--column-names",
+               {{"dots", [&] { form = ColumnNames::DOTS; }},
+                {"slashes", [&] { form = ColumnNames::SLASHES; }},
+                {"underscores", [&] { form = ColumnNames::UNDERSCORES; }}},
+               "how the header names columns: track[0].x, track[0]/x or track_0_x")
+        ->group(which_columns);
 }
 
 void add_limits(CLI::App& command, Request& request) {

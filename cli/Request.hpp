@@ -35,8 +35,10 @@ void add_choice_of_messages(CLI::App& command, Request& request);
 void add_type_sources(CLI::App& command, Request& request);
 /// Those, and --writer, --jobs.
 void add_reading(CLI::App& command, Request& request);
-/// --explode.
+/// --fields, --exclude-fields, --explode.
 void add_columns_choice(CLI::App& command, Request& request);
+/// --column-names.
+void add_column_names(CLI::App& command, Request& request);
 /// --limit, --limits, --no-fit, --max-columns, --blobs.
 void add_limits(CLI::App& command, Request& request);
 

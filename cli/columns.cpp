@@ -24,7 +24,7 @@ int list_columns(ColumnsRequest& request) {
     const auto conversion = make_conversion(
         request, find_recordings(request.recordings, std::nullopt, request.links), {{}, &end_requested()});
     TextStream text;
-    convert::print_columns(text, conversion->plan(topic));
+    convert::print_columns(text, conversion->plan(topic), request.settings.column_names);
     write_data(text.str());
     return ALL_DONE;
 }
@@ -47,6 +47,7 @@ void add_columns(CLI::App& app, Action& action) {
         ->expected(2, CLI::detail::expected_max_vector_size)
         ->required();
     add_columns_choice(command, *request);
+    add_column_names(command, *request);
     add_limits(command, *request);
     add_reading(command, *request);
     command.callback([request, &action] { action = [request] { return list_columns(*request); }; });

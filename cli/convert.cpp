@@ -207,6 +207,7 @@ void add_convert(CLI::App& app, Action& action) {
     add_choice_of_messages(command, *request);
     add_cell_values(command, request->settings);
     add_columns_choice(command, *request);
+    add_column_names(command, *request);
     add_limits(command, *request);
     add_reading(command, *request);
     add_diagnostics(command, *request);

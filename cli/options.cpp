@@ -30,6 +30,10 @@ std::string option_of(const convert::Advice& advice) {
             return "--clock " + quoted;
         case EXPLODE:
             return "--explode " + quoted;
+        case FIELDS:
+            return advice.value.empty() ? "--fields" : "--fields " + quoted;
+        case EXCLUDE_FIELDS:
+            return "--exclude-fields " + quoted;
     }
     return {};
 }

@@ -35,6 +35,13 @@ std::string in_quotes(const std::string& text) {
     return '\'' + text + '\'';
 }
 
+std::string list_of(const std::vector<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names)
+        list += (list.empty() ? "" : ", ") + name;
+    return list;
+}
+
 void add_hints(const Topic& topic, const Limits& limits, const std::string& clock_field,
                TopicReport& report) {
     const Accepted& accepted = *topic.accepted();
@@ -44,8 +51,9 @@ void add_hints(const Topic& topic, const Limits& limits, const std::string& cloc
         hints.push_back({"second-type", "the topic has a second type, " + topic.type_name +
                                             ", whose file is " + accepted.file});
     for (const auto& [name, type] : parts_of_shape(accepted.root(), cdr::View::Shape::EXCLUDED))
-        hints.push_back(
-            {"left-out", in_quotes(name) + " is left out; " + Advice{Setting::KEEP_BLOBS} + " keeps it"});
+        if (accepted.unwanted.count(name) == 0)
+            hints.push_back(
+                {"left-out", in_quotes(name) + " is left out; " + Advice{Setting::KEEP_BLOBS} + " keeps it"});
     if (!accepted.clock && !clock_field.empty())
         hints.push_back({"clock", "it has no time in " + in_quotes(clock_field) +
                                       "; its rows have the time of reception"});
@@ -213,13 +221,17 @@ std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingRepor
             std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index),
                                            kept_batches_bytes / std::min(recordings_.size(), most_kept_runs));
         add_names(run->stream());
-        note_fields(run->topics());
+        outcomes_.add(run->outcomes());
         set_span(report, run->stream().summary());
         if (!run->kept_files().empty())
             report.hints.push_back(
                 {"kept-files", counted(run->kept_files().size(), "file") + " existed already, kept unchanged",
                  run->kept_files()});
-        const bool wanted = !run->topics().empty() || !run->kept_files().empty();
+        if (!run->unwanted_topics().empty())
+            report.hints.push_back({"no-field", list_of(run->unwanted_topics()) +
+                                                    ": not converted, without a field that is wanted"});
+        const bool wanted =
+            !run->topics().empty() || !run->kept_files().empty() || !run->unwanted_topics().empty();
         if (wanted || run->stream().channels().empty()) return run;
         report.failure = {"no-topic", "it has no topic that is wanted"};
     } catch (const InputError& problem) {
@@ -246,7 +258,7 @@ void Conversion::prepare(Report& report) {
         kept_runs_[i] = std::move(run);
         ++kept;
     }
-    check_fields();
+    check_choices();
 }
 
 void Conversion::measure(RecordingRun& run) {
@@ -327,7 +339,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     }
     settle_all();
     report.finished = true;
-    if (run->kept_files().empty()) tell_if_empty(report);
+    if (run->kept_files().empty() && run->unwanted_topics().empty()) tell_if_empty(report);
 }
 
 std::unique_ptr<Output> Conversion::make_output(std::size_t index, RecordingRun& run) const {
@@ -372,28 +384,52 @@ void Conversion::add_notes(Report& report) const {
     for (std::size_t i = 0; i < rule_outcomes_.size(); ++i)
         if (!rule_outcomes_[i].won)
             report.notes.push_back(rule_note(settings_.rules[i], rule_outcomes_[i].lost_to));
+    for (Reason& unused : unused_expressions())
+        report.notes.push_back(std::move(unused));
 }
 
-void Conversion::note_fields(const std::vector<Topic>& topics) {
-    for (const Topic& topic : topics) {
-        const Accepted* const accepted = topic.accepted();
-        if (accepted == nullptr) continue;
-        accepted_any_ = true;
-        clock_met_ = clock_met_ || accepted->clock;
-        for (const auto& [rule, outcome] : accepted->exploded)
-            exploded_[rule].add(outcome);
+/// Why an expression has no effect; empty where it has one.
+std::string Conversion::problem_with(const Advice& expression, const FieldRule& rule) const {
+    const auto met = outcomes_.fields.find(expression);
+    if (met != outcomes_.fields.end())
+        return met->second.matched ? "" : " matches no field" + met->second.nearest;
+    const bool is_for_any = std::any_of(topic_names_.begin(), topic_names_.end(),
+                                        [&](const std::string& name) { return rule.is_for(name); });
+    return is_for_any ? " is for no topic that is converted"
+                      : " matches no topic" + nearest_topics(rule.topic);
+}
+
+std::vector<Reason> Conversion::unused_expressions() const {
+    std::vector<Reason> unused;
+    const auto add = [&](Setting setting, const std::vector<FieldRule>& rules) {
+        for (const FieldRule& rule : rules) {
+            for (const std::string& field : rule.fields) {
+                const Advice expression = expression_of(setting, rule, field);
+                const std::string problem = problem_with(expression, rule);
+                if (!problem.empty()) unused.push_back({"unused-fields", Sentence(expression) + problem});
+            }
+        }
+    };
+    add(Setting::FIELDS, settings_.fields.wanted);
+    add(Setting::EXCLUDE_FIELDS, settings_.fields.unwanted);
+    return unused;
+}
+
+/// Throws WrongUsage where no field is left of any topic, and for a rule that no topic follows.
+void Conversion::check_choices() const {
+    if (outcomes_.any_unwanted && !outcomes_.any_accepted) {
+        Sentence why = "no field is left of any topic";
+        for (const Reason& unused : unused_expressions())
+            why += Sentence("; ") + unused.text;
+        throw WrongUsage(why);
     }
-}
-
-/// Throws WrongUsage for a field that no topic has.
-void Conversion::check_fields() const {
-    if (accepted_any_ && !settings_.clock_field.empty() && !clock_met_)
+    if (outcomes_.any_accepted && !settings_.clock_field.empty() && !outcomes_.any_clock)
         throw WrongUsage(Advice{Setting::CLOCK, settings_.clock_field} +
                          Sentence(": no topic has such a field of seconds and nanoseconds"));
-    for (std::size_t i = 0; accepted_any_ && i < settings_.explode.size(); ++i) {
-        const auto found = exploded_.find(i);
-        if (found != exploded_.end() && found->second.followed) continue;
-        const bool any = found != exploded_.end() && !found->second.problem.empty();
+    for (std::size_t i = 0; outcomes_.any_accepted && i < settings_.explode.size(); ++i) {
+        const auto found = outcomes_.exploded.find(i);
+        if (found != outcomes_.exploded.end() && found->second.followed) continue;
+        const bool any = found != outcomes_.exploded.end() && !found->second.problem.empty();
         throw WrongUsage(Advice{Setting::EXPLODE, settings_.explode[i].given} + Sentence(": ") +
                          (any ? found->second.problem : "no topic has such sequences"));
     }
@@ -418,7 +454,7 @@ LimitsByTopic Conversion::measure(Report& report) {
         }
         entry.finished = true;
     }
-    check_fields();
+    check_choices();
     if (settings_.start || settings_.end) tell_spans_missed(report);
     add_notes(report);
     return by_name;
@@ -429,15 +465,15 @@ Limits Conversion::plan(const std::string& name) {
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
         RecordingRun run(recordings_[i], types_, settings_, watch_of(i), 0);
         add_names(run.stream());
-        note_fields(run.topics());
+        outcomes_.add(run.outcomes());
         measure(run);
         for (const Topic& topic : run.topics())
             if (topic.name == name && (!found || found->refusal() != nullptr)) found = topic;
     }
+    check_choices();
     if (!found)
         throw std::runtime_error(recordings_[0].name + " has no topic " + in_quotes(name) +
                                  nearest_topics(name));
-    check_fields();
     TopicReport unused;
     Limits limits = found->accepted() != nullptr ? limits_of(*found, unused) : Limits();
     if (const Reason* const refusal = found->refusal()) throw Refusal(name + ": " + refusal->text);

@@ -63,8 +63,9 @@ private:
     Watch watch_of(std::size_t index) const;
     void add_names(const input::MessageStream& stream);
     std::string nearest_topics(const std::string& name) const;
-    void note_fields(const std::vector<Topic>& topics);
-    void check_fields() const;
+    std::string problem_with(const Advice& expression, const FieldRule& rule) const;
+    std::vector<Reason> unused_expressions() const;
+    void check_choices() const;
     void prepare(Report& report);
     void measure(RecordingRun& run);
     void convert(std::size_t index, RecordingReport& report);
@@ -79,11 +80,9 @@ private:
     std::set<std::string> topic_names_;  // of all recordings that were opened
     TopicLengths lengths_;
     TopicSpreads spreads_;
-    bool lengths_are_sure_ = true;                    // no message was missed when they were measured
-    std::vector<RuleOutcome> rule_outcomes_;          // by rule
-    std::map<std::size_t, ExplodeOutcome> exploded_;  // by rule
-    bool accepted_any_ = false;                       // some topic that was met
-    bool clock_met_ = false;                          // some of those has the field that is the clock
+    bool lengths_are_sure_ = true;            // no message was missed when they were measured
+    std::vector<RuleOutcome> rule_outcomes_;  // by rule
+    ChoiceOutcomes outcomes_;                 // of all topics that were met
     /// By recording, with the batches that they have kept; null where it is opened again.
     std::vector<std::unique_ptr<RecordingRun>> kept_runs_;
 };

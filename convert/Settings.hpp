@@ -17,6 +17,7 @@
 #include "convert/output/time_text.hpp"
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Topic.hpp"
+#include "convert/plan/column_names.hpp"
 #include "convert/plan/limits_file.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/Writer.hpp"
@@ -28,8 +29,9 @@ struct Settings {
     TopicFilter topics = {};
     std::optional<TimeBound> start = {};
     std::optional<TimeBound> end = {};
-    std::uint64_t every = 1;  ///< N: each topic's 1st, N+1st, 2N+1st ... message
+    Thinning every = {};  ///< of the messages of each topic
 
+    ColumnNames column_names = ColumnNames::DOTS;
     std::string empty_text = "nil";
     bool enum_as_string = true;
     Clock clock = Clock::RECEPTION;
@@ -43,7 +45,8 @@ struct Settings {
     Blobs blobs = Blobs::AUTO;   ///< FILES: not for standard output
     bool text_arrays = false;    ///< arrays and sequences of characters are one text
     bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
-    std::vector<ExplodeRule> explode = {};
+    FieldChoice fields = {};
+    std::vector<FieldRule> explode = {};
     printing::TextStyle text_style = {};
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages that do not show theirs
 

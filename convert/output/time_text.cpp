@@ -133,15 +133,18 @@ std::uint64_t fraction_of(Unit unit, std::uint64_t billionths) {
     return billionths * (unit.nanoseconds / nanoseconds_per_second);
 }
 
-std::optional<Time> parse_distance(Scanner scan) {
+/// Nanoseconds; at most UINT64_MAX / 2 and an hour.
+///
+/// `plain`  the unit of a number without one; empty where it needs one
+std::optional<std::uint64_t> parse_distance(Scanner scan, std::string_view plain) {
     const auto whole = scan.number(1, 18);
     const auto billionths = scan.fraction();
     if (!whole || !billionths) return std::nullopt;
-    const std::string_view name = scan.done() ? "s" : scan.rest();
+    const std::string_view name = scan.done() ? plain : scan.rest();
     for (const Unit unit : time_units) {
         if (unit.name != name) continue;
         if (*whole > UINT64_MAX / 2 / unit.nanoseconds) return std::nullopt;
-        return Time::from_nanoseconds(*whole * unit.nanoseconds + fraction_of(unit, *billionths));
+        return *whole * unit.nanoseconds + fraction_of(unit, *billionths);
     }
     return std::nullopt;
 }
@@ -247,9 +250,11 @@ TimeBound parse_time_bound(const std::string& text) {
     refuse_seconds(text);
     Scanner scan{text};
     if (scan.take('+')) {
-        if (const auto distance = parse_distance(scan)) return {Origin::FIRST, *distance};
+        if (const auto distance = parse_distance(scan, "s"))
+            return {Origin::FIRST, Time::from_nanoseconds(*distance)};
     } else if (scan.take('-')) {
-        if (const auto distance = parse_distance(scan)) return {Origin::LAST, negated(*distance)};
+        if (const auto distance = parse_distance(scan, "s"))
+            return {Origin::LAST, negated(Time::from_nanoseconds(*distance))};
     } else if (const auto moment =
                    text.find('-') == std::string::npos ? parse_count(scan) : parse_rfc3339(scan)) {
         return {Origin::EPOCH, *moment};
@@ -259,6 +264,16 @@ TimeBound parse_time_bound(const std::string& text) {
         "' as a time; expected nanoseconds since 1970, seconds with a point (1717156800.0), "
         "2024-05-31T12:00:00Z, 2024-05-31, +10s (from the first message) or -30s (from the "
         "last)");
+}
+
+Thinning parse_thinning(const std::string& text) {
+    Scanner scan{text};
+    if (const auto interval = parse_distance(scan, ""); interval && *interval > 0)
+        return {.interval_ns = *interval};
+    if (const auto messages = scan.number(1, 20); messages && *messages > 0 && scan.done())
+        return {.messages = *messages};
+    throw std::invalid_argument("'" + text +
+                                "' is neither a number of messages from 1 on nor an interval, such as 100ms");
 }
 
 bool is_before_start(const TimeBound& end, const TimeBound& start) {

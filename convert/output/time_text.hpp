@@ -45,6 +45,17 @@ struct TimeBound {
 /// Throws std::invalid_argument for anything else.
 TimeBound parse_time_bound(const std::string& text);
 
+/// Which messages of a topic are taken.
+struct Thinning {
+    std::uint64_t messages = 1;  ///< N: the 1st, the N+1st, the 2N+1st ...
+    std::uint64_t interval_ns =
+        0;  ///< unless 0, the first of each interval instead; the recording's first message begins one
+};
+
+/// Reads "10" as messages, "100ms" and "0.5s" as an interval: ns, us, ms, s, m, h. Throws
+/// std::invalid_argument for anything else, and for 0.
+Thinning parse_thinning(const std::string& text);
+
 /// Whether it does not take a recording to see that a span ends before it starts.
 bool is_before_start(const TimeBound& end, const TimeBound& start);
 

@@ -18,17 +18,22 @@ class Pass {
 public:
     /// `activity`       what the watch is told that is being done: "measuring"
     /// `channel_count`  of the recording
-    /// `every`          of each topic the messages 0, n, 2n and so on are wanted; 1 for all
+    /// `every`          which messages of each topic are wanted
+    /// `origin`         where the first interval begins; with the first message that is met where nobody
+    /// knows
     ///
     /// `topics` and `watch` must outlive the pass.
     Pass(std::string activity, const std::vector<Topic>& topics, std::size_t channel_count,
-         std::uint64_t every, const Watch& watch);
+         const Thinning& every, std::optional<input::Time> origin, const Watch& watch);
 
     /// The index of the topic that `channel` belongs to; none for channels of topics that are not converted.
     std::optional<std::size_t> topic_of(std::uint32_t channel) const { return topic_of_channel_[channel]; }
-    /// Whether this message of its topic, the next in order, is one of those wanted.
-    bool takes_next(std::size_t topic) { return seen_[topic]++ % every_ == 0; }
-    bool takes_all() const { return every_ == 1 && !numbers_messages_; }
+    /// Whether this message of its topic, the next in order, is one of those wanted. One that is late, from
+    /// an interval before that of a message taken, is not.
+    bool takes_next(std::size_t topic, input::Time time);
+    bool takes_all() const { return every_.messages == 1 && every_.interval_ns == 0; }
+    /// Messages of a topic that were met, wanted or not.
+    std::uint64_t seen(std::size_t topic) const { return seen_[topic]; }
     /// Whether messages are numbered, since files are called after them.
     bool numbers_messages() const { return numbers_messages_; }
     /// The number of the message of its topic that was taken last, from 1.
@@ -40,12 +45,16 @@ public:
     std::uint64_t total() const { return total_; }
 
 private:
+    std::uint64_t interval_of(input::Time time);
+
     std::string activity_;
     std::vector<std::optional<std::size_t>> topic_of_channel_;
-    std::vector<std::uint64_t> seen_;   // messages by topic
-    std::vector<std::uint64_t> taken_;  // likewise
+    std::vector<std::uint64_t> seen_;           // messages by topic
+    std::vector<std::uint64_t> taken_;          // likewise, those that were numbered
+    std::vector<std::uint64_t> next_interval_;  // by topic: behind that of the last message taken
     bool numbers_messages_ = false;
-    std::uint64_t every_;
+    Thinning every_;
+    std::optional<input::Time> origin_;
     std::uint64_t done_ = 0;
     std::uint64_t total_ = 0;
     const Watch& watch_;

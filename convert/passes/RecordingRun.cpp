@@ -30,10 +30,30 @@ TopicChoice choice_of(const Settings& settings) {
                      .blobs = settings.blobs,
                      .text_arrays = settings.text_arrays,
                      .joined_stamps = settings.joined_stamps},
+            .fields = settings.fields,
             .explode = settings.explode,
             .clock_field = settings.clock_field,
             .most_columns = settings.most_columns,
             .writer = settings.writer};
+}
+
+ChoiceOutcomes outcomes_of(const std::vector<Topic>& topics) {
+    ChoiceOutcomes outcomes;
+    for (const Topic& topic : topics)
+        outcomes.add(topic);
+    return outcomes;
+}
+
+/// Takes out the topics of which nothing is wanted, and returns their names.
+std::vector<std::string> take_unwanted(std::vector<Topic>& topics) {
+    std::vector<std::string> names;
+    std::erase_if(topics, [&](const Topic& topic) {
+        const Refused* const refused = std::get_if<Refused>(&topic.plan);
+        const bool unwanted = refused != nullptr && refused->unwanted;
+        if (unwanted) names.push_back(topic.name);
+        return unwanted;
+    });
+    return names;
 }
 
 }  // namespace
@@ -44,6 +64,8 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
       watch_(std::move(watch)),
       stream_(recording.open()),
       topics_(topics_of(*stream_, types, choice_of(settings))),
+      outcomes_(outcomes_of(topics_)),
+      unwanted_topics_(take_unwanted(topics_)),
       kept_files_(settings.skip_existing && !settings.to_stdout ? take_existing(topics_, recording.folder)
                                                                 : std::vector<std::string>()),
       blob_folders_(name_blob_folders(topics_)),
@@ -62,6 +84,11 @@ input::Selection RecordingRun::selection() const {
     return selection;
 }
 
+Pass RecordingRun::make_pass(std::string activity) const {
+    return {std::move(activity),      topics_, stream_->channels().size(), settings_.every,
+            stream_->summary().first, watch_};
+}
+
 Measured RecordingRun::measure(TopicLengths& lengths, const std::function<bool(const Topic&)>& wanted) {
     std::vector<bool> measured;
     for (const Topic& topic : topics_) {
@@ -69,7 +96,7 @@ Measured RecordingRun::measure(TopicLengths& lengths, const std::function<bool(c
         measured.push_back(accepted != nullptr && has_sequences(accepted->root()) && wanted(topic));
     }
     if (std::count(measured.begin(), measured.end(), true) == 0) return {};
-    Pass pass("measuring", topics_, stream_->channels().size(), settings_.every, watch_);
+    Pass pass = make_pass("measuring");
     LengthPass measuring(topics_, measured, batches_, pass);
     batches_.start();
     run_steps(settings_.jobs, [&] {
@@ -85,7 +112,7 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
     for (const input::Problem& problem : stream_->problems())
         add_problem(report, problem, settings_.strict);
     const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
-    Pass pass("converting", topics_, stream_->channels().size(), settings_.every, watch_);
+    Pass pass = make_pass("converting");
     const TimeStyle times(settings_.time_format, stream_->summary().first.value_or(input::Time()));
     RowPass converting(topics_, settings_, times, limits, lengths, output, report);
     converting.write_headers();
@@ -97,19 +124,17 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
     report.messages_wanted = pass.total();
     report.messages_met = pass.done();
     if (batches_.cut()) add_problem(report, *batches_.cut(), settings_.strict);
-    count_missing(report, report.messages_lost - lost_before);
+    count_missing(report, pass, report.messages_lost - lost_before);
 }
 
-/// The messages that the recording counts and that neither became rows nor are among the `lost` of this pass.
-void RecordingRun::count_missing(RecordingReport& report, std::uint64_t lost) const {
+/// The messages that the recording counts and that neither were met nor are among the `lost` of this pass.
+void RecordingRun::count_missing(RecordingReport& report, const Pass& pass, std::uint64_t lost) const {
     if (settings_.start || settings_.end) return;
     std::uint64_t missing = 0;
     for (std::size_t i = 0; i < topics_.size(); ++i) {
         if (topics_[i].accepted() == nullptr) continue;
-        const std::uint64_t counted = topics_[i].message_count / settings_.every +
-                                      (topics_[i].message_count % settings_.every > 0 ? 1 : 0);
-        const std::uint64_t met = report.topics[i].converted + report.topics[i].unreadable;
-        missing += counted > met ? counted - met : 0;
+        const std::uint64_t counted = topics_[i].message_count;
+        missing += counted > pass.seen(i) ? counted - pass.seen(i) : 0;
     }
     report.messages_missing = missing > lost ? missing - lost : 0;
 }

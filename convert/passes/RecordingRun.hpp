@@ -17,6 +17,7 @@
 #include "convert/Settings.hpp"
 #include "convert/output/Output.hpp"
 #include "convert/passes/BatchSource.hpp"
+#include "convert/passes/PassStep.hpp"
 #include "convert/plan/Topic.hpp"
 #include "convert/plan/outliers.hpp"
 #include "convert/report/Report.hpp"
@@ -46,8 +47,12 @@ public:
     std::vector<Topic>& topics() { return topics_; }
     /// Folders for blobs, by the numbers that topics have for them.
     const std::vector<std::string>& blob_folders() const { return blob_folders_; }
+    /// Those without a field that is wanted, which are not among topics().
+    const std::vector<std::string>& unwanted_topics() const { return unwanted_topics_; }
     /// Those that exist and are not made anew; their topics are not among topics().
     const std::vector<std::string>& kept_files() const { return kept_files_; }
+    /// Of all topics, those not among topics() too.
+    const ChoiceOutcomes& outcomes() const { return outcomes_; }
 
     /// Adds the longest lengths of topics to `lengths`; there is no pass when none needs it.
     ///
@@ -64,12 +69,15 @@ public:
 
 private:
     input::Selection selection() const;
-    void count_missing(RecordingReport& report, std::uint64_t lost) const;
+    Pass make_pass(std::string activity) const;
+    void count_missing(RecordingReport& report, const Pass& pass, std::uint64_t lost) const;
 
     const Settings& settings_;
     Watch watch_;
     std::unique_ptr<input::MessageStream> stream_;
     std::vector<Topic> topics_;
+    ChoiceOutcomes outcomes_;
+    std::vector<std::string> unwanted_topics_;
     std::vector<std::string> kept_files_;
     std::vector<std::string> blob_folders_;
     BatchSource batches_;

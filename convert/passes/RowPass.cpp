@@ -83,7 +83,6 @@ public:
     }
 
     void add_to(TopicReport& report) const {
-        report.converted += converted_;
         report.unreadable += unreadable_;
         report.left_over += left_over_;
         report.unknown_members += unknown_members_;
@@ -96,7 +95,6 @@ public:
 
 private:
     void count(const cdr::Findings& findings) {
-        ++converted_;
         left_over_ += findings.left_over > cdr::Findings::most_padding ? 1 : 0;
         unknown_members_ += findings.unknown_members ? 1 : 0;
         absent_members_ += findings.absent_members ? 1 : 0;
@@ -115,7 +113,6 @@ private:
     TopicRows& work_;
     std::unique_ptr<RowWriter> converter_;
     std::unique_ptr<cdr::LengthMeter> meter_;
-    std::uint64_t converted_ = 0;
     std::uint64_t unreadable_ = 0;
     std::uint64_t left_over_ = 0;
     std::uint64_t unknown_members_ = 0;

@@ -20,6 +20,10 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
     if (!columns.types.elements.empty()) elements_.emplace(columns, *topic.accepted()->view);
 }
 
+std::string RowWriter::header() const {
+    return renamed_header(sheet_.header(), settings_.column_names);
+}
+
 cdr::Findings RowWriter::append_rows(const input::Message& message, std::uint64_t number) {
     time_text_.clear();
     times_.append(time_text_, message);

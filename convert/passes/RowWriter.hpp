@@ -29,7 +29,7 @@ public:
     /// All must outlive the writer.
     RowWriter(const Topic& topic, const Columns& columns, const Settings& settings, const TimeStyle& times);
 
-    std::string header() const { return sheet_.header(); }  ///< with line end
+    std::string header() const;  ///< with line end
 
     /// Appends rows of `message`, or leaves the rows as they are. What is not appended at once, since it is
     /// too much to wait, append_more() has.

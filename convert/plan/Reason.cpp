@@ -5,9 +5,9 @@
 namespace zun::convert {
 
 std::string setting_and_value(const Advice& advice) {
-    static constexpr std::array names = {"topics",       "types",      "limit",      "limits",
-                                         "most_columns", "keep_blobs", "skip_blobs", "blob_files",
-                                         "invalid_text", "overwrite",  "clock",      "explode"};
+    static constexpr std::array names = {
+        "topics",     "types",        "limit",     "limits", "most_columns", "keep_blobs", "skip_blobs",
+        "blob_files", "invalid_text", "overwrite", "clock",  "explode",      "fields",     "exclude_fields"};
     const std::string name = names.at(static_cast<std::size_t>(advice.setting));
     return advice.value.empty() ? name : name + " '" + advice.value + '\'';
 }

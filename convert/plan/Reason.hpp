@@ -34,6 +34,8 @@ struct Advice {
         OVERWRITE,
         CLOCK,
         EXPLODE,  ///< the value is a rule, "/scan:ranges,intensities"
+        FIELDS,   ///< the value is an expression, "/scan:ranges"
+        EXCLUDE_FIELDS,
     };
     Setting setting;
     std::string value = {};  ///< empty for the setting as such

@@ -134,14 +134,31 @@ void confirm_types(std::vector<Topic>& topics, const std::vector<const schema::K
 constexpr std::uint64_t most_sequences = 1U << 20U;
 constexpr std::uint64_t most_sequences_blamed = 1U << 14U;
 
-/// Adds the sequences that rules for the topic name.
-void explode(const std::string& topic, Accepted& accepted, const std::vector<ExplodeRule>& rules) {
+/// Excludes what is not chosen; refuses the topic where nothing is left.
+void choose_fields(Topic& topic, const FieldChoice& choice) {
+    Accepted& accepted = *topic.accepted();
+    FieldsLeft left = fields_left(accepted.type, topic.name, choice);
+    topic.fields = std::move(left.outcomes);
+    if (left.nothing) {
+        topic.plan = Refused{{"no-field", "it has no field that is wanted"}, true};
+        return;
+    }
+    for (const std::string& name : left.left_out)
+        accepted.request.named[name] = cdr::View::Shape::EXCLUDED;
+    accepted.unwanted.insert(left.left_out.begin(), left.left_out.end());
+}
+
+/// Adds the sequences that rules for the topic name; what is excluded cannot be exploded.
+void explode(const std::string& topic, Accepted& accepted, const std::vector<FieldRule>& rules) {
+    const auto left =
+        rules.empty() ? nullptr
+                      : view_of(accepted.type, {.named = accepted.request.named, .blobs = Blobs::COLUMNS});
     std::vector<std::string> fields;
     for (std::size_t i = 0; i < rules.size(); ++i) {
-        if (!rules[i].topic.empty() && !matches(rules[i].topic, topic)) continue;
+        if (!rules[i].is_for(topic)) continue;
         std::vector<std::string> more = fields;
         more.insert(more.end(), rules[i].fields.begin(), rules[i].fields.end());
-        const Explosion explosion = explosion_of(accepted.type, more);
+        const Explosion explosion = explosion_of(accepted.type, left, more);
         const bool follows = explosion.problem.empty();
         const bool tells = !follows && (!rules[i].topic.empty() || !explosion.unknown);
         accepted.exploded[i] = {follows, tells ? topic + ": " + explosion.problem : ""};
@@ -160,14 +177,17 @@ void choose_columns(Topic& topic, const TopicChoice& choice) {
             Refused{{"too-wide", "its type has more than " + std::to_string(most_sequences) + " sequences"}};
         return;
     }
-    accepted.request = choice.view;
-    explode(topic.name, accepted, choice.explode);
-    try {
-        accepted.view = view_of(accepted.type, accepted.request);
-    } catch (const std::length_error& problem) {
-        topic.plan = Refused{{"too-wide", problem.what()}};
+    const bool by_name = !choice.fields.takes_all() || choice.view.blobs == Blobs::FILES;
+    if (by_name && PartCounts(accepted.root()).of(accepted.root()).parts > most_named_parts) {
+        topic.plan = Refused{{"too-wide", "its type has more than " + std::to_string(most_named_parts) +
+                                              " fields, which is too many to tell apart by their names"}};
         return;
     }
+    accepted.request = choice.view;
+    if (!choice.fields.takes_all()) choose_fields(topic, choice.fields);
+    if (topic.accepted() == nullptr) return;
+    explode(topic.name, accepted, choice.explode);
+    accepted.view = view_of(accepted.type, accepted.request);
     if (!choice.clock_field.empty()) accepted.clock = clock_view_of(accepted.type, choice.clock_field);
     const Part root = accepted.root();
     const PartCounts::Counts counts = PartCounts(root).of(root);
@@ -201,6 +221,27 @@ void name_files(std::vector<Topic>& topics) {
 }
 
 }  // namespace
+
+void ChoiceOutcomes::add(const Topic& topic) {
+    const Accepted* const accepted = topic.accepted();
+    if (accepted != nullptr)
+        add({.any_accepted = true,
+             .any_clock = accepted->clock != nullptr,
+             .exploded = accepted->exploded,
+             .fields = topic.fields});
+    else
+        add({.any_unwanted = std::get<Refused>(topic.plan).unwanted, .fields = topic.fields});
+}
+
+void ChoiceOutcomes::add(const ChoiceOutcomes& more) {
+    any_accepted = any_accepted || more.any_accepted;
+    any_unwanted = any_unwanted || more.any_unwanted;
+    any_clock = any_clock || more.any_clock;
+    for (const auto& [rule, outcome] : more.exploded)
+        exploded[rule].add(outcome);
+    for (const auto& [expression, outcome] : more.fields)
+        fields[expression].add(outcome);
+}
 
 Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most) {
     using enum Advice::Setting;

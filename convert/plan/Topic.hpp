@@ -19,6 +19,7 @@
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/Reason.hpp"
 #include "convert/plan/explode.hpp"
+#include "convert/plan/fields.hpp"
 #include "convert/plan/view.hpp"
 #include "input/MessageStream.hpp"
 #include "platform/cdr/View.hpp"
@@ -53,6 +54,7 @@ struct Accepted {
     std::set<std::string> built_in = {};                  ///< types that only the tool itself defines
     std::vector<Reason> hints = {};                       ///< what was assumed about the type
     std::map<std::size_t, ExplodeOutcome> exploded = {};  ///< by index of the rules for the topic
+    std::set<std::string> unwanted = {};                  ///< fields that the user does not want
     ViewRequest request = {};
     std::map<std::string, std::uint32_t> blob_lengths = {};  ///< of fields whose length stands for them
     std::shared_ptr<const cdr::View> clock = {};  ///< shows the row's time alone; null where no field has it
@@ -68,6 +70,7 @@ struct Accepted {
 /// A topic that gets no file.
 struct Refused {
     Reason why;
+    bool unwanted = false;  ///< nothing of it is asked for, so nothing is lost
 };
 
 struct Topic {
@@ -77,6 +80,7 @@ struct Topic {
     std::vector<std::uint32_t> channels = {};
     std::uint64_t message_count = 0;  ///< as the recording's summary has it
     cdr::Writer writer = cdr::Writer::UNKNOWN;
+    FieldOutcomes fields = {};  ///< of the expressions for it
     std::variant<Refused, Accepted> plan = {};
 
     const Accepted* accepted() const { return std::get_if<Accepted>(&plan); }  ///< null for a refused topic
@@ -86,6 +90,18 @@ struct Topic {
 
 /// Names the folders for the blobs of all topics, which tell them apart; returns the names by number.
 std::vector<std::string> name_blob_folders(std::vector<Topic>& topics);
+
+/// What became of choices of fields, over topics.
+struct ChoiceOutcomes {
+    bool any_accepted = false;
+    bool any_unwanted = false;
+    bool any_clock = false;                               ///< a topic has the field that is the clock
+    std::map<std::size_t, ExplodeOutcome> exploded = {};  ///< by rule
+    FieldOutcomes fields = {};
+
+    void add(const Topic& topic);
+    void add(const ChoiceOutcomes& more);
+};
 
 /// Why a topic of so many columns is refused, and what would help.
 Refused too_wide(const Limits::Blame& blame, std::uint64_t columns, std::uint64_t most);
@@ -101,7 +117,8 @@ struct Types {
 struct TopicChoice {
     TopicFilter filter = {};
     ViewRequest view = {};  ///< for every topic
-    std::vector<ExplodeRule> explode = {};
+    FieldChoice fields = {};
+    std::vector<FieldRule> explode = {};
     std::string clock_field = {};
     std::uint64_t most_columns = 16'384;
     cdr::Writer writer = cdr::Writer::UNKNOWN;  ///< of messages of types that are not ROS 2's

@@ -55,16 +55,17 @@ const char* kind_name(TypeKind kind) {
     }
 }
 
-void print_leaves(std::ostream& out, const ColumnInfo& column) {
+/// `names`  by leaf
+void print_leaves(std::ostream& out, const ColumnInfo& column, const std::string* names) {
     for (const ColumnInfo& child : column.children()) {
         if (!child.children().empty()) {
-            print_leaves(out, child);
+            print_leaves(out, child, names);
             continue;
         }
         // A sequence's first child is its length; behind it stand its elements.
         const bool length =
             column.type_kind() == TypeKind::SEQUENCE_TYPE && &child == &column.children().front();
-        out << child.full_name() << '\t' << (length ? "length" : kind_name(child.type_kind()));
+        out << names[child.first_leaf()] << '\t' << (length ? "length" : kind_name(child.type_kind()));
         if (length) out << '\t' << column.sequence_bounds();
         out << '\n';
     }
@@ -72,7 +73,7 @@ void print_leaves(std::ostream& out, const ColumnInfo& column) {
 
 }  // namespace
 
-void print_columns(std::ostream& out, const Limits& limits) {
+void print_columns(std::ostream& out, const Limits& limits, ColumnNames form) {
     const Columns columns(limits);
     // The list comes from the tree that rows are made with, so it cannot say anything else than the header
     // line.
@@ -80,7 +81,8 @@ void print_columns(std::ostream& out, const Limits& limits) {
     std::vector<char> buffer;
     const tamber::utils::PrintFormatCsv format(columns.settings, columns.types.row, header, buffer);
     columns.check(format);
-    print_leaves(out, format.root_column());
+    const std::vector<std::string> names = column_names(header.str(), form);
+    print_leaves(out, format.root_column(), names.data() + 1);  // behind the time
 }
 
 }  // namespace zun::convert

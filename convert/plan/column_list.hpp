@@ -6,12 +6,13 @@
 #include <ostream>
 
 #include "convert/plan/Limits.hpp"
+#include "convert/plan/column_names.hpp"
 
 namespace zun::convert {
 
-/// A line for each column: full name, kind, and for a length column the number of elements that have columns;
+/// A line for each column: name, kind, and for a length column the number of elements that have columns;
 /// a tab between them.
-void print_columns(std::ostream& out, const Limits& limits);
+void print_columns(std::ostream& out, const Limits& limits, ColumnNames form);
 
 }  // namespace zun::convert
 

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <optional>
 #include <set>
-#include <sstream>
-#include <stdexcept>
 
 #include "convert/plan/Limits.hpp"
 #include "convert/plan/nearest.hpp"
@@ -43,26 +41,15 @@ std::string problem_with(const std::string& field, const std::vector<std::string
 
 }  // namespace
 
-ExplodeRule parse_explode_rule(const std::string& text) {
-    ExplodeRule rule{.given = text, .topic = {}, .fields = {}};
-    const std::size_t colon = text.rfind(':');
-    if (colon != std::string::npos) rule.topic = text.substr(0, colon);
-    std::istringstream names(colon == std::string::npos ? text : text.substr(colon + 1));
-    for (std::string name; std::getline(names, name, ',');)
-        rule.fields.push_back(name);
-    if (rule.fields.empty() || std::count(rule.fields.begin(), rule.fields.end(), "") > 0)
-        throw std::invalid_argument("'" + text + "': expected FIELD,... or TOPIC:FIELD,...");
-    return rule;
-}
-
-Explosion explosion_of(const DynamicTypeImpl& type, const std::vector<std::string>& fields) {
+Explosion explosion_of(const DynamicTypeImpl& type, const std::shared_ptr<const cdr::View>& view,
+                       const std::vector<std::string>& fields) {
     Explosion explosion;
     if (type.resolved().kind() != TypeKind::STRUCTURE_TYPE) {
         explosion.problem = "the type '" + type.name() + "' is no structure";
         return explosion;
     }
     std::vector<std::string> sequences;
-    const Limits limits(type);
+    const Limits limits(type, view);
     for (const Limits::Field& field : limits.fields())
         sequences.push_back(field.full_name);
     std::set<std::string> exploded;

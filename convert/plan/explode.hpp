@@ -9,30 +9,24 @@
 #define ZUN_CONVERT_PLAN_EXPLODE_HPP
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/cdr/View.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::convert {
 
-/// What the user says.
-struct ExplodeRule {
-    std::string given;                ///< as the user wrote it: "/scan:ranges,intensities"
-    std::string topic;                ///< wildcards; empty for every topic that has all the fields
-    std::vector<std::string> fields;  ///< full names, "[*]" for indices
-};
-
-/// Reads "FIELD,..." or "TOPIC:FIELD,...". Throws std::invalid_argument with the reason.
-ExplodeRule parse_explode_rule(const std::string& text);
-
-/// What becomes of rules for one type.
+/// What becomes of rules for one type. A rule without a topic is for every one that has all its fields.
 struct Explosion {
     std::vector<std::string> fields = {};  ///< full names, each behind those around it
     std::string problem = {};              ///< why the fields cannot be exploded; empty where they can
     bool unknown = false;  ///< the problem is a field that the type has not got, nor one like it
 };
-Explosion explosion_of(const core::xtypes::DynamicTypeImpl& type, const std::vector<std::string>& fields);
+/// `view`  what of the type has columns; null for all
+Explosion explosion_of(const core::xtypes::DynamicTypeImpl& type,
+                       const std::shared_ptr<const cdr::View>& view, const std::vector<std::string>& fields);
 
 /// What became of a rule.
 struct ExplodeOutcome {

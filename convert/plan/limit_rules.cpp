@@ -112,6 +112,12 @@ std::string escaped_indices(const std::string& expression) {
     return with_indices(expression, [](const std::string& inside) { return inside; });
 }
 
+bool names_an_element(const std::string& expression) {
+    for (std::size_t i = 0; i < expression.size(); ++i)
+        if (index_size(expression, i) > 0 && expression[i + 1] != '*') return true;
+    return false;
+}
+
 std::string any_index(const std::string& expression) {
     return with_indices(expression, [](const std::string&) { return std::string("\\*"); });
 }

@@ -37,6 +37,9 @@ std::string escaped_indices(const std::string& expression);
 /// The same with a "*" that matches itself alone in place of every index: what matches names of fields.
 std::string any_index(const std::string& expression);
 
+/// Whether `expression` has a number as an index.
+bool names_an_element(const std::string& expression);
+
 bool matches(const std::string& pattern, const std::string& text);
 
 }  // namespace zun::convert

@@ -40,12 +40,13 @@ std::size_t errors_between(std::string_view a, std::string_view b) {
     return row[b.size()];
 }
 
-/// Of the whole name and of what is behind each of its slashes, the one with the fewest errors counts.
+/// Of the whole name and of what is behind each of its slashes and dots, the one with the fewest errors
+/// counts.
 std::size_t errors_of(std::string_view word, std::string_view name) {
     const bool abbreviates = word.size() >= letters_per_error && name.starts_with(word);
     std::size_t errors = abbreviates ? errors_of_abbreviation : errors_between(word, name);
-    if (const std::size_t slash = name.find('/'); slash != std::string_view::npos)
-        errors = std::min(errors, errors_of(word, name.substr(slash + 1)));
+    if (const std::size_t end = name.find_first_of("/."); end != std::string_view::npos)
+        errors = std::min(errors, errors_of(word, name.substr(end + 1)));
     return errors;
 }
 

@@ -11,7 +11,8 @@ namespace zun::convert {
 
 /// Those of `names` that `word` is likely to mean, three at most, in their order: the ones with the fewest
 /// typing errors (letters that are missing, added, wrong or swapped), one in three letters at most. Letter
-/// case does not count; the part of a name behind a slash stands for the name, and so does its beginning.
+/// case does not count; the part of a name behind a slash or a dot stands for the name, and so does its
+/// beginning.
 std::vector<std::string> nearest(std::string_view word, const std::vector<std::string>& names);
 
 /// "; nearest: '/imu', '/imu/raw'", or nothing where no name is near.

@@ -112,18 +112,22 @@ PartCounts::Counts PartCounts::count(const Part& part) {
 }
 
 PartCounts::Counts PartCounts::counted(const Part& part) {
-    // Of a sequence the length column alone is certain; its elements are counted once its limit is known.
-    if (part.is_sequence()) return {1, saturating_sum(1, count(element_of(part)).sequences)};
     if (part.is_collection()) {
-        const Counts element = count(element_of(part));
-        return {saturating_product(ArrayTypeImpl(part.type).total_element_count(), element.columns),
-                element.sequences};
+        Counts counts = count(element_of(part));
+        counts.columns =
+            part.is_sequence()
+                ? 1
+                : saturating_product(ArrayTypeImpl(part.type).total_element_count(), counts.columns);
+        counts.sequences = saturating_sum(counts.sequences, part.is_sequence() ? 1 : 0);
+        counts.parts = saturating_sum(counts.parts, 1);
+        return counts;
     }
-    Counts counts{part.type.kind() == TypeKind::UNION_TYPE ? 1U : 0U, 0};
+    Counts counts{.columns = part.type.kind() == TypeKind::UNION_TYPE ? 1U : 0U};
     for_each_member(part, [&](const Part& member) {
         const Counts more = count(member);
         counts.columns = saturating_sum(counts.columns, more.columns);
         counts.sequences = saturating_sum(counts.sequences, more.sequences);
+        counts.parts = saturating_sum(counts.parts, more.parts);
     });
     if (counts.columns == 0) counts.columns = 1;  // a leaf, or a structure of which nothing has columns
     return counts;

@@ -73,6 +73,7 @@ public:
     struct Counts {
         std::uint64_t columns = 0;    ///< leaf columns while every sequence is empty; saturating
         std::uint64_t sequences = 0;  ///< saturating
+        std::uint64_t parts = 1;      ///< itself and all in it, elements as one; saturating
     };
     PartCounts() = default;
     explicit PartCounts(const Part& root) { count(root); }

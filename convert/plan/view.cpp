@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <initializer_list>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -52,8 +51,6 @@ Shape shape_of_stamp(const DynamicTypeImpl& type) {
     return name.substr(last).starts_with("Duration") ? Shape::DURATION : Shape::STAMP;
 }
 
-constexpr std::size_t most_parts_by_name = 1U << 20U;
-
 class ViewBuilder {
 public:
     explicit ViewBuilder(const ViewRequest& request) : request_(request) {}
@@ -75,17 +72,13 @@ private:
         const DynamicTypeImpl type = declared.resolved();
         const Shape shape = shape_of(type, full_name);
         if (shape == Shape::ROWS) return with_parts(rows_view(full_name), type, full_name);
+        if (shape == Shape::EXCLUDED) return excluded_;
         if (shape == Shape::FILE) files_.push_back(full_name);
         if (shape != Shape::PARTS)
             return std::make_shared<const View>(
                 View{.shape = shape, .number = static_cast<std::uint32_t>(files_.size() - 1)});
         // A distinct type is looked through once, but where names tell its parts apart.
-        if (names_matter(full_name)) {
-            if (++parts_by_name_ > most_parts_by_name)
-                throw std::length_error("its type has more than " + std::to_string(most_parts_by_name) +
-                                        " parts");
-            return with_parts({}, type, full_name);
-        }
+        if (names_matter(full_name)) return with_parts({}, type, full_name);
         const auto known = known_.find(type.node().get());
         if (known != known_.end()) return known->second;
         return known_[type.node().get()] = with_parts({}, type, full_name);
@@ -172,9 +165,9 @@ private:
     }
 
     const ViewRequest& request_;
+    const SharedView excluded_ = std::make_shared<const View>(View{.shape = Shape::EXCLUDED});  // of all
     std::vector<std::pair<std::string, View::Rows>> rows_;  // with the names of the sequences
-    std::size_t parts_by_name_ = 0;
-    std::vector<std::string> files_;  // full names of the fields
+    std::vector<std::string> files_;                        // full names of the fields
     std::map<const TypeNode*, SharedView> known_;
 };
 

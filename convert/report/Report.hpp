@@ -34,7 +34,6 @@ struct TopicReport {
     std::optional<Reason> refusal = {};  ///< why it has none
     std::uint64_t messages = 0;          ///< as the recording counts them
     std::uint64_t rows = 0;
-    std::uint64_t converted = 0;            ///< messages that have rows
     std::uint64_t columns = 0;              ///< without the timestamps
     std::uint64_t bytes = 0;                ///< of the file
     std::uint64_t unreadable = 0;           ///< messages that are no samples of the type

@@ -70,12 +70,23 @@ const SettingsCase settings_cases[] = {
      "11.000000000,11.000000007,-2,\"\",0,0\n"},
     {"EverySecondByTheSender",
      [](Settings& s) {
-         s.every = 2;
+         s.every.messages = 2;
          s.clock = Clock::SOURCE;
      },
      "timestamp,id,text,list.length,list[0],list[1],list[2],blob.length\n"
      "10000000007,1,x,2,5,6,nil,0\n"
      "12000000007,3,\"a,b\",3,7,8,9,0\n"},
+    {"FirstOfAnInterval", [](Settings& s) { s.every = parse_thinning("2.000000001s"); },  // the list counts
+     "timestamp,id,text,list.length,list[0],list[1],blob.length\n"
+     "10000000000,1,x,2,5,6,0\n"},
+    {"IntervalsFromTheFirstMessageOfAll",
+     [](Settings& s) {
+         s.every = parse_thinning("2s");
+         s.start = parse_time_bound("+1s");
+     },
+     "timestamp,id,text,list.length,list[0],list[1],list[2],blob.length\n"
+     "11000000000,-2,\"\",0,nil,nil,nil,0\n"
+     "12000000000,3,\"a,b\",3,7,8,9,0\n"},
     {"Cut", [](Settings& s) { s.rules = {parse_limit_rule("l*=1")}; },
      "timestamp,id,text,list.length,list[0],blob.length\n"
      "10000000000,1,x,1,5,0\n"
@@ -189,10 +200,12 @@ FakeRecording many_batches() {
     return fake;
 }
 
-TEST(Conversion, IsTheSameForAnyNumberOfJobs) {
+class Jobs : public testing::TestWithParam<const char*> {};
+
+TEST_P(Jobs, MakeNoDifference) {
     FakeRecording fake = many_batches();
     Settings settings;
-    settings.every = 3;
+    settings.every = parse_thinning(GetParam());
     settings.rules = {parse_limit_rule("/b:list=4")};
     const fs::path folder = fresh_folder();
     const std::string report = text_of(convert_all(fake, settings, folder));
@@ -206,6 +219,7 @@ TEST(Conversion, IsTheSameForAnyNumberOfJobs) {
         EXPECT_TRUE(files == files_in(folder)) << jobs << " jobs";
     }
 }
+INSTANTIATE_TEST_SUITE_P(, Jobs, testing::Values("3", "5ns"));
 
 TEST(Conversion, WritesTheRowsThatMayNotWait) {
     FakeRecording fake;

@@ -131,7 +131,7 @@ TEST(Columns, SayTheirKinds) {
                                       "float k; double l; long double m; char n; wchar o; string p; wstring "
                                       "q; E r; M s; N t; sequence<int64, 1> u; };");
     std::ostringstream list;
-    print_columns(list, Limits(type));
+    print_columns(list, Limits(type), ColumnNames::DOTS);
     EXPECT_EQ(
         "a\tboolean\nb\toctet\nc\tint8\nd\tuint8\ne\tint16\nf\tuint16\ng\tint32\nh\tuint32\ni\tint64\n"
         "j\tuint64\nk\tfloat32\nl\tfloat64\nm\tfloat128\nn\tchar\no\twchar\np\tstring\nq\twstring\nr\tenum\n"

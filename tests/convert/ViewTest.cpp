@@ -21,7 +21,7 @@ namespace {
 
 void explode(Settings& settings, const std::vector<const char*>& rules) {
     for (const char* const rule : rules)
-        settings.explode.push_back(parse_explode_rule(rule));
+        settings.explode.push_back(parse_field_rule(rule));
 }
 
 const char* const robot =
@@ -39,6 +39,14 @@ const std::vector<const char*> robot_messages = {
          {"name": "n\n,", "points": [{"x": 3, "tags": ["u", "v"]}], "colors": []}],
         "ids": [4, 5], "maybe": [6], "choice": {"_d": 1, "list": [10, 11]}, "words": ["\""], "last": -1})",
     R"({"frame": "", "markers": [], "ids": [], "choice": {"_d": 2, "word": ""}, "words": [], "last": -2})"};
+
+void choose(Settings& settings, const std::vector<const char*>& wanted,
+            const std::vector<const char*>& unwanted) {
+    for (const char* const rule : wanted)
+        settings.fields.wanted.push_back(parse_field_choice(rule));
+    for (const char* const rule : unwanted)
+        settings.fields.unwanted.push_back(parse_field_choice(rule));
+}
 
 struct ViewCase {
     const char* name;
@@ -190,6 +198,52 @@ const ViewCase camera_cases[] = {
      "35363738393a3b3c3d3e3f40,,\"\",\"\",1970-01-01T00:00:01.000000002Z\n"},
 };
 
+/// Fields that are chosen; their lengths are measured, those of others are not.
+const ViewCase chosen_cases[] = {
+    {"Wanted",
+     [](Settings& s) {
+         choose(s, {"/a:markers[*].n*,la?t", "choice.word"}, {});
+     },
+     "timestamp,markers.length,markers[0].name,markers[1].name,markers[2].name,choice._d,choice.word,last\n"
+     "1,3,m,\"\",\"n\n,\",1,nil,-1\n"
+     "2,0,nil,nil,nil,2,\"\",-2\n"},
+    {"Unwanted",
+     [](Settings& s) {
+         choose(s, {}, {"markers,*words*", "choice.list", "/b:*", "ids[*]"});
+     },
+     "timestamp,frame,maybe.length,maybe[0],choice._d,choice.word,last\n"
+     "1,\"a,\"\"b\",1,6,1,nil,-1\n"
+     "2,\"\",nil,nil,2,\"\",-2\n"},
+    {"UnwantedGoesBefore",
+     [](Settings& s) {
+         choose(s, {"markers[*].points", "ids,frame"}, {"*s[*].*", "ids"});
+     },
+     "timestamp,frame\n1,\"a,\"\"b\"\n2,\"\"\n"},
+    {"AUnionOfWhichOnlyTheDiscriminatorIsLeft",
+     [](Settings& s) { choose(s, {"choice,last"}, {"choice.[lw]*"}); },
+     "timestamp,choice._d,last\n1,1,-1\n2,2,-2\n"},
+    {"TheDiscriminatorIsNotLeftAlone", [](Settings& s) { choose(s, {"choice,last"}, {"choice.*"}); },
+     "timestamp,last\n1,-1\n2,-2\n"},
+    {"InRows",
+     [](Settings& s) {
+         explode(s, {"markers[*].points"});
+         choose(s, {"frame,markers[*].points"}, {"*.tags"});
+     },
+     "timestamp,[i],[j],frame,markers[i].points[j].x\n"
+     "1,0,0,\"a,\"\"b\",1\n1,0,1,\"a,\"\"b\",2\n1,1,nil,\"a,\"\"b\",nil\n1,2,0,\"a,\"\"b\",3\n2,nil,nil,\"\","
+     "nil\n"},
+    {"WithLimitsAndBlobs",
+     [](Settings& s) {
+         choose(s, {"markers"}, {"*.points[*].tags"});
+         s.blobs = Blobs::SKIP;
+         only(s, "markers=1");
+         only(s, "markers[*].points[*].tags=5");
+         only(s, "ids=5");
+     },
+     "timestamp,markers.length,markers[0].name,markers[0].points.length,markers[0].points[0].x,"
+     "markers[0].points[1].x\n1,1,m,2,1,2\n2,0,nil,nil,nil,nil\n"},
+};
+
 FakeRecording recording_of(const char* idl, const std::vector<const char*>& messages) {
     FakeRecording fake;
     const auto a = fake.add_channel("/a", "S", idl);
@@ -218,7 +272,8 @@ void expect_rows(FakeRecording fake, const ViewCase& c) {
 TEST_P(View, HasTheRows) {
     expect_rows(recording_of(robot, robot_messages), GetParam());
 }
-INSTANTIATE_TEST_SUITE_P(, View, testing::ValuesIn(cases), CaseName());
+INSTANTIATE_TEST_SUITE_P(Exploded, View, testing::ValuesIn(cases), CaseName());
+INSTANTIATE_TEST_SUITE_P(Chosen, View, testing::ValuesIn(chosen_cases), CaseName());
 
 TEST_P(CameraView, HasTheRows) {
     const std::vector<std::string> messages = camera_messages();

@@ -101,6 +101,30 @@ TEST(BoundText, IsRefused) {
         EXPECT_THROW(parse_time_bound(text), std::invalid_argument) << text;
 }
 
+struct ThinningCase {
+    const char* text;
+    Thinning thinning;
+};
+const ThinningCase thinnings[] = {
+    {"1", {1, 0}},
+    {"18446744073709551615", {UINT64_MAX, 0}},
+    {"100ms", {1, 100'000'000}},
+    {"0.5s", {1, 500'000'000}},
+    {"1.5m", {1, 90'000'000'000}},
+    {"2h", {1, 7'200'000'000'000}},
+    {"1.9ns", {1, 1}},
+};
+
+TEST(ThinningText, IsAnyOfBothForms) {
+    for (const auto& [text, thinning] : thinnings) {
+        EXPECT_EQ(thinning.messages, parse_thinning(text).messages) << text;
+        EXPECT_EQ(thinning.interval_ns, parse_thinning(text).interval_ns) << text;
+    }
+    for (const char* text :
+         {"", "0", "-1", "0ms", "0.9ns", "-5s", "+5s", "0.5", "s", "5 s", "5x", "99999999999999999h"})
+        EXPECT_THROW(parse_thinning(text), std::invalid_argument) << text;
+}
+
 }  // namespace
 
 }  // namespace zun::convert
