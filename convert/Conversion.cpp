@@ -101,10 +101,8 @@ Reason left_out_note(const std::vector<std::string>& notes) {
     for (std::size_t i = 0; i < std::min(notes.size(), most_named); ++i)
         names += notes[i] + "; ";
     if (notes.size() > most_named) names += counted(notes.size() - most_named, "other") + "; ";
-    return {"blobs",
-            "left out by default: " + names + Advice{Setting::BLOB_FILES} +
-                (notes.size() == 1 ? " keeps it" : " keeps them"),
-            notes};
+    return {"blobs", "left out by default: " + names + Advice{Setting::BLOB_FILES} +
+                         (notes.size() == 1 ? " keeps it" : " keeps them")};
 }
 
 /// Says which few messages take the most columns of a topic, and what would spare them.

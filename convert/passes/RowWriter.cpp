@@ -11,6 +11,7 @@ constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one
 RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings& settings,
                      const TimeStyle& times)
     : topic_(topic),
+      column_names_(settings.column_names),
       times_(topic, settings, times),
       values_(topic, times),
       sheet_(columns.settings, columns.types.row),
@@ -21,7 +22,7 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
 }
 
 std::string RowWriter::header() const {
-    return renamed_header(sheet_.header(), settings_.column_names);
+    return renamed_header(sheet_.header(), column_names_);
 }
 
 cdr::Findings RowWriter::append_rows(const input::Message& message, std::uint64_t number) {

@@ -52,6 +52,7 @@ private:
     cdr::Findings append_row(const input::Message& message, std::uint64_t number);
 
     const Topic& topic_;
+    const ColumnNames column_names_;
     RowTimes times_;
     CellValues values_;
     std::string time_text_;  // of one message

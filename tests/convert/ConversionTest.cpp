@@ -317,6 +317,7 @@ TEST(Conversion, NamesAllThatIsLost) {
     Settings settings;
     settings.topics = {{"/?", "/nope"}, {}};
     settings.rules = {parse_limit_rule("list=2"), parse_limit_rule("/a:l*=5"), parse_limit_rule("x=1")};
+    settings.blobs = Blobs::COLUMNS;
     const Report report = convert_all(fake, settings, fresh_folder());
     EXPECT_TRUE(report.lost_anything());
     std::string text = text_of(report);
