@@ -399,18 +399,19 @@ std::string Conversion::problem_with(const Advice& expression, const FieldRule& 
 
 std::vector<Reason> Conversion::unused_expressions() const {
     std::vector<Reason> unused;
-    const auto add = [&](Setting setting, const std::vector<FieldRule>& rules) {
-        for (const FieldRule& rule : rules) {
-            for (const std::string& field : rule.fields) {
-                const Advice expression = expression_of(setting, rule, field);
-                const std::string problem = problem_with(expression, rule);
-                if (!problem.empty()) unused.push_back({"unused-fields", Sentence(expression) + problem});
-            }
-        }
-    };
-    add(Setting::FIELDS, settings_.fields.wanted);
-    add(Setting::EXCLUDE_FIELDS, settings_.fields.unwanted);
+    for (const FieldRule& rule : settings_.fields.wanted)
+        add_unused(Setting::FIELDS, rule, unused);
+    for (const FieldRule& rule : settings_.fields.unwanted)
+        add_unused(Setting::EXCLUDE_FIELDS, rule, unused);
     return unused;
+}
+
+void Conversion::add_unused(Setting setting, const FieldRule& rule, std::vector<Reason>& unused) const {
+    for (const std::string& field : rule.fields) {
+        const Advice expression = expression_of(setting, rule, field);
+        const std::string problem = problem_with(expression, rule);
+        if (!problem.empty()) unused.push_back({"unused-fields", Sentence(expression) + problem});
+    }
 }
 
 /// Throws WrongUsage where no field is left of any topic, and for a rule that no topic follows.

@@ -65,6 +65,7 @@ private:
     std::string nearest_topics(const std::string& name) const;
     std::string problem_with(const Advice& expression, const FieldRule& rule) const;
     std::vector<Reason> unused_expressions() const;
+    void add_unused(Advice::Setting setting, const FieldRule& rule, std::vector<Reason>& unused) const;
     void check_choices() const;
     void prepare(Report& report);
     void measure(RecordingRun& run);
