@@ -268,7 +268,7 @@ std::vector<std::string> name_blob_folders(std::vector<Topic>& topics) {
             subjects.push_back({topic.name + '.' + field});
         }
     }
-    const std::vector<std::string> names = file_names(subjects);
+    std::vector<std::string> names = file_names(subjects);
     for (Topic& topic : topics)
         if (Accepted* const accepted = topic.accepted())
             for (BlobFolder& folder : accepted->blob_folders)
