@@ -46,7 +46,7 @@ Shape shape_of_stamp(const DynamicTypeImpl& type) {
         !is_member_called(structure, 0, {"sec", "secs", "seconds"}) ||
         !is_member_called(structure, 1, {"nanosec", "nanosecs", "nanoseconds", "nsec", "nsecs"}))
         return Shape::PARTS;
-    const std::string name = type.name();
+    const std::string& name = type.name();
     const std::size_t last = name.find_last_of(":/.") + 1;  // 0 without any
     return name.substr(last).starts_with("Duration") ? Shape::DURATION : Shape::STAMP;
 }
@@ -58,7 +58,7 @@ public:
     SharedView root(const DynamicTypeImpl& type) {
         for (const auto& [name, shape] : request_.named)
             if (shape == Shape::ROWS) add_rows(name);
-        const SharedView parts = of(type.resolved(), "");
+        SharedView parts = of(type.resolved(), "");
         if (rows_.empty() && files_.empty()) return parts;
         View root = *parts;
         root.files = files_;
