@@ -8,7 +8,7 @@ namespace zun::printing {
 
 namespace {
 
-constexpr std::size_t piece_size = 3 * 256;  // whole groups of three bytes
+constexpr std::size_t piece_size = std::size_t{3} * 256;  // whole groups of three bytes
 
 /// Appends the text that `write(out, piece)` makes of one piece after the other; it returns its end.
 template <typename Write>
