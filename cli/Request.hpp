@@ -35,11 +35,11 @@ void add_choice_of_messages(CLI::App& command, Request& request);
 void add_type_sources(CLI::App& command, Request& request);
 /// Those, and --writer, --jobs.
 void add_reading(CLI::App& command, Request& request);
-/// --fields, --exclude-fields, --explode.
+/// --fields, --exclude-fields, --explode, --blobs, --text-arrays, --stamps.
 void add_columns_choice(CLI::App& command, Request& request);
 /// --column-names.
 void add_column_names(CLI::App& command, Request& request);
-/// --limit, --limits, --no-fit, --max-columns, --blobs.
+/// --limit, --limits, --no-fit, --max-columns.
 void add_limits(CLI::App& command, Request& request);
 
 /// A string option that is read by `read`, whose std::invalid_argument becomes wrong usage. May be repeated.

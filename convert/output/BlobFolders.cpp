@@ -68,9 +68,13 @@ void BlobFolders::give_name(Folder& folder) const {
         if (::rename(folder.path.c_str(), old.c_str()) != 0)
             throw_errno("cannot replace", folder.path.string());
     }
-    if (::rename(folder.part.c_str(), folder.path.c_str()) != 0)
+    if (::rename(folder.part.c_str(), folder.path.c_str()) != 0) {
+        const int problem = errno;
+        if (!old.empty()) ::rename(old.c_str(), folder.path.c_str());
+        errno = problem;
         throw_errno("cannot make", folder.path.string());
-    folder.part = folder.path;  // goes again unless all the others get their names
+    }
+    folder.part = old.empty() ? folder.path : fs::path();  // a new one goes again unless all get their names
     std::error_code ignored;
     if (!old.empty()) fs::remove_all(old, ignored);
 }

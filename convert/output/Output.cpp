@@ -110,13 +110,14 @@ void OutputFiles::write_blob(std::size_t folder, const std::string& name, std::s
 
 void OutputFiles::make_folder() {
     const std::lock_guard lock(making_folder_);
-    if (std::exchange(has_folder_, true)) return;
+    if (has_folder_) return;
     std::error_code error;
     for (auto path = folder_; !path.empty() && !std::filesystem::exists(path, error);
          path = path.parent_path())
         made_folders_.push_back(path);
     std::filesystem::create_directories(folder_, error);
     if (error) throw std::system_error(error, "cannot make '" + folder_.string() + "'");
+    has_folder_ = true;
 }
 
 bool OutputFiles::exists(const std::filesystem::path& file) {

@@ -172,13 +172,14 @@ void explode(const std::string& topic, Accepted& accepted, const std::vector<Fie
 /// Decides what has columns, and refuses a topic that does not fit even while all sequences are empty.
 void choose_columns(Topic& topic, const TopicChoice& choice) {
     Accepted& accepted = *topic.accepted();
-    if (PartCounts(accepted.root()).of(accepted.root()).sequences > most_sequences) {
+    const PartCounts::Counts all = PartCounts(accepted.root()).of(accepted.root());
+    if (all.sequences > most_sequences) {
         topic.plan =
             Refused{{"too-wide", "its type has more than " + std::to_string(most_sequences) + " sequences"}};
         return;
     }
     const bool by_name = !choice.fields.takes_all() || choice.view.blobs == Blobs::FILES;
-    if (by_name && PartCounts(accepted.root()).of(accepted.root()).parts > most_named_parts) {
+    if (by_name && all.parts > most_named_parts) {
         topic.plan = Refused{{"too-wide", "its type has more than " + std::to_string(most_named_parts) +
                                               " fields, which is too many to tell apart by their names"}};
         return;
