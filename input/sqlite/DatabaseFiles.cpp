@@ -65,7 +65,7 @@ bool DatabaseFiles::have_changed() const {
 // it, that is no longer the end.
 fs::path DatabaseFiles::copy_into(TemporaryFolder& folder) const {
     constexpr std::array<std::byte, 16> zeros{};
-    const fs::path path = folder.file("database");
+    fs::path path = folder.file("database");
     NewFile database(path);
     copy(database_, database);
     database.close();
