@@ -319,19 +319,20 @@ std::string Conversion::problem_with(const Advice& expression, const FieldRule& 
                       : " matches no topic" + nearest_topics(rule.topic);
 }
 
+void Conversion::add_unused(std::vector<Reason>& unused, Setting setting, const FieldRule& rule) const {
+    for (const std::string& field : rule.fields) {
+        const Advice expression = expression_of(setting, rule, field);
+        const std::string problem = problem_with(expression, rule);
+        if (!problem.empty()) unused.push_back({"unused-fields", Sentence(expression) + problem});
+    }
+}
+
 std::vector<Reason> Conversion::unused_expressions() const {
     std::vector<Reason> unused;
-    const auto add = [&](Setting setting, const std::vector<FieldRule>& rules) {
-        for (const FieldRule& rule : rules) {
-            for (const std::string& field : rule.fields) {
-                const Advice expression = expression_of(setting, rule, field);
-                const std::string problem = problem_with(expression, rule);
-                if (!problem.empty()) unused.push_back({"unused-fields", Sentence(expression) + problem});
-            }
-        }
-    };
-    add(Setting::FIELDS, settings_.fields.wanted);
-    add(Setting::EXCLUDE_FIELDS, settings_.fields.unwanted);
+    for (const FieldRule& rule : settings_.fields.wanted)
+        add_unused(unused, Setting::FIELDS, rule);
+    for (const FieldRule& rule : settings_.fields.unwanted)
+        add_unused(unused, Setting::EXCLUDE_FIELDS, rule);
     return unused;
 }
 

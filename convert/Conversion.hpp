@@ -64,6 +64,7 @@ private:
     void add_names(const input::MessageStream& stream);
     std::string nearest_topics(const std::string& name) const;
     std::string problem_with(const Advice& expression, const FieldRule& rule) const;
+    void add_unused(std::vector<Reason>& unused, Advice::Setting setting, const FieldRule& rule) const;
     std::vector<Reason> unused_expressions() const;
     void check_choices() const;
     void prepare(Report& report);
