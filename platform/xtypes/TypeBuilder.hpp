@@ -38,6 +38,7 @@ struct MemberSpec {
     bool optional = false;
     bool key = false;
     std::optional<DefaultValue> default_value = {};
+    std::string unit = {};  ///< of measurement, "m/s"; empty for none
 };
 
 struct StructSpec {

@@ -196,7 +196,8 @@ DynamicTypeImpl TypeResolver::made(const Definition& definition, const StructDef
                                 .id = id_of(member, definition),
                                 .optional = member.optional,
                                 .key = member.key,
-                                .default_value = default_of(member, type, definition)});
+                                .default_value = default_of(member, type, definition),
+                                .unit = member.unit});
     }
     return core::xtypes::struct_type(std::move(spec));
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "schema/definition/TypeName.hpp"
+#include "schema/rosmsg/comment_unit.hpp"
 
 namespace zun::schema {
 
@@ -53,8 +54,11 @@ public:
         StructDefinition body{.members = {}, .extensibility = Extensibility::FINAL};
         for (position_ = definition_.position; !rest_.empty(); ++position_.line) {
             const std::string_view line = take_line(rest_);
-            if (auto member = field(trimmed(line.substr(0, line.find('#')))))
-                body.members.push_back(std::move(*member));
+            const std::size_t comment = std::min(line.find('#'), line.size());
+            auto member = field(trimmed(line.substr(0, comment)));
+            if (!member) continue;
+            if (comment < line.size()) member->unit = unit_in_comment(line.substr(comment + 1));
+            body.members.push_back(std::move(*member));
         }
         if (body.members.empty()) body.members.push_back(placeholder());
         definition_.body = std::move(body);
