@@ -5,6 +5,7 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
+#include "cli/presets.hpp"
 #include "convert/Conversion.hpp"
 #include "convert/plan/column_list.hpp"
 #include "platform/error/TextStream.hpp"
@@ -47,9 +48,13 @@ void add_columns(CLI::App& app, Action& action) {
         ->expected(2, CLI::detail::expected_max_vector_size)
         ->required();
     add_columns_choice(command, *request);
+    add_preset(command, "Which columns");
     add_limits(command, *request);
     add_reading(command, *request);
-    command.callback([request, &action] { action = [request] { return list_columns(*request); }; });
+    command.callback([request, &command, &action] {
+        apply_preset(command);
+        action = [request] { return list_columns(*request); };
+    });
 }
 
 }  // namespace zun::cli

@@ -68,7 +68,11 @@ private:
     void prepare(Report& report);
     void measure(RecordingRun& run);
     void convert(std::size_t index, RecordingReport& report);
+    std::vector<std::string> files_of(const std::vector<Topic>& topics) const;
     std::unique_ptr<Output> make_output(std::size_t index, const std::vector<Topic>& topics) const;
+    void write_sidecars(RecordingRun& run, const std::vector<Limits>& limits, Output& output,
+                        RecordingReport& report);
+    void remove_leftovers(std::size_t index, const RecordingRun& run, RecordingReport& report) const;
     Limits limits_of(Topic& topic, TopicReport& report);
 
     const Settings settings_;

@@ -31,6 +31,8 @@ struct Settings {
 
     std::string empty_text = "nil";
     bool enum_as_string = true;
+    bool byte_order_mark = false;  ///< of UTF-8, before each header
+    bool plain_lengths = false;    ///< of sequences; else right-aligned in 15 characters
     Clock clock = Clock::RECEPTION;
     TimeFormat time_format = TimeFormat::NANOSECONDS;
 
@@ -38,6 +40,7 @@ struct Settings {
     std::optional<LimitsByTopic> limits = {};  ///< by topic, instead of measuring
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
+    std::optional<std::uint64_t> most_rows = {};       ///< in a file; the others go into further files
     cdr::View::Shape blobs = cdr::View::Shape::PARTS;  ///< of arrays and sequences of bytes
     std::vector<ExplodeRule> explode = {};
     printing::InvalidText invalid_text = printing::InvalidText::ESCAPE;
@@ -50,6 +53,7 @@ struct Settings {
     bool strict = false;  ///< the first damage is an error
     bool dry_run = false;
     bool to_stdout = false;  ///< one topic, no files
+    bool sidecars = false;   ///< beside each topic's file, one that says what is in it
 };
 
 /// One input of a conversion.

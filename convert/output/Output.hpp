@@ -7,6 +7,7 @@
 #define ZUN_CONVERT_OUTPUT_OUTPUT_HPP
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <list>
 #include <optional>
@@ -21,11 +22,14 @@ public:
     virtual ~Output() = default;
     /// Appends to the text of `topic`. Throws std::system_error, naming the file, when it cannot.
     virtual void write(std::size_t topic, std::string_view text) = 0;
+    /// What follows of `topic` goes to a file of its own called `name`.
+    virtual void begin_file(std::size_t topic, const std::string& name) = 0;
     /// Makes what was written permanent. Once, after the last write.
     virtual void finish() = 0;
 };
 
-/// One file a topic, thousands at need: few are open at a time. Without finish() nothing is left behind.
+/// One file a topic or several, thousands at need: few are open at a time. Without finish() nothing is left
+/// behind.
 class OutputFiles : public Output {
 public:
     /// Nothing is made before the first write, and no folder where nothing is written. Unfinished files have
@@ -40,6 +44,7 @@ public:
     OutputFiles& operator=(const OutputFiles&) = delete;
 
     void write(std::size_t topic, std::string_view text) override;
+    void begin_file(std::size_t topic, const std::string& name) override;
     void finish() override;
 
     /// Whether there is anything of this name, a link to nothing included.
@@ -47,6 +52,8 @@ public:
     /// The first of these names that something in `folder` has; none when all are free.
     static std::optional<std::filesystem::path> existing(const std::filesystem::path& folder,
                                                          const std::vector<std::string>& names);
+    /// The names of all that is in `folder`, sorted; none where there is no such folder.
+    static std::vector<std::string> names_in(const std::filesystem::path& folder);
 
 private:
     struct File {
@@ -68,8 +75,9 @@ private:
     bool overwrite_;
     std::size_t most_open_;
     std::size_t pending_bytes_ = 0;
-    std::vector<File> files_;
-    std::list<File*> open_;  // most recently used first
+    std::deque<File> files_;      // the first of each topic, and behind them the further ones
+    std::vector<File*> current_;  // by topic: the file that is written
+    std::list<File*> open_;       // most recently used first
 };
 
 /// All text to one descriptor, which stays the caller's.
@@ -78,6 +86,7 @@ public:
     /// `name`  what errors call it
     OutputStream(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
     void write(std::size_t topic, std::string_view text) override;
+    void begin_file(std::size_t, const std::string&) override {}
     void finish() override {}
 
 private:
@@ -89,6 +98,7 @@ private:
 class OutputNothing : public Output {
 public:
     void write(std::size_t, std::string_view) override {}
+    void begin_file(std::size_t, const std::string&) override {}
     void finish() override {}
 };
 

@@ -224,6 +224,30 @@ void refuse_seconds(const std::string& text) {
 
 }  // namespace
 
+const char* name_of(TimeFormat format) {
+    switch (format) {
+        case TimeFormat::NANOSECONDS:
+            return "nanoseconds";
+        case TimeFormat::SECONDS:
+            return "seconds";
+        case TimeFormat::RFC3339:
+            return "rfc3339";
+    }
+    return "";
+}
+
+const char* name_of(Clock clock) {
+    switch (clock) {
+        case Clock::RECEPTION:
+            return "reception";
+        case Clock::SOURCE:
+            return "source";
+        case Clock::BOTH:
+            return "both";
+    }
+    return "";
+}
+
 void append_time(std::string& text, Time time, TimeFormat format) {
     switch (format) {
         case TimeFormat::NANOSECONDS:

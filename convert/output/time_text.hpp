@@ -19,6 +19,10 @@ enum class TimeFormat : std::uint8_t {
 /// Which of a message's two times stand before its row.
 enum class Clock : std::uint8_t { RECEPTION, SOURCE, BOTH };
 
+/// What the user calls them: "rfc3339", "reception".
+const char* name_of(TimeFormat format);
+const char* name_of(Clock clock);
+
 void append_time(std::string& text, input::Time time, TimeFormat format);
 
 /// A moment as a user names it: from 1970, from a recording's first message or from its last.

@@ -24,6 +24,16 @@ std::vector<std::string> take_existing(std::vector<Topic>& topics, const std::fi
     return files;
 }
 
+/// The files that the topics of `stream` have, those that are not wanted too.
+std::vector<std::string> files_of_all(const input::MessageStream& stream, const std::vector<Topic>& topics) {
+    std::vector<std::string> files;
+    for (const input::Channel& channel : stream.channels())
+        files.push_back(file_name(channel.topic) + ".csv");
+    for (const Topic& topic : topics)
+        if (topic.accepted() != nullptr) files.push_back(topic.accepted()->file);
+    return files;
+}
+
 }  // namespace
 
 RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
@@ -36,6 +46,7 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
           {settings.topics, settings.blobs, settings.explode, settings.most_columns, settings.writer})),
       kept_files_(settings.skip_existing && !settings.to_stdout ? take_existing(topics_, recording.folder)
                                                                 : std::vector<std::string>()),
+      companion_names_(files_of_all(*stream_, topics_)),
       batches_(*stream_, selection(), kept_bytes) {}
 
 input::Selection RecordingRun::selection() const {
@@ -75,7 +86,7 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
         add_problem(report, problem, settings_.strict);
     const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
     Pass pass("converting", topics_, stream_->channels().size(), settings_.every, watch_);
-    RowPass converting(topics_, settings_, limits, lengths, output, report);
+    RowPass converting(topics_, settings_, limits, lengths, companion_names_, output, report);
     converting.write_headers();
     batches_.start();
     run_steps(settings_.jobs, [&] {

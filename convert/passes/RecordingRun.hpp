@@ -18,6 +18,7 @@
 #include "convert/output/Output.hpp"
 #include "convert/passes/BatchSource.hpp"
 #include "convert/plan/Topic.hpp"
+#include "convert/plan/file_names.hpp"
 #include "convert/report/Report.hpp"
 
 namespace zun::convert {
@@ -42,8 +43,10 @@ public:
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }
+    const std::vector<Topic>& topics() const { return topics_; }
     /// Those that exist and are not made anew; their topics are not among topics().
     const std::vector<std::string>& kept_files() const { return kept_files_; }
+    const CompanionNames& companion_names() const { return companion_names_; }
 
     /// Adds the longest lengths of topics to `lengths`; the pass is left out when none needs it.
     ///
@@ -67,6 +70,7 @@ private:
     std::unique_ptr<input::MessageStream> stream_;
     std::vector<Topic> topics_;
     std::vector<std::string> kept_files_;
+    CompanionNames companion_names_;
     BatchSource batches_;
 };
 

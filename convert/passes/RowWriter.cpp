@@ -11,7 +11,7 @@ constexpr std::size_t most_waiting_bytes = std::size_t{8} << 20;  // rows of one
 RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings& settings)
     : topic_(topic),
       settings_(settings),
-      sheet_(columns.settings, columns.types.row),
+      sheet_(columns, columns.types.row),
       printer_(topic.accepted()->type, topic.name, topic.writer, settings.invalid_text,
                topic.accepted()->view) {
     columns.check(sheet_.format());
@@ -31,11 +31,13 @@ cdr::Findings RowWriter::append_row(const input::Message& message) {
         // The context counts from the start of the sheet, as the format does.
         ZUNXMLSaveContext context = sheet_.context(size_);
         ZUNXMLSaveContext_append(&context, times_.data(), times_.size());
+        const std::uint32_t row = context.length;
         const cdr::Findings findings = printer_.print(*sheet_.native(), context, message.data);
         ZUNXMLSaveContext_appendString(&context, "\n");
         if (!sheet_.holds(context, topic_.name)) continue;
+        sheet_.shorten_lengths(row, std::span(&context.length, 1));
         size_ = context.length;
-        ++row_count_;
+        row_ends_.push_back(size_);
         return findings;
     }
 }
@@ -46,7 +48,7 @@ void RowWriter::append_more() {
         element_rows_ += times_;
         elements_->append_next(element_rows_);
         element_rows_ += '\n';
-        ++row_count_;
+        row_ends_.push_back(element_rows_.size());
     }
 }
 
@@ -65,7 +67,7 @@ std::string_view RowWriter::rows() const {
 
 void RowWriter::clear() {
     size_ = 0;
-    row_count_ = 0;
+    row_ends_.clear();
     element_rows_.clear();
     sheet_.shrink();
 }

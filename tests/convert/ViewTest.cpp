@@ -126,6 +126,9 @@ TEST_P(View, HasTheRows) {
     std::string csv = test::files_in(folder)["a.csv"];
     std::erase(csv, ' ');
     EXPECT_EQ(GetParam().csv, csv);
+    settings.plain_lengths = settings.overwrite = true;
+    test::convert_all(fake, settings, folder);
+    EXPECT_EQ(GetParam().csv, test::files_in(folder)["a.csv"]);
     EXPECT_EQ(0U, report.recordings[0].topics[0].unreadable);
 }
 INSTANTIATE_TEST_SUITE_P(, View, testing::ValuesIn(cases), CaseName());

@@ -1,0 +1,34 @@
+// sidecar: what is in a topic's file, for programs, as JSON beside it.
+
+#ifndef ZUN_CONVERT_REPORT_SIDECAR_HPP
+#define ZUN_CONVERT_REPORT_SIDECAR_HPP
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "convert/plan/Limits.hpp"
+
+namespace zun::convert {
+
+struct Sidecar {
+    std::string topic;
+    std::string type_name;
+    std::string file;                            ///< its own name: "imu.schema.json"
+    std::vector<std::string> files = {};         ///< with the rows, the first one first
+    std::vector<std::string> time_columns = {};  ///< names
+    std::string clock = {};                      ///< what they show: "reception", "source", "both"
+    std::string time_format = {};                ///< "nanoseconds", "seconds", "rfc3339"
+    std::string empty_text = {};                 ///< of cells without a value
+    bool enum_as_string = true;
+    const Limits* limits = nullptr;  ///< not null
+    std::string definition = {};     ///< of the type, and of the types in it
+};
+
+/// Writes the columns with their types and units, the limits of sequences, and lines of Python that read the
+/// files with these types.
+void print_sidecar(std::ostream& out, const Sidecar& sidecar);
+
+}  // namespace zun::convert
+
+#endif
