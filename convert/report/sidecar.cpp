@@ -85,7 +85,7 @@ table = pd.concat([
     for file in schema["files"]], ignore_index=True)
 for name in wide:
     cells = [cell if cell is pd.NA else int(cell) for cell in table[name]]
-    table[name] = pd.array(cells, dtype=columns[name])
+    table[name] = pd.Series(cells, dtype=object).astype(columns[name])
 )";
 
 std::string pandas_snippet(const Sidecar& sidecar) {

@@ -176,7 +176,7 @@ TEST(Conversion, TakesThePaddingOffLengthsAlone) {
                                     "@optional sequence<long> maybe; };");
     fake.channels[a].schema_encoding = "omgidl";
     fake.add(a, 1,
-             R"({"text": "              7", "rows": [[1], []], "more": ",              7", "maybe": [2]})");
+             R"({"text": "              7", "rows": [[1], [3]], "more": ",              7", "maybe": [2]})");
     fake.add(a, 2, R"({"text": "", "rows": [], "more": "\"\n,              7"})");
     Settings settings;
     settings.plain_lengths = true;
@@ -185,11 +185,12 @@ TEST(Conversion, TakesThePaddingOffLengthsAlone) {
         const fs::path folder = fresh_folder();
         convert_all(fake, settings, folder);
         EXPECT_EQ(
-            "timestamp,text,rows.length,rows[0].length,rows[0][0],rows[1].length,more,maybe.length,maybe[0]\n"
-            "1,              7,2,1,1,0,\",              7\",1,2\n"
+            "timestamp,text,rows.length,rows[0].length,rows[0][0],rows[1].length,rows[1][0],more,maybe."
+            "length,maybe[0]\n"
+            "1,              7,2,1,1,1,3,\",              7\",1,2\n"
             "2,\"\",0," +
-                empty + ',' + empty + ',' + empty + ",\"\"\"\n,              7\"," + empty + ',' + empty +
-                '\n',
+                empty + ',' + empty + ',' + empty + ',' + empty + ",\"\"\"\n,              7\"," + empty +
+                ',' + empty + '\n',
             files_in(folder)["a.csv"]);
     }
 }

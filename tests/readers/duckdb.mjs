@@ -7,4 +7,6 @@ const { DuckDBInstance } = createRequire(`${process.env.DUCKDB_MODULES}/`)("@duc
 const [file, query] = process.argv.slice(2);
 const connection = await (await DuckDBInstance.create(":memory:")).connect();
 const rows = await connection.runAndReadAll(query.replace("$1", `'${file.replaceAll("'", "''")}'`));
-console.log(JSON.stringify(rows.getRowObjectsJson()));
+// JSON has a negative zero, but stringify() does not write it.
+const with_zeros = (_, value) => (Object.is(value, -0) ? "-0" : value);
+console.log(JSON.stringify(rows.getRowObjectsJson(), with_zeros));
