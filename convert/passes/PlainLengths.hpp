@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "format/columns/ColumnInfo.hpp"
+#include "format/PrintFormatCsv.hpp"
 
 namespace zun::convert {
 

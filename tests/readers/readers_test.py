@@ -178,7 +178,7 @@ class Readers(unittest.TestCase):
         as_text = ("timestamp", "least", "most", "text")
         texts = "/".join(f"{number}/2" for number, title in enumerate(EXPECTED, 1) if title in as_text)
         output(
-            "soffice", f"-env:UserInstallation=file://{self.folder.name}/profile", "--headless",
+            "soffice", f"-env:UserInstallation=file://{file.parent}/profile", "--headless",
             f"--infilter=CSV:44,34,76,1,{texts},0,false,true", "--convert-to", "xlsx", file,
             cwd=file.parent, timeout=120)
         book = zipfile.ZipFile(file.with_suffix(".xlsx"))
