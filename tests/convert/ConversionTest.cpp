@@ -173,25 +173,31 @@ TEST(Conversion, TakesThePaddingOffLengthsAlone) {
     FakeRecording fake;
     const auto a = fake.add_channel("/a", "S",
                                     "struct S { string text; sequence<sequence<long>> rows; string more; "
-                                    "@optional sequence<long> maybe; };");
+                                    "string words[40]; @optional sequence<long> maybe; };");
     fake.channels[a].schema_encoding = "omgidl";
+    std::string words, header, cells;  // of forty texts, now and then one in quotes
+    for (int i = 0; i < 40; ++i) {
+        words += std::string(i == 0 ? "" : ",") + (i % 9 == 3 ? R"("1,,2")" : R"("12")");
+        header += ",words[" + std::to_string(i) + ']';
+        cells += i % 9 == 3 ? ",\"1,,2\"" : ",12";
+    }
+    const std::string rest = R"(", "words": [)" + words + ']';
     fake.add(a, 1,
-             R"({"text": "              7", "rows": [[1], [3]], "more": ",              7", "maybe": [2]})");
-    fake.add(a, 2, R"({"text": "", "rows": [], "more": "\"\n,              7"})");
+             (R"({"text": "              7", "rows": [[1], [3]], "more": ",              7)" + rest +
+              R"(, "maybe": [2]})")
+                 .c_str());
+    fake.add(a, 2, (R"({"text": "", "rows": [], "more": "\"\n,              7)" + rest + '}').c_str());
     Settings settings;
     settings.plain_lengths = true;
     for (const std::string empty : {"", "      ", "               ", "            7 x", "              x"}) {
         settings.empty_text = empty;
         const fs::path folder = fresh_folder();
         convert_all(fake, settings, folder);
-        EXPECT_EQ(
-            "timestamp,text,rows.length,rows[0].length,rows[0][0],rows[1].length,rows[1][0],more,maybe."
-            "length,maybe[0]\n"
-            "1,              7,2,1,1,1,3,\",              7\",1,2\n"
-            "2,\"\",0," +
-                empty + ',' + empty + ',' + empty + ',' + empty + ",\"\"\"\n,              7\"," + empty +
-                ',' + empty + '\n',
-            files_in(folder)["a.csv"]);
+        EXPECT_EQ("timestamp,text,rows.length,rows[0].length,rows[0][0],rows[1].length,rows[1][0],more" +
+                      header + ",maybe.length,maybe[0]\n1,              7,2,1,1,1,3,\",              7\"" +
+                      cells + ",1,2\n2,\"\",0," + empty + ',' + empty + ',' + empty + ',' + empty +
+                      ",\"\"\"\n,              7\"" + cells + ',' + empty + ',' + empty + '\n',
+                  files_in(folder)["a.csv"]);
     }
 }
 
