@@ -32,7 +32,9 @@ void refuse_to_replace(const fs::path& path, const std::vector<convert::Recordin
     for (const convert::Recording& recording : recordings) {
         is_input = is_input || is_inside(file, fs::weakly_canonical(recording.name));
         const bool beside_outputs = file.parent_path() == fs::weakly_canonical(recording.folder);
-        if (beside_outputs && file.extension() == ".csv")
+        const bool named_as_output =
+            file.extension() == ".csv" || file.filename().string().ends_with(".schema.json");
+        if (beside_outputs && named_as_output)
             throw std::runtime_error("--report '" + path.string() +
                                      "' may be a file of the conversion: choose another name or folder");
     }

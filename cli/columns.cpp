@@ -5,6 +5,7 @@
 #include "cli/Terminal.hpp"
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
+#include "cli/presets.hpp"
 #include "convert/Conversion.hpp"
 #include "convert/plan/column_list.hpp"
 #include "platform/error/TextStream.hpp"
@@ -48,9 +49,13 @@ void add_columns(CLI::App& app, Action& action) {
         ->required();
     add_columns_choice(command, *request);
     add_column_names(command, *request);
+    add_preset(command, "Which columns");
     add_limits(command, *request);
     add_reading(command, *request);
-    command.callback([request, &action] { action = [request] { return list_columns(*request); }; });
+    command.callback([request, &command, &action] {
+        apply_preset(command);
+        action = [request] { return list_columns(*request); };
+    });
 }
 
 }  // namespace zun::cli

@@ -16,6 +16,7 @@
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
 #include "cli/options.hpp"
+#include "cli/presets.hpp"
 #include "convert/Conversion.hpp"
 #include "platform/logger/Logger.hpp"
 #include "platform/text/visible.hpp"
@@ -50,6 +51,18 @@ void add_cell_values(CLI::App& command, convert::Settings& settings) {
     command.add_option("--empty", settings.empty_text, "text of cells without a value")
         ->type_name("TEXT")
         ->capture_default_str()
+        ->group(group);
+    CLI::Option* const plain = command
+                                   .add_flag("--plain-lengths", settings.plain_lengths,
+                                             "lengths of sequences without spaces in front")
+                                   ->group(group);
+    command
+        .add_flag_callback(
+            "--padded-lengths", [&] { settings.plain_lengths = false; },
+            "lengths of sequences right-aligned in 15 characters, as without either")
+        ->excludes(plain)
+        ->group(group);
+    command.add_flag("--bom", settings.byte_order_mark, "a UTF-8 byte order mark before the header")
         ->group(group);
     add_choice(command, "--enum-as",
                {{"name", [&] { settings.enum_as_string = true; }},
@@ -101,6 +114,18 @@ void add_output(CLI::App& command, ConvertRequest& request) {
             "folder of the CSV files, or the parent of one folder each for several recordings; - writes "
             "one topic to standard output; by default folders bear the names of the recordings")
         ->type_name("DIR")
+        ->group(group);
+    add_preset(command, group);
+    command
+        .add_option("--max-rows", request.settings.most_rows,
+                    "rows that a file may have besides its header; more go to TOPIC.2.csv, TOPIC.3.csv, ...")
+        ->type_name("N")
+        ->check(CLI::Range(std::uint64_t{1}, UINT64_MAX).description(""))
+        ->group(group);
+    command
+        .add_flag(
+            "--sidecar", request.settings.sidecars,
+            "write TOPIC.schema.json beside each topic's file: columns, types, units, and how to read it")
         ->group(group);
     CLI::Option* const overwrite =
         command.add_flag("--overwrite", request.settings.overwrite, "replace files that exist")->group(group);
@@ -201,7 +226,9 @@ void add_convert(CLI::App& app, Action& action) {
         "Example: dds2csv convert drive.mcap -o csv -t '/imu/*' --time-format rfc3339\n\n"
         "Each row holds one message: its time, then one cell for each field. The closing report names all "
         "that "
-        "was lost, cut or skipped.");
+        "was lost, cut or skipped.\n\n"
+        "The options that --for stands for:\n" +
+        preset_lines());
     add_recordings(command, *request, "what to convert");
     add_output(command, *request);
     add_choice_of_messages(command, *request);
@@ -213,8 +240,11 @@ void add_convert(CLI::App& app, Action& action) {
     add_diagnostics(command, *request);
     command.callback([request, &command, &action] {
         check_span(*request);
+        if (request->output == "-" && request->settings.sidecars)
+            throw CLI::ValidationError("--sidecar", "standard output takes one file alone");
         for (const CLI::Option* const option : command.get_options())
             if (!option->empty()) request->given.emplace_back(option->get_name(), option->results());
+        apply_preset(command);
         action = [request] { return convert_recordings(*request); };
     });
 }

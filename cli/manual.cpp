@@ -112,7 +112,11 @@ void print_surroundings(std::ostream& out) {
     out << ".SH FILES\n";
     print_entry(out, ".IR DIR /*.csv",
                 "One file for each topic, named after it. While it is unfinished its name ends in .part; "
-                "a conversion that does not finish removes it.");
+                "a conversion that does not finish removes it. Behind --max-rows rows it goes on in *.2.csv, "
+                "*.3.csv, and so on.");
+    print_entry(out, ".IR DIR /*.schema.json",
+                "With --sidecar, what is in the files of a topic: columns, types, units, limits, the "
+                "definition, and how to read them.");
     print_entry(out, ".I FILE",
                 "Of --limits: YAML, the longest length of every sequence by topic, as 'dds2csv fit' writes "
                 "it. Of --report: the closing report as JSON.");

@@ -38,17 +38,6 @@ std::vector<Channel> channels_of(const std::vector<convert::Recording>& recordin
     return channels;
 }
 
-/// As recordings carry definitions: the first text is about the type, the others bear headers.
-std::string whole_text(const std::vector<schema::DefinitionText>& texts) {
-    std::string text;
-    for (const auto& part : texts) {
-        if (!text.empty()) text += std::string(80, '=') + '\n' + part.keyword + ": " + part.name + '\n';
-        text += part.text;
-        if (text.empty() || text.back() != '\n') text += '\n';
-    }
-    return text;
-}
-
 std::string lines(const std::set<std::string>& names) {
     std::string text;
     for (const std::string& name : names)
@@ -62,7 +51,7 @@ std::string recorded_definitions(const std::string& name, const std::vector<Chan
     std::set<std::string> texts;
     for (const Channel& channel : channels)
         if (channel.topic == name || channel.type_name == name)
-            texts.insert(whole_text(
+            texts.insert(schema::whole_text(
                 catalog.texts_of(channel.type_name, channel.schema_encoding, channel.schema_text)));
     std::string text;
     for (const std::string& one : texts)
@@ -85,12 +74,12 @@ Texts known_texts(const std::string& name, schema::TypeCatalog& catalog) {
 /// The definition of a type, service or action that is known without recordings; empty where none is.
 std::string known_definition(const std::string& name, schema::TypeCatalog& catalog) {
     Texts texts = known_texts(name, catalog);
-    if (!texts.empty()) return whole_text(texts);
+    if (!texts.empty()) return schema::whole_text(texts);
     std::set<std::string> told;
     for (const char* const part : {"_Request", "_Response", "_Goal", "_Result", "_Feedback"})
         for (schema::DefinitionText& text : known_texts(name + part, catalog))
             if (told.insert(text.text).second) texts.push_back(std::move(text));
-    return whole_text(texts);
+    return schema::whole_text(texts);
 }
 
 std::string definitions(const std::string& name, const std::vector<Channel>& channels,

@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include "convert/plan/nearest.hpp"
+#include "convert/report/sidecar.hpp"
 #include "convert/report/table.hpp"
 #include "platform/error/InputError.hpp"
+#include "platform/error/TextStream.hpp"
 
 namespace zun::convert {
 
@@ -21,15 +23,6 @@ constexpr std::size_t most_kept_runs = 8;
 constexpr std::size_t kept_batches_bytes = std::size_t{80} << 20;
 
 using Setting = Advice::Setting;
-
-/// By topic; empty where there is no file.
-std::vector<std::string> file_list(const std::vector<Topic>& topics) {
-    std::vector<std::string> files;
-    files.reserve(topics.size());
-    for (const Topic& topic : topics)
-        files.push_back(topic.accepted() != nullptr ? topic.accepted()->file : "");
-    return files;
-}
 
 std::string in_quotes(const std::string& text) {
     return '\'' + text + '\'';
@@ -158,9 +151,25 @@ void set_span(RecordingReport& report, const input::Summary& summary) {
     append_time(report.last, *summary.last, TimeFormat::RFC3339);
 }
 
-void refuse_existing(const std::filesystem::path& folder, RecordingRun& run) {
-    std::vector<std::string> names = file_list(run.topics());
-    names.insert(names.end(), run.blob_folders().begin(), run.blob_folders().end());
+/// Files in `folder` that a conversion may have left beside those of the topics of `run`.
+std::vector<std::string> companions_in(const std::filesystem::path& folder, const RecordingRun& run) {
+    std::vector<std::string> found;
+    const std::vector<std::string> names = OutputFiles::names_in(folder);
+    for (const Topic& topic : run.topics()) {
+        if (topic.accepted() == nullptr) continue;
+        const std::string& file = topic.accepted()->file;
+        const std::string start = file.substr(0, file.rfind('.') + 1);
+        for (auto name = std::lower_bound(names.begin(), names.end(), start);
+             name != names.end() && name->starts_with(start); ++name)
+            if (run.companion_names().is_companion(*name, file)) found.push_back(*name);
+    }
+    return found;
+}
+
+void refuse_existing(const std::filesystem::path& folder, std::vector<std::string> names,
+                     const RecordingRun& run) {
+    for (const std::vector<std::string>& more : {run.blob_folders(), companions_in(folder, run)})
+        names.insert(names.end(), more.begin(), more.end());
     if (const auto file = OutputFiles::existing(folder, names))
         throw Refusal(in_quotes(file->string()) + " exists; " + Advice{Setting::OVERWRITE} + " replaces it");
 }
@@ -249,7 +258,7 @@ void Conversion::prepare(Report& report) {
         auto run = open(i, report.recordings[i]);
         if (!run) continue;
         if (!settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
-            refuse_existing(recordings_[i].folder, *run);
+            refuse_existing(recordings_[i].folder, files_of(run->topics()), *run);
         measure(*run);
         const bool costs_nothing = kept < most_kept_runs && !run->stream().holds_disk_space();
         if (recordings_.size() > 1 && !costs_nothing) continue;
@@ -330,6 +339,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     };
     try {
         run->convert(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), *output, report);
+        if (settings_.sidecars) write_sidecars(*run, limits, *output, report);
         output->finish();
     } catch (...) {
         settle_all();
@@ -337,12 +347,72 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
     }
     settle_all();
     report.finished = true;
+    if (settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
+        remove_leftovers(index, *run, report);
     if (run->kept_files().empty() && run->unwanted_topics().empty()) tell_if_empty(report);
 }
 
-std::unique_ptr<Output> Conversion::make_output(std::size_t index, RecordingRun& run) const {
+/// By topic, empty where there is none; behind them their sidecars, where these are wanted, likewise.
+std::vector<std::string> Conversion::files_of(const std::vector<Topic>& topics) const {
+    std::vector<std::string> files;
+    for (const Topic& topic : topics)
+        files.push_back(topic.accepted() != nullptr ? topic.accepted()->file : "");
+    for (std::size_t i = 0; settings_.sidecars && i < topics.size(); ++i)
+        files.push_back(files[i].empty() ? "" : CompanionNames::sidecar(files[i]));
+    return files;
+}
+
+void Conversion::write_sidecars(RecordingRun& run, const std::vector<Limits>& limits, Output& output,
+                                RecordingReport& report) {
+    const std::size_t count = run.topics().size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const Topic& topic = run.topics()[i];
+        if (topic.accepted() == nullptr) continue;
+        TopicReport& entry = report.topics[i];
+        entry.sidecar = CompanionNames::sidecar(entry.file);
+        const input::Channel& channel = run.stream().channels()[topic.channels.front()];
+        Sidecar sidecar{.topic = topic.name,
+                        .type_name = topic.type_name,
+                        .file = entry.sidecar,
+                        .files = {entry.file},
+                        .clock = settings_.clock,
+                        .clock_field = settings_.clock_field,
+                        .time_format = settings_.time_format,
+                        .empty_text = settings_.empty_text,
+                        .enum_as_string = settings_.enum_as_string,
+                        .column_names = settings_.column_names,
+                        .limits = &limits[i],
+                        .definition = schema::whole_text(types_.catalog.texts_of(
+                            channel.type_name, channel.schema_encoding, channel.schema_text))};
+        sidecar.files.insert(sidecar.files.end(), entry.further_files.begin(), entry.further_files.end());
+        TextStream text;
+        print_sidecar(text, sidecar);
+        output.write(count + i, text.str());
+    }
+}
+
+/// Files of earlier conversions of the topics that would be taken for a part of this one.
+void Conversion::remove_leftovers(std::size_t index, const RecordingRun& run, RecordingReport& report) const {
+    std::set<std::string> made;
+    for (const TopicReport& topic : report.topics) {
+        made.insert(topic.sidecar);
+        made.insert(topic.further_files.begin(), topic.further_files.end());
+    }
+    const std::filesystem::path& folder = recordings_[index].folder;
+    std::vector<std::string> removed;
+    for (const std::string& name : companions_in(folder, run)) {
+        std::error_code error;
+        if (made.count(name) == 0 && std::filesystem::remove(folder / name, error)) removed.push_back(name);
+    }
+    if (!removed.empty())
+        report.hints.push_back({"removed-files",
+                                counted(removed.size(), "file") + " of an earlier conversion removed",
+                                removed});
+}
+
+std::unique_ptr<Output> Conversion::make_output(std::size_t index, const RecordingRun& run) const {
     if (settings_.dry_run) return std::make_unique<OutputNothing>();
-    const std::vector<std::string> files = file_list(run.topics());
+    const std::vector<std::string> files = files_of(run.topics());
     if (!settings_.to_stdout)
         return std::make_unique<OutputFiles>(recordings_[index].folder, files, run.blob_folders(),
                                              settings_.overwrite);

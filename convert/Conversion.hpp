@@ -70,7 +70,11 @@ private:
     void prepare(Report& report);
     void measure(RecordingRun& run);
     void convert(std::size_t index, RecordingReport& report);
-    std::unique_ptr<Output> make_output(std::size_t index, RecordingRun& run) const;
+    std::vector<std::string> files_of(const std::vector<Topic>& topics) const;
+    std::unique_ptr<Output> make_output(std::size_t index, const RecordingRun& run) const;
+    void write_sidecars(RecordingRun& run, const std::vector<Limits>& limits, Output& output,
+                        RecordingReport& report);
+    void remove_leftovers(std::size_t index, const RecordingRun& run, RecordingReport& report) const;
     Limits wanted_limits(const Topic& topic);
     Limits limits_of(Topic& topic, TopicReport& report);
 

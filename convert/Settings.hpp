@@ -34,6 +34,8 @@ struct Settings {
     ColumnNames column_names = ColumnNames::DOTS;
     std::string empty_text = "nil";
     bool enum_as_string = true;
+    bool byte_order_mark = false;  ///< of UTF-8, before each header
+    bool plain_lengths = false;    ///< of sequences; else right-aligned in 15 characters
     Clock clock = Clock::RECEPTION;
     std::string clock_field = {};  ///< full name of a stamp, or of what has a member "stamp"
     TimeFormat time_format = TimeFormat::NANOSECONDS;
@@ -42,6 +44,7 @@ struct Settings {
     std::optional<LimitsByTopic> limits = {};  ///< by topic, instead of measuring
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
+    std::optional<std::uint64_t> most_rows = {};  ///< in a file; the others go into further files
     Blobs blobs = Blobs::AUTO;   ///< FILES: not for standard output
     bool text_arrays = false;    ///< arrays and sequences of characters are one text
     bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
@@ -57,6 +60,7 @@ struct Settings {
     bool strict = false;  ///< the first damage is an error
     bool dry_run = false;
     bool to_stdout = false;  ///< one topic, no files
+    bool sidecars = false;   ///< beside each topic's file, one that says what is in it
 };
 
 /// One input of a conversion.

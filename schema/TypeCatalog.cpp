@@ -207,6 +207,16 @@ std::vector<DefinitionText> TypeCatalog::texts_of(const std::string& type_name, 
     return texts;
 }
 
+std::string whole_text(const std::vector<DefinitionText>& texts) {
+    std::string text;
+    for (const auto& part : texts) {
+        if (!text.empty()) text += std::string(80, '=') + '\n' + part.keyword + ": " + part.name + '\n';
+        text += part.text;
+        if (text.empty() || text.back() != '\n') text += '\n';
+    }
+    return text;
+}
+
 std::vector<std::string> TypeCatalog::names() {
     std::set<std::string> names;
     const auto add = [&](const std::vector<std::string>& found) {

@@ -34,6 +34,9 @@ struct DefinitionText {
     std::string text;
 };
 
+/// As recordings carry definitions: the first text is about the type, the others bear headers.
+std::string whole_text(const std::vector<DefinitionText>& texts);
+
 class TypeCatalog {
 public:
     TypeCatalog();

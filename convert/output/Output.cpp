@@ -50,9 +50,8 @@ OutputFiles::OutputFiles(std::filesystem::path folder, const std::vector<std::st
       overwrite_(overwrite),
       most_open_(most_open_files()),
       blob_folders_(folder_, blob_folders, overwrite) {
-    files_.reserve(names.size());
     for (const std::string& name : names)
-        files_.push_back({folder_ / name});
+        current_.push_back(&files_.emplace_back(File{folder_ / name}));
 }
 
 OutputFiles::~OutputFiles() {
@@ -66,7 +65,7 @@ OutputFiles::~OutputFiles() {
 }
 
 void OutputFiles::write(std::size_t topic, std::string_view text) {
-    File& file = files_[topic];
+    File& file = *current_[topic];
     if (file.pending.size() + text.size() >= file_pending_bytes) {
         flush(file);
         open(file);
@@ -79,13 +78,20 @@ void OutputFiles::write(std::size_t topic, std::string_view text) {
         flush(other);
 }
 
+void OutputFiles::begin_file(std::size_t topic, const std::string& name) {
+    flush(*current_[topic]);
+    close(*current_[topic]);
+    current_[topic] = &files_.emplace_back(File{folder_ / name});
+}
+
 void OutputFiles::finish() {
     for (File& file : files_) {
         flush(file);
         close(file);
     }
-    for (File& file : files_)
-        if (!file.part.empty()) give_name(file);
+    // The further ones first: where a topic's own file is, all of them are.
+    for (auto file = files_.rbegin(); file != files_.rend(); ++file)
+        if (!file->part.empty()) give_name(*file);
     blob_folders_.finish();
     for (File& file : files_)
         file.part.clear();
@@ -130,6 +136,16 @@ std::optional<std::filesystem::path> OutputFiles::existing(const std::filesystem
     for (const std::string& name : names)
         if (!name.empty() && exists(folder / name)) return folder / name;
     return std::nullopt;
+}
+
+std::vector<std::string> OutputFiles::names_in(const std::filesystem::path& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error))
+        names.push_back(entry->path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 void OutputFiles::flush(File& file) {

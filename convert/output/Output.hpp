@@ -7,6 +7,7 @@
 #define ZUN_CONVERT_OUTPUT_OUTPUT_HPP
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <list>
 #include <mutex>
@@ -28,11 +29,14 @@ public:
     /// Makes a file of its own in a folder for blobs. From any thread, while others write(). Throws likewise.
     virtual void write_blob(std::size_t folder, const std::string& name,
                             std::span<const std::byte> bytes) = 0;
+    /// What follows of `topic` goes to a file of its own called `name`.
+    virtual void begin_file(std::size_t topic, const std::string& name) = 0;
     /// Makes what was written permanent. Once, after the last write.
     virtual void finish() = 0;
 };
 
-/// One file a topic, thousands at need: few are open at a time. Without finish() nothing is left behind.
+/// One file a topic or several, thousands at need: few are open at a time. Without finish() nothing is left
+/// behind.
 class OutputFiles : public Output {
 public:
     /// Nothing is made before the first write, and no folder where nothing is written. Unfinished files have
@@ -49,6 +53,7 @@ public:
 
     void write(std::size_t topic, std::string_view text) override;
     void write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) override;
+    void begin_file(std::size_t topic, const std::string& name) override;
     void finish() override;
 
     /// Whether there is anything of this name, a link to nothing included.
@@ -56,6 +61,8 @@ public:
     /// The first of these names that something in `folder` has; none when all are free.
     static std::optional<std::filesystem::path> existing(const std::filesystem::path& folder,
                                                          const std::vector<std::string>& names);
+    /// The names of all that is in `folder`, sorted; none where there is no such folder.
+    static std::vector<std::string> names_in(const std::filesystem::path& folder);
 
 private:
     struct File {
@@ -79,8 +86,9 @@ private:
     bool overwrite_;
     std::size_t most_open_;
     std::size_t pending_bytes_ = 0;
-    std::vector<File> files_;
-    std::list<File*> open_;  // most recently used first
+    std::deque<File> files_;      // the first of each topic, and behind them the further ones
+    std::vector<File*> current_;  // by topic: the file that is written
+    std::list<File*> open_;       // most recently used first
     BlobFolders blob_folders_;
 };
 
@@ -92,6 +100,7 @@ public:
     void write(std::size_t topic, std::string_view text) override;
     /// There is no place for them: throws std::logic_error.
     void write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) override;
+    void begin_file(std::size_t, const std::string&) override {}
     void finish() override {}
 
 private:
@@ -104,6 +113,7 @@ class OutputNothing : public Output {
 public:
     void write(std::size_t, std::string_view) override {}
     void write_blob(std::size_t, const std::string&, std::span<const std::byte>) override {}
+    void begin_file(std::size_t, const std::string&) override {}
     void finish() override {}
 };
 

@@ -227,6 +227,20 @@ void refuse_seconds(const std::string& text) {
 
 }  // namespace
 
+const char* name_of(TimeFormat format) {
+    switch (format) {
+        case TimeFormat::NANOSECONDS:
+            return "nanoseconds";
+        case TimeFormat::SECONDS:
+            return "seconds";
+        case TimeFormat::RFC3339:
+            return "rfc3339";
+        case TimeFormat::ELAPSED:
+            return "elapsed";
+    }
+    return "";
+}
+
 void append_time(std::string& text, Time time, const TimeStyle& style) {
     switch (style.format) {
         case TimeFormat::NANOSECONDS:

@@ -23,6 +23,9 @@ struct TimeStyle {
     input::Time origin;  ///< of ELAPSED
 };
 
+/// What the user calls it: "rfc3339".
+const char* name_of(TimeFormat format);
+
 void append_time(std::string& text, input::Time time, const TimeStyle& style);
 
 /// A moment as a user names it: from 1970, from a recording's first message or from its last.

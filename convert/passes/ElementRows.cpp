@@ -1,9 +1,9 @@
 #include "convert/passes/ElementRows.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
+#include "convert/passes/cells.hpp"
 #include "convert/plan/explode.hpp"
 
 namespace zun::convert {
@@ -20,21 +20,6 @@ const ColumnInfo& column_called(std::string_view name, const ColumnInfo& column)
             return column_called(name.substr(child.name().size() + 1), child);
     }
     throw std::logic_error("there is no column '" + std::string(name) + '\'');
-}
-
-/// Where the cell ends that begins with the comma at `cell`.
-const char* end_of_cell(const char* cell, const char* end) {
-    const char* at = cell + 1;
-    const auto find = [&](char wanted) {
-        const void* const found = std::memchr(at, wanted, static_cast<std::size_t>(end - at));
-        return found == nullptr ? end : static_cast<const char*>(found);
-    };
-    if (at == end || *at != '"') return find(',');
-    do {  // a quote within quotes is doubled
-        ++at;
-        at = std::min(find('"') + 1, end);
-    } while (at != end && *at == '"');
-    return at;
 }
 
 }  // namespace
@@ -87,9 +72,11 @@ cdr::Findings ElementRows::print(printing::SamplePrinter& printer, const std::st
         for (Printed& each : elements_)
             printed = each.sheet.holds(each.context, source) && printed;
     }
+    common_.sheet.shorten_lengths(0, std::span(&common_.context.length, 1));
     common_.bounds.clear();
     find_bounds(common_, 0, common_.context.length);
     for (std::size_t i = 0; i < elements_.size(); ++i) {
+        elements_[i].sheet.shorten_lengths(0, printed_[i].ends);
         elements_[i].bounds.clear();
         std::uint32_t begin = 0;
         for (const std::uint32_t end : printed_[i].ends) {
@@ -107,8 +94,8 @@ void ElementRows::find_bounds(Printed& printed, std::uint32_t begin, std::uint32
     const char* at = text + begin;
     std::uint32_t cell = 0;
     const auto go_to = [&](std::uint32_t wanted) {
-        for (; cell < wanted && at != text + end; ++cell)
-            at = end_of_cell(at, text + end);
+        at = skip_cells(at, text + end, wanted - cell);
+        cell = wanted;
         printed.bounds.push_back(static_cast<std::uint32_t>(at - text));
     };
     for (const Place& place : printed.places) {

@@ -51,7 +51,7 @@ private:
     /// What is printed of one type: the common row, or the elements of one sequence.
     struct Printed {
         explicit Printed(const Columns& columns, const core::xtypes::DynamicTypeImpl& type)
-            : sheet(columns.settings, type) {}
+            : sheet(columns, type) {}
         Sheet sheet;
         ZUNXMLSaveContext context = {};
         std::vector<Place> places = {};          // in the order of their cells

@@ -56,6 +56,16 @@ std::vector<std::string> take_unwanted(std::vector<Topic>& topics) {
     return names;
 }
 
+/// The files that the topics of `stream` have, those that are not wanted too.
+std::vector<std::string> files_of_all(const input::MessageStream& stream, const std::vector<Topic>& topics) {
+    std::vector<std::string> files;
+    for (const input::Channel& channel : stream.channels())
+        files.push_back(file_name(channel.topic) + ".csv");
+    for (const Topic& topic : topics)
+        if (topic.accepted() != nullptr) files.push_back(topic.accepted()->file);
+    return files;
+}
+
 }  // namespace
 
 RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
@@ -69,6 +79,7 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
       kept_files_(settings.skip_existing && !settings.to_stdout ? take_existing(topics_, recording.folder)
                                                                 : std::vector<std::string>()),
       blob_folders_(name_blob_folders(topics_)),
+      companion_names_(files_of_all(*stream_, topics_)),
       batches_(*stream_, selection(), kept_bytes) {}
 
 input::Selection RecordingRun::selection() const {
@@ -114,7 +125,7 @@ void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths
     const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
     Pass pass = make_pass("converting");
     const TimeStyle times(settings_.time_format, stream_->summary().first.value_or(input::Time()));
-    RowPass converting(topics_, settings_, times, limits, lengths, output, report);
+    RowPass converting(topics_, settings_, times, limits, lengths, companion_names_, output, report);
     converting.write_headers();
     batches_.start();
     run_steps(settings_.jobs, [&] {

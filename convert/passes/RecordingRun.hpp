@@ -19,6 +19,7 @@
 #include "convert/passes/BatchSource.hpp"
 #include "convert/passes/PassStep.hpp"
 #include "convert/plan/Topic.hpp"
+#include "convert/plan/file_names.hpp"
 #include "convert/plan/outliers.hpp"
 #include "convert/report/Report.hpp"
 
@@ -45,6 +46,7 @@ public:
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }
+    const std::vector<Topic>& topics() const { return topics_; }
     /// Folders for blobs, by the numbers that topics have for them.
     const std::vector<std::string>& blob_folders() const { return blob_folders_; }
     /// Those without a field that is wanted, which are not among topics().
@@ -53,6 +55,7 @@ public:
     const std::vector<std::string>& kept_files() const { return kept_files_; }
     /// Of all topics, those not among topics() too.
     const ChoiceOutcomes& outcomes() const { return outcomes_; }
+    const CompanionNames& companion_names() const { return companion_names_; }
 
     /// Adds the longest lengths of topics to `lengths`; there is no pass when none needs it.
     ///
@@ -80,6 +83,7 @@ private:
     std::vector<std::string> unwanted_topics_;
     std::vector<std::string> kept_files_;
     std::vector<std::string> blob_folders_;
+    CompanionNames companion_names_;
     BatchSource batches_;
 };
 

@@ -21,6 +21,7 @@ TopicRows::TopicRows(const Topic& topic, const Settings& settings, const TimeSty
     columns_.settings.empty_member_value_representation(settings.empty_text)
         .enum_as_string(settings.enum_as_string)
         .include_source_timestamp(settings.clock == Clock::BOTH);
+    columns_.plain_lengths = settings.plain_lengths;
     if (!may_be_cut(limits, lengths)) return;
     cut_slots_.emplace(limits);
 }
@@ -73,7 +74,7 @@ public:
     }
 
     std::string_view text() const { return converter_->rows(); }
-    std::uint64_t row_count() const { return converter_->row_count(); }
+    std::span<const std::size_t> row_ends() const { return converter_->row_ends(); }
 
     /// Whether the last message has more rows than there are; then makes more in their place.
     bool has_more() const { return converter_->has_more(); }
@@ -157,7 +158,7 @@ private:
 
     TopicRows::Rows& rows_of(std::size_t topic) {
         if (place_[topic] == 0) {
-            rows_.emplace_back(topic, *all_.work_[topic]);
+            rows_.emplace_back(topic, *all_.work_[topic].rows);
             place_[topic] = rows_.size();
         }
         return rows_[place_[topic] - 1].second;
@@ -165,14 +166,11 @@ private:
 
     void write_rows() {
         for (auto& [topic, rows] : rows_) {
-            TopicReport& report = all_.report_.topics[topic];
-            rows.add_to(report);
-            all_.write(topic, rows.text());
-            report.rows += rows.row_count();
+            rows.add_to(all_.report_.topics[topic]);
+            all_.write_rows(topic, rows.text(), rows.row_ends());
             while (rows.has_more()) {
                 rows.make_more();
-                all_.write(topic, rows.text());
-                report.rows += rows.row_count();
+                all_.write_rows(topic, rows.text(), rows.row_ends());
             }
             rows.release();
             place_[topic] = 0;
@@ -187,20 +185,54 @@ private:
 
 RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings, const TimeStyle& times,
                  const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
-                 Output& output, RecordingReport& report)
-    : settings_(settings), output_(output), report_(report), work_(topics.size()) {
+                 const CompanionNames& names, Output& output, RecordingReport& report)
+    : settings_(settings), names_(names), output_(output), report_(report), work_(topics.size()) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
         if (topics[i].accepted() == nullptr) continue;
         const auto known = lengths.find(topics[i].identity);
-        work_[i].emplace(topics[i], settings, times, limits[i],
-                         known == lengths.end() ? nullptr : &known->second, output);
-        report.topics[i].cuts = work_[i]->cuts();
+        work_[i].rows.emplace(topics[i], settings, times, limits[i],
+                              known == lengths.end() ? nullptr : &known->second, output);
+        report.topics[i].cuts = work_[i].rows->cuts();
     }
 }
 
 void RowPass::write_headers() {
     for (std::size_t i = 0; i < work_.size(); ++i)
-        if (work_[i]) write(i, work_[i]->header());
+        if (work_[i].rows) write_header(i);
+}
+
+void RowPass::write_header(std::size_t topic) {
+    if (settings_.byte_order_mark) write(topic, "\xef\xbb\xbf");
+    write(topic, work_[topic].rows->header());
+}
+
+/// `ends`  where each of the rows in `text` ends
+void RowPass::write_rows(std::size_t topic, std::string_view text, std::span<const std::size_t> ends) {
+    std::uint64_t& file_rows = work_[topic].file_rows;
+    TopicReport& report = report_.topics[topic];
+    const bool splits = settings_.most_rows && !settings_.to_stdout;
+    std::size_t written = 0;
+    while (!ends.empty()) {
+        if (splits && file_rows == *settings_.most_rows) begin_file(topic);
+        const std::size_t count =
+            splits ? std::min<std::uint64_t>(ends.size(), *settings_.most_rows - file_rows) : ends.size();
+        write(topic, text.substr(written, ends[count - 1] - written));
+        written = ends[count - 1];
+        ends = ends.subspan(count);
+        file_rows += count;
+        report.rows += count;
+        report.longest_file_rows = std::max(report.longest_file_rows, file_rows);
+    }
+}
+
+void RowPass::begin_file(std::size_t topic) {
+    Work& work = work_[topic];
+    TopicReport& report = report_.topics[topic];
+    const std::string name = names_.rows(report.file, ++work.file_number);
+    output_.begin_file(topic, name);
+    report.further_files.push_back(name);
+    work.file_rows = 0;
+    write_header(topic);
 }
 
 std::unique_ptr<Step> RowPass::step(Pass& pass, SourceBatch batch) {

@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <optional>
+#include <span>
 
 #include "convert/output/Output.hpp"
 #include "convert/passes/CutCounter.hpp"
@@ -12,6 +13,7 @@
 #include "convert/passes/Pool.hpp"
 #include "convert/passes/RowWriter.hpp"
 #include "convert/plan/Limits.hpp"
+#include "convert/plan/file_names.hpp"
 #include "convert/report/Report.hpp"
 #include "platform/cdr/LengthMeter.hpp"
 
@@ -56,8 +58,8 @@ public:
     /// `limits`  by topic
     /// `report`  its topics are `topics`
     RowPass(const std::vector<Topic>& topics, const Settings& settings, const TimeStyle& times,
-            const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths, Output& output,
-            RecordingReport& report);
+            const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
+            const CompanionNames& names, Output& output, RecordingReport& report);
 
     /// Writes the header of every topic that has a file.
     void write_headers();
@@ -66,12 +68,23 @@ public:
 private:
     class RowStep;
 
+    /// A topic with its files.
+    struct Work {
+        std::optional<TopicRows> rows = {};  // none where there is no file
+        std::uint64_t file_number = 1;
+        std::uint64_t file_rows = 0;  // in the last file
+    };
+
     void write(std::size_t topic, std::string_view text);
+    void write_header(std::size_t topic);
+    void write_rows(std::size_t topic, std::string_view text, std::span<const std::size_t> ends);
+    void begin_file(std::size_t topic);
 
     const Settings& settings_;
+    const CompanionNames& names_;
     Output& output_;
     RecordingReport& report_;
-    std::deque<std::optional<TopicRows>> work_;  // by topic; none where there is no file
+    std::deque<Work> work_;  // by topic
 };
 
 }  // namespace zun::convert

@@ -14,7 +14,7 @@ RowWriter::RowWriter(const Topic& topic, const Columns& columns, const Settings&
       column_names_(settings.column_names),
       times_(topic, settings, times),
       values_(topic, times),
-      sheet_(columns.settings, columns.types.row),
+      sheet_(columns, columns.types.row),
       printer_(topic.accepted()->type, topic.name, topic.writer, settings.text_style,
                topic.accepted()->view) {
     columns.check(sheet_.format());
@@ -42,11 +42,13 @@ cdr::Findings RowWriter::append_row(const input::Message& message, std::uint64_t
         // The context counts from the start of the sheet, as the format does.
         ZUNXMLSaveContext context = sheet_.context(size_);
         ZUNXMLSaveContext_append(&context, time_text_.data(), time_text_.size());
+        const std::uint32_t row = context.length;
         const cdr::Findings findings = printer_.print(*sheet_.native(), context, message.data, &values_);
         ZUNXMLSaveContext_appendString(&context, "\n");
         if (!sheet_.holds(context, topic_.name)) continue;
+        sheet_.shorten_lengths(row, std::span(&context.length, 1));
         size_ = context.length;
-        ++row_count_;
+        row_ends_.push_back(size_);
         return findings;
     }
 }
@@ -57,7 +59,7 @@ void RowWriter::append_more() {
         element_rows_ += time_text_;
         elements_->append_next(element_rows_);
         element_rows_ += '\n';
-        ++row_count_;
+        row_ends_.push_back(element_rows_.size());
     }
 }
 
@@ -67,7 +69,7 @@ std::string_view RowWriter::rows() const {
 
 void RowWriter::clear() {
     size_ = 0;
-    row_count_ = 0;
+    row_ends_.clear();
     element_rows_.clear();
     sheet_.shrink();
 }

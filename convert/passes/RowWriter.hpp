@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "convert/Settings.hpp"
 #include "convert/passes/CellValues.hpp"
@@ -45,7 +46,7 @@ public:
 
     /// The rows since the last clear(), good until the next call.
     std::string_view rows() const;
-    std::uint64_t row_count() const { return row_count_; }
+    const std::vector<std::size_t>& row_ends() const { return row_ends_; }  ///< where each of them ends
     void clear();
 
 private:
@@ -60,7 +61,7 @@ private:
     std::uint32_t size_ = 0;               // of the rows on the sheet
     std::optional<ElementRows> elements_;  // where elements have rows of their own
     std::string element_rows_;
-    std::uint64_t row_count_ = 0;
+    std::vector<std::size_t> row_ends_;
     printing::SamplePrinter printer_;
 };
 

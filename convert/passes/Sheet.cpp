@@ -18,9 +18,10 @@ void set_capacity(std::vector<char>& buffer, std::size_t capacity) {
 
 }  // namespace
 
-Sheet::Sheet(const tamber::utils::PrintFormatCsvProperty& settings, const core::xtypes::DynamicTypeImpl& type)
-    : format_(settings, type, header_, buffer_) {
+Sheet::Sheet(const Columns& columns, const core::xtypes::DynamicTypeImpl& type)
+    : format_(columns.settings, type, header_, buffer_) {
     set_capacity(buffer_, first_capacity);
+    if (columns.plain_lengths) plain_lengths_.emplace(format_.root_column());
 }
 
 ZUNXMLSaveContext Sheet::context(std::uint32_t length) {
@@ -37,6 +38,18 @@ bool Sheet::holds(const ZUNXMLSaveContext& context, const std::string& source) {
     if (context.length <= context.capacity) return true;
     set_capacity(buffer_, wanted);
     return false;
+}
+
+void Sheet::shorten_lengths(std::uint32_t begin, std::span<std::uint32_t> ends) {
+    if (!plain_lengths_) return;
+    const char* text = buffer_.data() + begin;
+    char* to = buffer_.data() + begin;
+    for (std::uint32_t& end : ends) {
+        const char* const text_end = buffer_.data() + end;
+        to = plain_lengths_->move(text, text_end, to);
+        text = text_end;
+        end = static_cast<std::uint32_t>(to - buffer_.data());
+    }
 }
 
 void Sheet::shrink() {

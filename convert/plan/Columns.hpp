@@ -19,6 +19,7 @@ struct Columns {
     Limits::ColumnTypes types;
     std::uint64_t count;  ///< of leaf columns, as planned
     tamber::utils::PrintFormatCsvProperty settings = {};
+    bool plain_lengths = false;  ///< without the spaces that the format puts before the lengths of sequences
 
     /// Throws std::logic_error when `format`, made from these, has another number of columns.
     void check(const tamber::utils::PrintFormatCsv& format) const;

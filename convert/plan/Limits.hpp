@@ -75,6 +75,7 @@ public:
     explicit Limits(const core::xtypes::DynamicTypeImpl& type,
                     std::shared_ptr<const cdr::View> view = nullptr);
 
+    const core::xtypes::DynamicTypeImpl& sample_type() const { return root_->type; }
     /// In the order of declaration, as LengthMeter numbers them.
     const std::vector<Field>& fields() const { return fields_; }
 

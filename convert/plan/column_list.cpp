@@ -5,7 +5,7 @@
 
 namespace zun::convert {
 
-using core::xtypes::TypeKind;
+using namespace core::xtypes;
 using tamber::utils::ColumnInfo;
 
 namespace {
@@ -55,26 +55,67 @@ const char* kind_name(TypeKind kind) {
     }
 }
 
+/// What a column is made of, as far as the type of the samples tells.
+struct Source {
+    std::optional<DynamicTypeImpl> type = {};
+    std::string unit = {};
+};
+
+Source member_of(const DynamicTypeImpl& type, const std::string& name) {
+    if (type.kind() == TypeKind::UNION_TYPE) {
+        const UnionTypeImpl united(type);
+        for (std::uint32_t i = 0; i < united.member_count(); ++i)
+            if (united.member(i).name() == name) return {united.member(i).type().resolved()};
+    }
+    if (type.kind() != TypeKind::STRUCTURE_TYPE) return {};
+    const StructTypeImpl structure(type);
+    for (std::uint32_t i = 0; i < structure.member_count(); ++i)
+        if (structure.member(i).name() == name)
+            return {structure.member(i).type().resolved(), structure.member(i).unit()};
+    return structure.has_parent() ? member_of(structure.parent().resolved(), name) : Source();
+}
+
+bool is_collection(TypeKind kind) {
+    return kind == TypeKind::SEQUENCE_TYPE || kind == TypeKind::ARRAY_TYPE;
+}
+
+Source element_of(Source collection) {
+    if (collection.type && is_collection(collection.type->kind()))
+        collection.type = CollectionTypeImpl(*collection.type).content_type().resolved();
+    return collection;
+}
+
+/// Of a child of `column`, which is made of `source`. The name of an element with a row of its own is that of
+/// its sequence, with an index.
+Source child_source(const ColumnInfo& column, const ColumnInfo& child, const Source& source) {
+    if (!source.type) return {};
+    if (is_collection(column.type_kind())) return element_of(source);
+    const std::size_t index = child.name().find('[');
+    Source found = member_of(*source.type, child.name().substr(0, index));
+    return index == std::string::npos ? found : element_of(std::move(found));
+}
+
 /// `names`  by leaf
-void print_leaves(std::ostream& out, const ColumnInfo& column, const std::string* names) {
+void add_leaves(std::vector<ListedColumn>& columns, const ColumnInfo& column, const Source& source,
+                const std::string* names) {
     for (const ColumnInfo& child : column.children()) {
-        if (!child.children().empty()) {
-            print_leaves(out, child, names);
-            continue;
-        }
+        const std::string& name = names[child.first_leaf()];
         // A sequence's first child is its length; behind it stand its elements.
-        const bool length =
-            column.type_kind() == TypeKind::SEQUENCE_TYPE && &child == &column.children().front();
-        out << names[child.first_leaf()] << '\t' << (length ? "length" : kind_name(child.type_kind()));
-        if (length) out << '\t' << column.sequence_bounds();
-        out << '\n';
+        if (!child.children().empty())
+            add_leaves(columns, child, child_source(column, child, source), names);
+        else if (column.type_kind() == TypeKind::SEQUENCE_TYPE && &child == &column.children().front())
+            columns.push_back({name, "length", column.sequence_bounds()});
+        else
+            columns.push_back(
+                {name, kind_name(child.type_kind()), {}, child_source(column, child, source).unit});
     }
 }
 
 }  // namespace
 
-void print_columns(std::ostream& out, const Limits& limits, ColumnNames form) {
-    const Columns columns(limits);
+std::vector<ListedColumn> column_list(const Limits& limits, bool both_times, ColumnNames form) {
+    Columns columns(limits);
+    columns.settings.include_source_timestamp(both_times);
     // The list comes from the tree that rows are made with, so it cannot say anything else than the header
     // line.
     TextStream header;
@@ -82,7 +123,21 @@ void print_columns(std::ostream& out, const Limits& limits, ColumnNames form) {
     const tamber::utils::PrintFormatCsv format(columns.settings, columns.types.row, header, buffer);
     columns.check(format);
     const std::vector<std::string> names = column_names(header.str(), form);
-    print_leaves(out, format.root_column(), names.data() + 1);  // behind the time
+    const std::size_t times = both_times ? 2 : 1;
+    std::vector<ListedColumn> list;
+    for (std::size_t i = 0; i < times; ++i)
+        list.push_back({names[i], "time"});
+    add_leaves(list, format.root_column(), {limits.sample_type()}, names.data() + times);
+    return list;
+}
+
+void print_columns(std::ostream& out, const Limits& limits, ColumnNames form) {
+    const std::vector<ListedColumn> list = column_list(limits, false, form);
+    for (auto column = list.begin() + 1; column != list.end(); ++column) {
+        out << column->name << '\t' << column->kind;
+        if (column->elements) out << '\t' << *column->elements;
+        out << '\n';
+    }
 }
 
 }  // namespace zun::convert

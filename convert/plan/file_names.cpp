@@ -118,4 +118,54 @@ std::vector<std::string> file_names(const std::vector<FileSubject>& subjects) {
     return results;
 }
 
+namespace {
+
+constexpr std::string_view rows_end = ".csv";
+constexpr std::string_view sidecar_end = ".schema.json";
+
+std::string stem_of(const std::string& file) {
+    return file.substr(0, file.size() - rows_end.size());
+}
+
+/// Takes the digits off the front of `text`; whether there are any.
+bool take_number(std::string_view& text) {
+    const std::size_t size = std::min(text.find_first_not_of("0123456789"), text.size());
+    text.remove_prefix(size);
+    return size > 0;
+}
+
+}  // namespace
+
+CompanionNames::CompanionNames(const std::vector<std::string>& topic_files) {
+    for (const std::string& file : topic_files)
+        taken_.insert(lower_case(file));
+}
+
+std::string CompanionNames::rows(const std::string& file, std::uint64_t number) const {
+    const std::string first = stem_of(file) + '.' + std::to_string(number);
+    std::string name = first + std::string(rows_end);
+    for (int other = 2; taken_.count(lower_case(name)) > 0; ++other)
+        name = first + '~' + std::to_string(other) + std::string(rows_end);
+    return name;
+}
+
+std::string CompanionNames::sidecar(const std::string& file) {
+    return stem_of(file) + std::string(sidecar_end);
+}
+
+bool CompanionNames::is_companion(const std::string& name, const std::string& file) const {
+    std::string_view rest = name;
+    if (!rest.starts_with(stem_of(file)) || taken_.count(lower_case(name)) > 0) return false;
+    rest.remove_prefix(stem_of(file).size());
+    if (rest == sidecar_end) return true;
+    if (!rest.starts_with('.')) return false;
+    rest.remove_prefix(1);
+    if (!take_number(rest)) return false;
+    if (rest.starts_with('~')) {
+        rest.remove_prefix(1);
+        if (!take_number(rest)) return false;
+    }
+    return rest == rows_end;
+}
+
 }  // namespace zun::convert

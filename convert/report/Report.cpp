@@ -24,12 +24,19 @@ std::string short_name(const std::string& name, std::size_t width) {
     return std::string(first_characters(text, width - 3)) + "...";
 }
 
+std::string files_of(const TopicReport& topic) {
+    std::string files = topic.file;
+    for (const std::string& file : topic.further_files)
+        files += ", " + file;
+    return files + (topic.sidecar.empty() ? "" : ", " + topic.sidecar);
+}
+
 void print_topics(std::ostream& out, const RecordingReport& recording, std::size_t name_width) {
     std::vector<std::vector<std::string>> rows;
     for (const TopicReport& topic : recording.topics)
         if (!topic.file.empty())
             rows.push_back({short_name(topic.topic, name_width), std::to_string(topic.rows),
-                            std::to_string(topic.columns), size_text(topic.bytes), visible(topic.file)});
+                            std::to_string(topic.columns), size_text(topic.bytes), visible(files_of(topic))});
     using enum TableColumn::Align;
     print_table(out, {{"topic"}, {"rows", RIGHT, 10}, {"columns", RIGHT}, {"size", RIGHT, 8}, {"file"}},
                 rows);
@@ -116,9 +123,9 @@ void add_reader_hints(Reasons& hints, const TopicReport& topic) {
     if (topic.file.empty()) return;
     const std::string start = topic.topic + ": ";
     const std::string columns = counted(topic.columns, "column");
-    if (topic.columns >= spreadsheet_columns || topic.rows >= spreadsheet_rows)
+    if (topic.columns >= spreadsheet_columns || topic.longest_file_rows >= spreadsheet_rows)
         hints.push_back(
-            {"spreadsheet", start + columns + " and " + counted(topic.rows, "row") +
+            {"spreadsheet", start + columns + " and " + counted(topic.longest_file_rows, "row") +
                                 " are more than a spreadsheet opens (16384 columns, 1048576 rows)"});
     if (topic.columns >= sqlite_columns)
         hints.push_back({"sqlite", start + columns + " are more than an SQLite table has (2000)"});

@@ -30,12 +30,15 @@ struct CutField {
 struct TopicReport {
     std::string topic;
     std::string type_name;
-    std::string file = {};               ///< empty when the topic has none
-    std::optional<Reason> refusal = {};  ///< why it has none
-    std::uint64_t messages = 0;          ///< as the recording counts them
+    std::string file = {};                        ///< empty when the topic has none
+    std::vector<std::string> further_files = {};  ///< of its rows, where one file may not have them all
+    std::string sidecar = {};                     ///< the file that describes it; empty where none does
+    std::optional<Reason> refusal = {};           ///< why it has none
+    std::uint64_t messages = 0;                   ///< as the recording counts them
     std::uint64_t rows = 0;
+    std::uint64_t longest_file_rows = 0;    ///< rows of the file that has most of them
     std::uint64_t columns = 0;              ///< without the timestamps
-    std::uint64_t bytes = 0;                ///< of the file
+    std::uint64_t bytes = 0;                ///< of the files
     std::uint64_t unreadable = 0;           ///< messages that are no samples of the type
     std::vector<std::string> reasons = {};  ///< of the first few of them
     std::uint64_t left_over = 0;            ///< rows whose message goes on after the sample

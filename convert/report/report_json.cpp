@@ -38,6 +38,8 @@ struct JsonOf {
     Json operator()(const TopicReport& topic) const {
         Json json = {{"topic", topic.topic}, {"type", topic.type_name}};
         if (!topic.file.empty()) json["file"] = topic.file;
+        if (!topic.further_files.empty()) json["further_files"] = topic.further_files;
+        if (!topic.sidecar.empty()) json["sidecar"] = topic.sidecar;
         if (topic.refusal) json["refusal"] = (*this)(*topic.refusal);
         json["messages"] = topic.messages;
         json["rows"] = topic.rows;

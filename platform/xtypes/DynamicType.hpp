@@ -122,16 +122,20 @@ private:
 class MemberImpl : public AbstractAggregationMember {
 public:
     MemberImpl(std::string name, DynamicTypeImpl type, std::uint32_t id, bool optional,
-               std::optional<DefaultValue> default_value)
+               std::optional<DefaultValue> default_value, std::string unit = {})
         : AbstractAggregationMember(std::move(name), std::move(type), id),
           optional_(optional),
-          default_value_(std::move(default_value)) {}
+          default_value_(std::move(default_value)),
+          unit_(std::move(unit)) {}
     bool is_optional() const { return optional_; }
     const std::optional<DefaultValue>& default_value() const { return default_value_; }
+    /// Of measurement, as it is written: "m/s". Empty where none is. It does not tell types apart.
+    const std::string& unit() const { return unit_; }
 
 private:
     bool optional_;
     std::optional<DefaultValue> default_value_;
+    std::string unit_;
 };
 
 /// A member of a union with the discriminator values that select it.

@@ -123,7 +123,7 @@ DynamicTypeImpl struct_type(StructSpec spec) {
         require(names.insert(member.name).second, spec.name, "two members are called '" + member.name + "'");
         id = member.id.value_or(id);
         node.members.emplace_back(std::move(member.name), std::move(member.type), id++, member.optional,
-                                  std::move(member.default_value));
+                                  std::move(member.default_value), std::move(member.unit));
     }
     node.name = std::move(spec.name);
     node.extensibility = spec.extensibility;

@@ -37,6 +37,7 @@ struct MemberSpec {
     std::optional<std::uint32_t> id = {};  ///< the previous member's plus one when not given, from 0
     bool optional = false;
     std::optional<DefaultValue> default_value = {};
+    std::string unit = {};  ///< of measurement, "m/s"; empty for none
 };
 
 struct StructSpec {

@@ -39,6 +39,7 @@ struct MemberDefinition {
     std::optional<ConstantExpression> default_value = {};
     std::vector<ConstantExpression> labels = {};  ///< union: discriminator values
     bool is_default = false;                      ///< union: selected by every other value
+    std::string unit = {};                        ///< of measurement, "m/s"; empty where none is written
 };
 
 /// A structure; of ROS, a message.

@@ -196,7 +196,8 @@ DynamicTypeImpl TypeResolver::make_type(const Definition& definition, const Stru
                                 .type = type,
                                 .id = id_of(member, definition),
                                 .optional = member.optional,
-                                .default_value = default_of(member, type, definition)});
+                                .default_value = default_of(member, type, definition),
+                                .unit = member.unit});
     }
     return core::xtypes::struct_type(std::move(spec));
 }

@@ -358,6 +358,7 @@ MemberDefinition Parser::member(const Annotations& annotations, const TypeExpres
     member.optional = flag(annotations, "optional");
     member.default_value = value_of(annotations, "default");
     member.id = value_of(annotations, "id");
+    if (const Annotation* const unit = find_annotation(annotations, "unit")) member.unit = unit->text;
     const Annotation* hashed = find_annotation(annotations, "hashid");
     if (hashed || (hashed_ids && !member.id)) member.hashed_name = member.name;
     if (!hashed || !hashed->value) return member;
@@ -477,7 +478,7 @@ Parser::Annotation Parser::take_annotation() {
     if (contains(meaningful_annotations, annotation.name))
         annotation.value = annotation_value();
     else
-        skip_parentheses();
+        annotation.text = skip_parentheses();
     return annotation;
 }
 
@@ -510,14 +511,18 @@ std::optional<ConstantExpression> Parser::annotation_value() {
     return value;
 }
 
-void Parser::skip_parentheses() {
+/// The first string in them; empty where there is none.
+std::string Parser::skip_parentheses() {
+    std::string text;
     unsigned open = 0;
     do {
         if (token_.kind == Token::Kind::END) throw expected("')'");
         if (is("(")) ++open;
         if (is(")")) --open;
+        if (token_.kind == Token::Kind::STRING && text.empty()) text = std::get<std::string>(token_.value);
         advance();
     } while (open > 0);
+    return text;
 }
 
 bool Parser::flag(const Annotations& annotations, std::string_view name) const {

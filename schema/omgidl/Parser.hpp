@@ -36,6 +36,7 @@ private:
         std::string name;
         Position position;
         std::optional<ConstantExpression> value = {};
+        std::string text = {};  ///< the first string in it, where it does not change a type
     };
     using Annotations = std::vector<Annotation>;
 
@@ -83,7 +84,7 @@ private:
     Annotation take_annotation();
     std::string take_annotation_name();
     std::optional<ConstantExpression> annotation_value();
-    void skip_parentheses();
+    std::string skip_parentheses();
     /// Whether "@name", "@name(TRUE)" or "@name(value=TRUE)" is among them.
     bool flag(const Annotations& annotations, std::string_view name) const;
     core::xtypes::Extensibility extensibility(const Annotations& annotations) const;

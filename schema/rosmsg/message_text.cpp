@@ -11,6 +11,7 @@
 
 #include "platform/text/interface_suffixes.hpp"
 #include "schema/definition/TypeName.hpp"
+#include "schema/rosmsg/comment_unit.hpp"
 #include "schema/definition/quoted.hpp"
 #include "schema/rosmsg/trimmed.hpp"
 
@@ -56,8 +57,11 @@ public:
         StructDefinition body{.members = {}, .extensibility = Extensibility::FINAL};
         for (position_ = definition_.position; !rest_.empty(); ++position_.line) {
             const std::string_view line = take_line(rest_);
-            if (auto member = field(trimmed(line.substr(0, line.find('#')))))
-                body.members.push_back(std::move(*member));
+            const std::size_t comment = std::min(line.find('#'), line.size());
+            auto member = field(trimmed(line.substr(0, comment)));
+            if (!member) continue;
+            if (comment < line.size()) member->unit = unit_in_comment(line.substr(comment + 1));
+            body.members.push_back(std::move(*member));
         }
         if (body.members.empty()) body.members.push_back(placeholder());
         definition_.body = std::move(body);

@@ -180,6 +180,38 @@ TEST_P(WithSettings, WritesTheFile) {
 }
 INSTANTIATE_TEST_SUITE_P(, WithSettings, testing::ValuesIn(settings_cases), CaseName());
 
+TEST(Conversion, TakesThePaddingOffLengthsAlone) {
+    FakeRecording fake;
+    const auto a = fake.add_channel("/a", "S",
+                                    "struct S { string text; sequence<sequence<long>> rows; string more; "
+                                    "string words[40]; @optional sequence<long> maybe; };");
+    fake.channels[a].schema_encoding = "omgidl";
+    std::string words, header, cells;  // of forty texts, now and then one in quotes
+    for (int i = 0; i < 40; ++i) {
+        words += std::string(i == 0 ? "" : ",") + (i % 9 == 3 ? R"("1,,2")" : R"("12")");
+        header += ",words[" + std::to_string(i) + ']';
+        cells += i % 9 == 3 ? ",\"1,,2\"" : ",12";
+    }
+    const std::string rest = R"(", "words": [)" + words + ']';
+    fake.add(a, 1,
+             (R"({"text": "              7", "rows": [[1], [3]], "more": ",              7)" + rest +
+              R"(, "maybe": [2]})")
+                 .c_str());
+    fake.add(a, 2, (R"({"text": "", "rows": [], "more": "\"\n,              7)" + rest + '}').c_str());
+    Settings settings;
+    settings.plain_lengths = true;
+    for (const std::string empty : {"", "      ", "               ", "            7 x", "              x"}) {
+        settings.empty_text = empty;
+        const fs::path folder = fresh_folder();
+        convert_all(fake, settings, folder);
+        EXPECT_EQ("timestamp,text,rows.length,rows[0].length,rows[0][0],rows[1].length,rows[1][0],more" +
+                      header + ",maybe.length,maybe[0]\n1,              7,2,1,1,1,3,\",              7\"" +
+                      cells + ",1,2\n2,\"\",0," + empty + ',' + empty + ',' + empty + ',' + empty +
+                      ",\"\"\"\n,              7\"" + cells + ',' + empty + ',' + empty + '\n',
+                  files_in(folder)["a.csv"]);
+    }
+}
+
 /// Sixty batches on four topics; every list has another length, some messages are no samples.
 FakeRecording many_batches() {
     FakeRecording fake;
@@ -422,6 +454,56 @@ TEST(Conversion, StopsAtTheFirstDamageWhereThatIsAnError) {
         const fs::path folder = fresh_folder();
         EXPECT_THROW(convert_all(fake, strict, folder), InputError);
         EXPECT_TRUE(files_in(folder).empty());
+    }
+}
+
+/// The rows of a topic, whose further files each have its header.
+std::string rows_in(const std::map<std::string, std::string>& files, const TopicReport& topic,
+                    std::size_t most_rows) {
+    std::vector<std::string> names = {topic.file};
+    names.insert(names.end(), topic.further_files.begin(), topic.further_files.end());
+    std::string rows;
+    std::string header;
+    for (const std::string& name : names) {
+        const std::string& text = files.at(name);
+        const std::size_t header_end = text.find('\n') + 1;
+        if (header.empty()) header = text.substr(0, header_end);
+        EXPECT_EQ(header, text.substr(0, header_end));
+        rows += text.substr(header_end);
+        const auto count = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n') - 1);
+        EXPECT_TRUE(name == names.back() ? count <= most_rows && (count > 0 || names.size() == 1)
+                                         : count == most_rows)
+            << name;
+    }
+    return header + rows;
+}
+
+TEST(Conversion, SplitsFilesBetweenRows) {
+    FakeRecording fake = many_batches();
+    fake.add(fake.add_channel("/a/2", "p/msg/R", reading), 1,
+             R"({"id": 1, "text": "", "list": [], "blob": []})");
+    const fs::path folder = fresh_folder();
+    Settings settings;
+    settings.byte_order_mark = true;
+    convert_all(fake, settings, folder);
+    const auto whole = files_in(folder);
+    for (const std::uint64_t most : {1U, 7U, 100'000U}) {
+        for (const unsigned jobs : {1U, 3U}) {
+            settings.most_rows = most;
+            settings.jobs = jobs;
+            settings.overwrite = true;
+            const Report report = convert_all(fake, settings, folder);
+            const auto files = files_in(folder);
+            std::size_t count = 0;
+            for (const TopicReport& topic : report.recordings[0].topics) {
+                EXPECT_EQ(whole.at(topic.file), rows_in(files, topic, most));
+                count += 1 + topic.further_files.size();
+                EXPECT_EQ("\xef\xbb\xbftime", files.at(topic.file).substr(0, 7));
+            }
+            EXPECT_EQ(count, files.size()) << "what an earlier conversion made is gone";
+            const std::vector<std::string>& further = report.recordings[0].topics[0].further_files;
+            EXPECT_EQ(most < 100'000 ? "a.2~2.csv" : "", further.empty() ? "" : further.front());
+        }
     }
 }
 

@@ -264,6 +264,9 @@ void expect_rows(FakeRecording fake, const ViewCase& c) {
     std::string csv = test::files_in(folder)["a.csv"];
     std::erase(csv, ' ');
     EXPECT_EQ(c.csv, csv);
+    settings.plain_lengths = settings.overwrite = true;
+    test::convert_all(fake, settings, folder);
+    EXPECT_EQ(c.csv, test::files_in(folder)["a.csv"]);
     EXPECT_EQ(0U, report.recordings[0].topics[0].unreadable);
 }
 

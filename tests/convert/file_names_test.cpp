@@ -75,6 +75,17 @@ TEST(FileNames, ThatFoldToOneAreToldApart) {
     }
 }
 
+TEST(CompanionNames, AreNoTopicsOwnAndKnownAgain) {
+    const CompanionNames names({"a.csv", "A.2.csv", "a.2~2.csv", "a.3.csv"});
+    EXPECT_EQ("a.2~3.csv", names.rows("a.csv", 2));
+    EXPECT_EQ("a.4.csv", names.rows("a.csv", 4));
+    for (const char* const name : {"a.2~3.csv", "a.4.csv", "a.17.csv", "a.schema.json"})
+        EXPECT_TRUE(names.is_companion(name, "a.csv")) << name;
+    for (const char* const name : {"a.csv", "a.3.csv", "a.b.csv", "a.4.csv.part", "a..csv", "a.4~.csv", "a.4",
+                                   "b.4.csv", "ab.4.csv", "a"})
+        EXPECT_FALSE(names.is_companion(name, "a.csv")) << name;
+}
+
 TEST(FileNames, AlikeButForCaseTakeNoLongerThanOthers) {
     std::vector<FileSubject> subjects(100'000, {"/abcdefghijklmnopq"});
     for (std::size_t i = 0; i < subjects.size(); ++i)

@@ -34,7 +34,7 @@ ARROWS = {
     "input/recording": "input input/*",
     "convert/plan": "format schema input platform/*",
     "convert/output": "input",
-    "convert/report": "convert/plan input platform/text",
+    "convert/report": "convert/plan convert/output input platform/text",
     "convert/passes": "convert convert/plan convert/output convert/report format schema input platform/*",
     "convert": "convert/* format schema input platform/*",
     "cli": "convert convert/* schema input input/* platform/*",

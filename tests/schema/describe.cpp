@@ -59,6 +59,7 @@ std::string describe_struct(const StructTypeImpl& type) {
             items += ":" + std::to_string(type.bit_fields()[i].position) + "+" +
                      std::to_string(type.bit_fields()[i].width);
         if (member.default_value()) items += " = " + std::visit(DefaultText(), *member.default_value());
+        if (!member.unit().empty()) items += " [" + member.unit() + "]";
     }
     if (type.placeholder_octet()) items = ", placeholder octet";
     std::string head = prefix(type.extensibility()) + type.name();

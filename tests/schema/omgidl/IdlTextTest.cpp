@@ -110,10 +110,12 @@ const SchemaCase annotation_cases[] = {
      "T { int32[] a, float64 b, octet c, int32 d, string e }"},
     {"UnknownOnes", "T",
      "@topic @nested @x::y(a = \"(\", b = ((1), 2)) @data_representation(XCDR1|XCDR2) struct T { @external "
-     "@unit(\"m\") "
+     "@unit(value = \"m\") "
      "@range(min=1, max=2) @verbatim(language=\"c\", text=\"} ; //\") @must_understand long a; "
      "sequence<@external long> b; };",
-     "T { int32 a, int32[] b }"},
+     "T { int32 a [m], int32[] b }"},
+    {"UnitsThatAreNoText", "T", "struct T { @unit(%) long a; @unit long b; @unit(m/(s)) long c; };",
+     "T { int32 a, int32 b, int32 c }"},
 };
 
 const SchemaCase scope_cases[] = {

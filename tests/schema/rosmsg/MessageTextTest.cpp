@@ -33,6 +33,14 @@ const SchemaCase message_cases[] = {
     {"NameOnTheBus", "p::msg::dds_::T_", "int8 a", "final p/msg/T { int8 a }"},
     {"FoldersInNames", "p/msg/sub/T", "int8 a\np/msg/sub/U b\n===\nMSG: p/sub/msg/U\nint8 c",
      "final p/msg/T { int8 a, final p/msg/U { int8 c } b }"},
+    {"Units", "p/msg/T",
+     "int8 a # [m]\nint8 b # angle (rad), (rad) again\nint8 c#[kg*m^2/s2]\nint8 d # ( 1/s )\nint8 e # [°C]\n"
+     "int8 f # [milliseconds]\nint8 g # [m] or [deg]\nint8 h # joint(s)\nint8 i # option (A)\nint8 j # [A]\n"
+     "int8 k # [1]\nint8 l # [0, 1]\nint8 m # [device units]\nint8 n # [m\nint8 o # (Mandatory) [µT]\n"
+     "int8 p # [m//s]\nint8 q # []\n# [s]\nint8 r # [m²] [rads]",
+     "final p/msg/T { int8 a [m], int8 b [rad], int8 c [kg*m^2/s2], int8 d [1/s], int8 e [°C], int8 f "
+     "[milliseconds], int8 g, int8 h, int8 i, int8 j [A], int8 k, int8 l, int8 m, int8 n, int8 o [µT], "
+     "int8 p, int8 q, int8 r [m²] }"},
 
     {"OneWord", "p/msg/T", "int8 a\n\nint8",
      "InputError p/msg/T:3: expected a type and a name, found 'int8'"},
