@@ -45,9 +45,9 @@ struct Settings {
     std::vector<LimitRule> rules = {};
     std::uint64_t most_columns = 16'384;
     std::optional<std::uint64_t> most_rows = {};  ///< in a file; the others go into further files
-    Blobs blobs = Blobs::AUTO;   ///< FILES: not for standard output
-    bool text_arrays = false;    ///< arrays and sequences of characters are one text
-    bool joined_stamps = false;  ///< structures of seconds and nanoseconds are one time
+    Blobs blobs = Blobs::AUTO;                    ///< FILES: not for standard output
+    bool text_arrays = false;                     ///< arrays and sequences of characters are one text
+    bool joined_stamps = false;                   ///< structures of seconds and nanoseconds are one time
     FieldChoice fields = {};
     std::vector<FieldRule> explode = {};
     printing::TextStyle text_style = {};

@@ -11,8 +11,8 @@
 
 #include "platform/text/interface_suffixes.hpp"
 #include "schema/definition/TypeName.hpp"
-#include "schema/rosmsg/comment_unit.hpp"
 #include "schema/definition/quoted.hpp"
+#include "schema/rosmsg/comment_unit.hpp"
 #include "schema/rosmsg/trimmed.hpp"
 
 namespace zun::schema {
