@@ -42,12 +42,7 @@ void choose_clock(convert::Settings& settings, const std::string& word) {
 }
 
 void add_cell_values(CLI::App& command, convert::Settings& settings) {
-    using convert::Clock;
-    using convert::TimeFormat;
     const char* const group = "Cell values";
-    const auto write_times = [&settings](TimeFormat format) {
-        return [&settings, format] { settings.time_format = format; };
-    };
     command.add_option("--empty", settings.empty_text, "text of cells without a value")
         ->type_name("TEXT")
         ->capture_default_str()
@@ -83,6 +78,15 @@ void add_cell_values(CLI::App& command, convert::Settings& settings) {
             "write an apostrophe before texts that spreadsheets take for formulas: those that begin with "
             "= + - @, a tab or a carriage return")
         ->group(group);
+}
+
+void add_times(CLI::App& command, convert::Settings& settings) {
+    using convert::Clock;
+    using convert::TimeFormat;
+    const char* const group = "Cell values";
+    const auto write_times = [&settings](TimeFormat format) {
+        return [&settings, format] { settings.time_format = format; };
+    };
     add_choice(
         command, "--time-format",
         {{"nanoseconds", write_times(TimeFormat::NANOSECONDS)},
@@ -233,6 +237,7 @@ void add_convert(CLI::App& app, Action& action) {
     add_output(command, *request);
     add_choice_of_messages(command, *request);
     add_cell_values(command, request->settings);
+    add_times(command, request->settings);
     add_columns_choice(command, *request);
     add_column_names(command, *request);
     add_limits(command, *request);

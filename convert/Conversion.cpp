@@ -355,6 +355,7 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
 /// By topic, empty where there is none; behind them their sidecars, where these are wanted, likewise.
 std::vector<std::string> Conversion::files_of(const std::vector<Topic>& topics) const {
     std::vector<std::string> files;
+    files.reserve(2 * topics.size());
     for (const Topic& topic : topics)
         files.push_back(topic.accepted() != nullptr ? topic.accepted()->file : "");
     for (std::size_t i = 0; settings_.sidecars && i < topics.size(); ++i)
