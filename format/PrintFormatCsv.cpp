@@ -219,15 +219,15 @@ void PrintFormatCsv::push_cursor() {
 
 /// Puts the cursor on the first column of `level`.
 void PrintFormatCsv::push_frame(const ColumnInfo& level) {
-    cursor_ = &cursor_stack_.emplace_back(level.first_child());
+    cursor_ = &cursor_stack_.push(level.first_child());
     level_column_ = &level;
     note_level();
 }
 
 void PrintFormatCsv::pop_cursor() {
     if (cursor_stack_.empty()) return;
-    cursor_stack_.pop_back();
-    cursor_ = cursor_stack_.empty() ? nullptr : &cursor_stack_.back();
+    cursor_stack_.pop();
+    cursor_ = cursor_stack_.empty() ? nullptr : &cursor_stack_.top();
     level_column_ = has_parent() ? level_column_->parent() : &root_column_;
     note_level();
 }
@@ -273,8 +273,7 @@ void PrintFormatCsv::skip_cursor_siblings(ZUNXMLSaveContext* context) {
 }
 
 void PrintFormatCsv::enter_sequence_context(const ColumnInfo& column, ZUNXMLSaveContext* context) {
-    SequenceContext& sequence =
-        sequence_contexts_.emplace_back(SequenceContext{&column, nullptr, false, nullptr});
+    SequenceContext& sequence = sequence_contexts_.push({&column, nullptr, false, nullptr});
     innermost_ = &sequence;
     note_level();
     if (context->text != nullptr) sequence.placeholder_position = end_of_text(*context) + 1;
@@ -329,8 +328,8 @@ void PrintFormatCsv::leave_sequence_context(std::string_view name, ZUNXMLSaveCon
     if (sequence.column != &level_column() || sequence.column->name() != name) return;
     if (!cut_at_limit(sequence, context)) return;
     patch_length(sequence, context);
-    sequence_contexts_.pop_back();
-    innermost_ = sequence_contexts_.empty() ? nullptr : &sequence_contexts_.back();
+    sequence_contexts_.pop();
+    innermost_ = sequence_contexts_.empty() ? nullptr : &sequence_contexts_.top();
     note_level();
 }
 

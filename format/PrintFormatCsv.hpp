@@ -15,12 +15,12 @@
 #define ZUN_FORMAT_PRINT_FORMAT_CSV_HPP
 
 #include <cstdint>
-#include <list>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "format/NodeStack.hpp"
 #include "format/PrintFormatCsvProperty.hpp"
 #include "format/columns/ColumnInfo.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
@@ -131,7 +131,7 @@ public:
     ColumnIterator& cursor() { return *cursor_; }
     bool has_parent() const { return cursor_stack_.size() > 1; }
     /// The column whose children the cursor walks. Only where has_parent().
-    ColumnIterator parent_cursor() const { return *std::next(cursor_stack_.rbegin()); }
+    ColumnIterator parent_cursor() const { return cursor_stack_.below_top(); }
     void advance_cursor();  ///< one sibling on, not past the end
     /// To the first child of the current column. Throws std::logic_error at the end of the columns.
     void push_cursor();
@@ -193,8 +193,8 @@ private:
     std::ostream& output_;
     std::vector<char>& buffer_;
     ColumnInfo root_column_;
-    std::list<ColumnIterator> cursor_stack_;
-    std::list<SequenceContext> sequence_contexts_;
+    NodeStack<ColumnIterator> cursor_stack_;
+    NodeStack<SequenceContext> sequence_contexts_;
 
     // Known so that no callback looks for them.
     ColumnIterator* cursor_ = nullptr;                // of the top frame; null without a frame

@@ -1,6 +1,8 @@
 #include "convert/passes/ElementRows.hpp"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <stdexcept>
 
 #include "convert/passes/cells.hpp"
@@ -22,13 +24,19 @@ const ColumnInfo& column_called(std::string_view name, const ColumnInfo& column)
     throw std::logic_error("there is no column '" + std::string(name) + '\'');
 }
 
+void append_index(std::string& row, std::uint32_t index) {
+    std::array<char, 11> cell{','};
+    const char* const end = std::to_chars(cell.data() + 1, cell.data() + cell.size(), index).ptr;
+    row.append(cell.data(), static_cast<std::size_t>(end - cell.data()));
+}
+
 }  // namespace
 
 ElementRows::ElementRows(const Columns& columns, const cdr::View& view)
     : view_(view),
       common_(columns, columns.types.row),
       printed_(view.rows.size()),
-      chosen_(view.rows.size(), none),
+      runs_(view.rows.size()),
       indices_(view.levels_of_rows()),
       counts_(view.levels_of_rows()) {
     const auto add_place = [](Printed& where, std::string_view name, std::uint32_t level,
@@ -110,44 +118,34 @@ void ElementRows::begin_level(std::uint32_t level) {
     for (; level < indices_.size(); ++level) {
         indices_[level] = 0;
         counts_[level] = 0;
-        for (std::uint32_t place = 0; place < view_.rows.size(); ++place)
-            if (view_.rows[place].level == level)
-                counts_[level] = std::max(counts_[level], element_count(place));
-        choose_elements(level);
+        for (std::uint32_t place = 0; place < view_.rows.size(); ++place) {
+            if (view_.rows[place].level != level) continue;
+            runs_[place] = run_of(place);
+            counts_[level] = std::max(counts_[level], runs_[place].count);
+        }
     }
 }
 
 void ElementRows::advance() {
-    for (auto level = static_cast<std::uint32_t>(indices_.size()); level-- > 0;) {
-        if (++indices_[level] >= counts_[level]) continue;
-        choose_elements(level);
-        return begin_level(level + 1);
-    }
+    for (auto level = static_cast<std::uint32_t>(indices_.size()); level-- > 0;)
+        if (++indices_[level] < counts_[level]) return begin_level(level + 1);
     has_next_ = false;
 }
 
-void ElementRows::choose_elements(std::uint32_t level) {
-    for (std::uint32_t place = 0; place < view_.rows.size(); ++place) {
-        if (view_.rows[place].level != level) continue;
-        const bool any = indices_[level] < element_count(place);
-        chosen_[place] = any ? first_element(place) + indices_[level] : none;
-    }
-}
-
-std::uint32_t ElementRows::first_element(std::uint32_t place) const {
-    const cdr::View::Rows& rows = view_.rows[place];
-    return rows.level == 0 ? 0 : printed_[place].firsts[chosen_[rows.around]];
-}
-
-/// Those in the chosen element of the sequence around.
-std::uint32_t ElementRows::element_count(std::uint32_t place) const {
+ElementRows::Run ElementRows::run_of(std::uint32_t place) const {
     const cdr::View::Rows& rows = view_.rows[place];
     const auto all = static_cast<std::uint32_t>(printed_[place].ends.size());
-    if (rows.level == 0) return all;
-    const std::uint32_t around = chosen_[rows.around];
-    if (around == none) return 0;
+    if (rows.level == 0) return {0, all};
+    const std::uint32_t around = chosen(rows.around);
+    if (around == none) return {0, 0};
     const std::vector<std::uint32_t>& firsts = printed_[place].firsts;
-    return (around + 1 < firsts.size() ? firsts[around + 1] : all) - firsts[around];
+    return {firsts[around], (around + 1 < firsts.size() ? firsts[around + 1] : all) - firsts[around]};
+}
+
+/// The element of the next row; none where the sequence has ended.
+std::uint32_t ElementRows::chosen(std::uint32_t place) const {
+    const std::uint32_t index = indices_[view_.rows[place].level];
+    return index < runs_[place].count ? runs_[place].first + index : none;
 }
 
 void ElementRows::append_next(std::string& rows) {
@@ -155,9 +153,8 @@ void ElementRows::append_next(std::string& rows) {
     advance();
 }
 
-void ElementRows::append_element(std::string& row, std::uint32_t place) const {
+void ElementRows::append_element(std::string& row, std::uint32_t place, std::uint32_t element) const {
     const std::vector<std::uint32_t>& ends = printed_[place].ends;
-    const std::uint32_t element = chosen_[place];
     append(row, elements_[place], element, element == 0 ? 0 : ends[element - 1], ends[element]);
 }
 
@@ -168,14 +165,15 @@ void ElementRows::append(std::string& row, const Printed& printed, std::uint32_t
     const std::uint32_t* bound = printed.bounds.data() + std::size_t{text} * printed.places.size() * 2;
     for (const Place& place : printed.places) {
         const bool is_index = place.level != none;
-        const bool any = is_index ? counts_[place.level] > 0 : chosen_[place.element] != none;
+        const std::uint32_t element = is_index ? none : chosen(place.element);
+        const bool any = is_index ? counts_[place.level] > 0 : element != none;
         if (any) {
             row.append(printed.sheet.text() + begin, bound[0] - begin);
             begin = bound[1];
             if (is_index)
-                (row += ',') += std::to_string(indices_[place.level]);
+                append_index(row, indices_[place.level]);
             else
-                append_element(row, place.element);
+                append_element(row, place.element, element);
         }
         bound += 2;
     }

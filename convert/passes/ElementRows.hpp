@@ -58,21 +58,26 @@ private:
         std::vector<std::uint32_t> bounds = {};  // by text and place: where its cells begin and end
     };
 
+    /// Elements of one sequence.
+    struct Run {
+        std::uint32_t first = 0;  // number among those of its type
+        std::uint32_t count = 0;
+    };
+
     void find_bounds(Printed& printed, std::uint32_t begin, std::uint32_t end);
     void begin_level(std::uint32_t level);
     void advance();
-    void choose_elements(std::uint32_t level);
-    std::uint32_t first_element(std::uint32_t place) const;
-    std::uint32_t element_count(std::uint32_t place) const;
+    Run run_of(std::uint32_t place) const;
+    std::uint32_t chosen(std::uint32_t place) const;
     void append(std::string& row, const Printed& printed, std::uint32_t text, std::uint32_t begin,
                 std::uint32_t end) const;
-    void append_element(std::string& row, std::uint32_t place) const;
+    void append_element(std::string& row, std::uint32_t place, std::uint32_t element) const;
 
     const cdr::View& view_;
     Printed common_;
     std::deque<Printed> elements_;             // by place in the view's rows
     std::vector<printing::RowsText> printed_;  // likewise
-    std::vector<std::uint32_t> chosen_;        // likewise: the element of the next row; none for none
+    std::vector<Run> runs_;                    // likewise: elements in the chosen one around
     std::vector<std::uint32_t> indices_;       // of the next row, by level
     std::vector<std::uint32_t> counts_;        // elements of the longest sequence of each level
     bool has_next_ = false;

@@ -317,17 +317,22 @@ TEST(Row, StartsAnewAfterHalfASample) {
     driven.ending();  // nothing is open: does nothing
 }
 
-TEST(Row, StartWithoutMemoryLeavesNothingUnderWay) {
+TEST(Row, NeedsMemoryOnlyWhereItIsDeeperThanAnyBefore) {
     HandDriven driven(limited(0), structure({{"list", sequence_type(int32)}}));
-    driven.beginning();
-    driven.record.print_array_beginning(&driven.record, &driven.context, "list", 0);
-    driven.item(0, "1");
     allocations_to_failure = 0;
     EXPECT_THROW(driven.beginning(), std::bad_alloc);
-    allocations_to_failure = SIZE_MAX;
     driven.converter.advance_cursor();
     EXPECT_FALSE(driven.converter.sequence_limit_reached());
     EXPECT_FALSE(driven.converter.sequence_limit_reached(5, &driven.context));
+    for (const std::size_t allowed : {SIZE_MAX, std::size_t{0}}) {
+        driven.context.length = 0;
+        allocations_to_failure = allowed;
+        driven.beginning();
+        driven.items("list", {"1"});
+        driven.ending();
+        allocations_to_failure = SIZE_MAX;
+        EXPECT_EQ(",              0", driven.text());
+    }
 }
 
 TEST(Row, UnknownOrMissingNamesAreLogicErrors) {
