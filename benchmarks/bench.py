@@ -221,6 +221,25 @@ class Bench:
             Target("dds2csv info, read of the recording", read, 0.02, None, "{:.2%}"),
         ]
 
+    def views(self):
+        """Targets of some fields, and of a row per element, against all fields in one row."""
+        recording = self.recording(60, "none")
+        scan = ["-t", "/scan"]
+        rows = [*scan, "--explode", "ranges,intensities"]
+        some = ["--fields", "/joint_states:position,velocity", "--fields", "/imu/data:orientation.*"]
+        commands = {"all": [], "some": some, "wide": scan, "rows": rows}
+        cost = take_turns({name: self.convert(recording, *words) for name, words in commands.items()}, self.runs)
+
+        def cell_cost(name):
+            command = [self.tool, "convert", recording, "-q", "-o", "-", *commands[name]]
+            text = subprocess.run([str(word) for word in command], capture_output=True, check=True).stdout
+            return cost[name].cpu / (text.count(b",") + text.count(b"\n"))
+
+        return [
+            Target("4 % of the cells by --fields against all", cost["some"].cpu / cost["all"].cpu, 0.35),
+            Target("a scan by --explode, a cell, against one row", cell_cost("rows") / cell_cost("wide"), 1.3),
+        ]
+
     def parts(self, cells, rows):
         """Targets of single types, of the results of row_bench."""
         construction = rows["Construction/100000"]
@@ -340,6 +359,7 @@ def main():
             targets += more_targets
             figures += more_figures
         targets += bench.growth_of_memory()
+        targets += bench.views()
     cells, rows = micro(bench.programs / "row_bench", bench.runs)
     targets += bench.parts(cells, rows)
     sections["targets"] = target_table(targets)
