@@ -43,9 +43,13 @@ void choose_clock(convert::Settings& settings, const std::string& word) {
 
 void add_cell_values(CLI::App& command, convert::Settings& settings) {
     const char* const group = "Cell values";
-    command.add_option("--empty", settings.empty_text, "text of cells without a value")
-        ->type_name("TEXT")
-        ->capture_default_str()
+    const auto set_empty = [&settings](const std::string& text) {
+        if (text.find_first_of(",\"\r\n") != std::string::npos)
+            throw std::invalid_argument("the text of a cell has no comma, double quote or line break in it");
+        settings.empty_text = text;
+    };
+    add_parsed(command, "--empty", "TEXT", set_empty, "text of cells without a value")
+        ->default_str(settings.empty_text)
         ->group(group);
     CLI::Option* const plain = command
                                    .add_flag("--plain-lengths", settings.plain_lengths,

@@ -32,7 +32,7 @@ struct Settings {
     Thinning every = {};  ///< of the messages of each topic
 
     ColumnNames column_names = ColumnNames::DOTS;
-    std::string empty_text = "nil";
+    std::string empty_text = "nil";  ///< no comma, double quote or line break in it
     bool enum_as_string = true;
     bool byte_order_mark = false;  ///< of UTF-8, before each header
     bool plain_lengths = false;    ///< of sequences; else right-aligned in 15 characters
