@@ -73,7 +73,7 @@ inline void print_rows(benchmark::State& state, const core::xtypes::DynamicTypeI
     printing::SamplePrinter printer(type, "benchmark");
     for (auto _ : state) {
         ZUNXMLSaveContext context{.text = buffer.data(), .capacity = row_size};
-        printer.print(*converter.native(), context, payload.bytes());
+        printer.print(*converter.native(), context, payload.bytes(), nullptr, {}, &converter);
         benchmark::DoNotOptimize(context.length);
         benchmark::ClobberMemory();
     }

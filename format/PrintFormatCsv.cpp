@@ -210,6 +210,18 @@ void PrintFormatCsv::advance_cursor() {
     if (cursor_ != nullptr && cursor() != level_column_->children().end()) ++cursor();
 }
 
+std::uint32_t PrintFormatCsv::take_plain_elements(std::uint32_t count) {
+    const std::uint32_t plain = std::min(count, surely_written_);
+    if (plain == 0) return 0;
+    const ColumnInfo::Children& columns = level_column_->children();
+    // Of a sequence as many as it may have, of an array as many as it has columns.
+    if (plain == surely_written_ || plain == columns.size())
+        cursor() = columns.end();
+    else
+        std::advance(cursor(), plain);
+    return plain;
+}
+
 void PrintFormatCsv::push_cursor() {
     if (cursor() == level_column().children().end())
         throw std::logic_error("the engine announced more than the columns of '" +

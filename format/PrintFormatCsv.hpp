@@ -24,6 +24,7 @@
 #include "format/PrintFormatCsvProperty.hpp"
 #include "format/columns/ColumnInfo.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
+#include "platform/printing/ElementRuns.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
 namespace zun::tamber::utils {
@@ -86,7 +87,7 @@ private:
 
 /// The converter: one per type, for any number of samples, one engine call at a time. It stays where it was
 /// made: the engine's record, the column tree and the cursor stack all point into it.
-class PrintFormatCsv {
+class PrintFormatCsv final : public printing::ElementRuns {
 public:
     using ColumnIterator = ColumnInfo::Children::const_iterator;
 
@@ -124,6 +125,9 @@ public:
     /// The same for the members of a structure or union: for StructTypeImpl and UnionTypeImpl.
     template <typename ComplexType>
     void build_complex_member_column_info(ColumnInfo& column, const ComplexType& type);
+
+    /// Those that no limit can touch, whose columns the cursor then has passed.
+    std::uint32_t take_plain_elements(std::uint32_t count) override;
 
     // The cursor: where in the column tree the next value belongs. One frame a level of nesting.
 

@@ -72,10 +72,12 @@ cdr::Findings ElementRows::print(printing::SamplePrinter& printer, const std::st
             elements_[i].context = elements_[i].sheet.context(0);
             printed_[i].format = elements_[i].sheet.native();
             printed_[i].context = &elements_[i].context;
+            printed_[i].runs = elements_[i].sheet.runs();
             printed_[i].ends.clear();
             printed_[i].firsts.clear();
         }
-        findings = printer.print(*common_.sheet.native(), common_.context, payload, &values, printed_);
+        findings = printer.print(*common_.sheet.native(), common_.context, payload, &values, printed_,
+                                 common_.sheet.runs());
         printed = common_.sheet.holds(common_.context, source);
         for (Printed& each : elements_)
             printed = each.sheet.holds(each.context, source) && printed;

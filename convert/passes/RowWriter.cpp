@@ -43,7 +43,8 @@ cdr::Findings RowWriter::append_row(const input::Message& message, std::uint64_t
         ZUNXMLSaveContext context = sheet_.context(size_);
         ZUNXMLSaveContext_append(&context, time_text_.data(), time_text_.size());
         const std::uint32_t row = context.length;
-        const cdr::Findings findings = printer_.print(*sheet_.native(), context, message.data, &values_);
+        const cdr::Findings findings =
+            printer_.print(*sheet_.native(), context, message.data, &values_, {}, sheet_.runs());
         ZUNXMLSaveContext_appendString(&context, "\n");
         if (!sheet_.holds(context, topic_.name)) continue;
         sheet_.shorten_lengths(row, std::span(&context.length, 1));

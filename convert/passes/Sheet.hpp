@@ -24,6 +24,7 @@ public:
     std::string header() const { return header_.str(); }  ///< with line end
     const tamber::utils::PrintFormatCsv& format() const { return format_; }
     DDS_PrintFormat* native() { return format_.native(); }
+    printing::ElementRuns* runs() { return &format_; }
     const char* text() const { return buffer_.data(); }
 
     /// A context that goes on at `length`, as long as the sheet is not enlarged.

@@ -1,5 +1,6 @@
 #include "platform/printing/SamplePrinter.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -33,9 +34,10 @@ public:
     static constexpr bool wants_excluded = false;
 
     Printer(DDS_PrintFormat& format, ZUNXMLSaveContext& context, DoubleTextCache& doubles, TextStyle style,
-            ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels)
+            ValueWriter* values, std::span<RowsText> rows, std::uint32_t row_levels, ElementRuns* runs)
         : format_(&format),
           context_(&context),
+          runs_(runs),
           doubles_(&doubles),
           style_(style),
           values_(values),
@@ -100,9 +102,11 @@ public:
 
     template <bool Swapped>
     void elements(const Plan& plan, std::uint32_t count, const std::byte* bytes) {
-        with_writer<Swapped>(plan.kind, [&, size = plan.scalar_size, bytes](auto write) mutable {
-            for (std::uint32_t i = 0; i < count; ++i, bytes += size)
-                print(Item{i}, plan, bytes, write);
+        const std::uint32_t plain = runs_ == nullptr ? 0 : runs_->take_plain_elements(count);
+        with_writer<Swapped>(plan.kind, [&, size = std::size_t{plan.scalar_size}](auto write) {
+            write_plain(plan, plain, bytes, write);
+            for (std::uint32_t i = plain; i < count; ++i)
+                print(Item{i}, plan, bytes + i * size, write);
         });
     }
 
@@ -165,6 +169,7 @@ private:
     void swap_target(RowsText& rows) {
         std::swap(format_, rows.format);
         std::swap(context_, rows.context);
+        std::swap(runs_, rows.runs);
     }
 
     void beginning(const Member& member) {
@@ -187,35 +192,79 @@ private:
         ending(place);
     }
 
+    template <typename Write>
+    void write_plain(const Plan& plan, std::uint32_t count, const std::byte* bytes, Write write) {
+        for (std::uint32_t i = 0; i < count; ++i, bytes += plan.scalar_size) {
+            ZUNXMLSaveContext_append(context_, &ElementRuns::separator, 1);
+            write(*this, plan, bytes);
+        }
+    }
+
+    template <bool Swapped, typename Value>
+    struct NumberWriter {
+        static Value load(const std::byte* bytes) {
+            if constexpr (std::is_same_v<Value, bool>)
+                return *bytes != std::byte{0};
+            else
+                return cdr::load<Swapped, Value>(bytes);
+        }
+        void operator()(Printer& printer, const Plan&, const std::byte* bytes) const {
+            printer.number(load(bytes));
+        }
+    };
+
+    /// Numbers for which there is surely room need not ask for it one by one.
+    template <bool Swapped, typename Value>
+    void write_plain(const Plan& plan, std::uint32_t count, const std::byte* bytes,
+                     NumberWriter<Swapped, Value> writer) {
+        while (const std::uint32_t roomy = std::min(count, numbers_that_fit())) {
+            char* out = context_->text + context_->length;
+            for (std::uint32_t i = 0; i < roomy; ++i, bytes += sizeof(Value)) {
+                *out++ = ElementRuns::separator;
+                out = write(out, writer.load(bytes));
+            }
+            context_->length = static_cast<std::uint32_t>(out - context_->text);
+            count -= roomy;
+        }
+        for (; count > 0; --count, bytes += sizeof(Value)) {
+            ZUNXMLSaveContext_append(context_, &ElementRuns::separator, 1);
+            writer(*this, plan, bytes);
+        }
+    }
+
+    std::uint32_t numbers_that_fit() const {
+        const std::uint32_t room = context_->capacity - std::min(context_->length, context_->capacity);
+        return room / std::uint32_t{1 + number_text_size};
+    }
+
     /// Calls `use` with the function that writes the text of one scalar of that kind, so that a loop over
     /// many chooses once.
     template <bool Swapped, typename Use>
     static void with_writer(TypeKind kind, Use use) {
         switch (kind) {
             case TypeKind::BOOLEAN_TYPE:
-                return use(
-                    [](Printer& p, const Plan&, const std::byte* b) { p.boolean(*b != std::byte{0}); });
+                return use(NumberWriter<Swapped, bool>());
             case TypeKind::OCTET_TYPE:
             case TypeKind::UINT_8_TYPE:
-                return use(number_writer<Swapped, std::uint8_t>());
+                return use(NumberWriter<Swapped, std::uint8_t>());
             case TypeKind::INT_8_TYPE:
-                return use(number_writer<Swapped, std::int8_t>());
+                return use(NumberWriter<Swapped, std::int8_t>());
             case TypeKind::INT_16_TYPE:
-                return use(number_writer<Swapped, std::int16_t>());
+                return use(NumberWriter<Swapped, std::int16_t>());
             case TypeKind::UINT_16_TYPE:
-                return use(number_writer<Swapped, std::uint16_t>());
+                return use(NumberWriter<Swapped, std::uint16_t>());
             case TypeKind::INT_32_TYPE:
-                return use(number_writer<Swapped, std::int32_t>());
+                return use(NumberWriter<Swapped, std::int32_t>());
             case TypeKind::UINT_32_TYPE:
-                return use(number_writer<Swapped, std::uint32_t>());
+                return use(NumberWriter<Swapped, std::uint32_t>());
             case TypeKind::INT_64_TYPE:
-                return use(number_writer<Swapped, std::int64_t>());
+                return use(NumberWriter<Swapped, std::int64_t>());
             case TypeKind::UINT_64_TYPE:
-                return use(number_writer<Swapped, std::uint64_t>());
+                return use(NumberWriter<Swapped, std::uint64_t>());
             case TypeKind::FLOAT_32_TYPE:
-                return use(number_writer<Swapped, float>());
+                return use(NumberWriter<Swapped, float>());
             case TypeKind::FLOAT_64_TYPE:
-                return use(number_writer<Swapped, double>());
+                return use(NumberWriter<Swapped, double>());
             case TypeKind::FLOAT_128_TYPE:
                 return use([](Printer& p, const Plan&, const std::byte* b) { p.long_double<Swapped>(b); });
             case TypeKind::ENUMERATION_TYPE:
@@ -224,13 +273,6 @@ private:
             default:  // the two characters
                 return use([](Printer& p, const Plan& c, const std::byte* b) { p.character<Swapped>(c, b); });
         }
-    }
-
-    template <bool Swapped, typename Value>
-    static auto number_writer() {
-        return [](Printer& printer, const Plan&, const std::byte* bytes) {
-            printer.number(cdr::load<Swapped, Value>(bytes));
-        };
     }
 
     template <typename Value>
@@ -249,10 +291,14 @@ private:
 
     template <typename Value>
     char* write(char* out, Value value) {
-        if constexpr (std::is_same_v<Value, double>)
+        if constexpr (std::is_same_v<Value, double>) {
             return doubles_->write(out, value);
-        else
+        } else if constexpr (std::is_same_v<Value, bool>) {
+            const std::string_view text = value ? "true" : "false";
+            return std::copy(text.begin(), text.end(), out);
+        } else {
             return write_number(out, value);
+        }
     }
 
     void append(const char* begin, const char* end) {
@@ -275,8 +321,6 @@ private:
         const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
         append(text.substr(0, text.find('\0')));
     }
-
-    void boolean(bool value) { ZUNXMLSaveContext_appendString(context_, value ? "true" : "false"); }
 
     template <bool Swapped>
     void long_double(const std::byte* bytes) {
@@ -335,6 +379,7 @@ private:
 
     DDS_PrintFormat* format_;
     ZUNXMLSaveContext* context_;
+    ElementRuns* runs_;
     DoubleTextCache* doubles_;
     TextStyle style_;
     ValueWriter* values_;
@@ -366,8 +411,8 @@ SamplePrinter::~SamplePrinter() = default;
 
 cdr::Findings SamplePrinter::print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
                                    std::span<const std::byte> payload, ValueWriter* values,
-                                   std::span<RowsText> rows) {
-    Printer printer(format, context, impl_->doubles, impl_->style, values, rows, impl_->row_levels);
+                                   std::span<RowsText> rows, ElementRuns* runs) {
+    Printer printer(format, context, impl_->doubles, impl_->style, values, rows, impl_->row_levels, runs);
     cdr::Findings findings = impl_->decoder.decode(payload, printer);
     findings.invalid_text = printer.met_invalid_text();
     return findings;

@@ -17,6 +17,7 @@
 #include "platform/cdr/View.hpp"
 #include "platform/cdr/Writer.hpp"
 #include "platform/printing/DDS_PrintFormat.hpp"
+#include "platform/printing/ElementRuns.hpp"
 #include "platform/printing/ValueText.hpp"
 #include "platform/xtypes/DynamicType.hpp"
 
@@ -38,6 +39,7 @@ public:
 struct RowsText {
     DDS_PrintFormat* format = nullptr;
     ZUNXMLSaveContext* context = nullptr;
+    ElementRuns* runs = nullptr;             ///< the format's, where it has them
     std::vector<std::uint32_t> inner = {};   ///< places of the sequences whose elements are in these elements
     std::vector<std::uint32_t> ends = {};    ///< length of the context behind each element
     std::vector<std::uint32_t> firsts = {};  ///< by element of the sequence around: its first element here
@@ -61,12 +63,13 @@ public:
     ///
     /// `payload`  the sample as recorded, encapsulation header included
     /// `values`   needed where the view shows files, stamps or durations
+    /// `runs`     the format's, where it has them; the text is the same with them
     /// `rows`     by place in the view's rows; where its elements are printed, behind what is there
     /// Throws     InputError with the offset in `payload` when it is no sample of the type; the callbacks
     ///            have then been called for a part of the sample
     cdr::Findings print(DDS_PrintFormat& format, ZUNXMLSaveContext& context,
                         std::span<const std::byte> payload, ValueWriter* values = nullptr,
-                        std::span<RowsText> rows = {});
+                        std::span<RowsText> rows = {}, ElementRuns* runs = nullptr);
 
 private:
     struct Impl;

@@ -48,8 +48,13 @@ TEST_P(RowFile, HasHeaderAndRows) {
     RowPrinter printer(property, schema::TypeCatalog().type_of("T", "omgidl", c.in.substr(0, type_end)));
 
     std::string out = printer.header() + "\n";
-    for (std::string line; std::getline(rest, line);)
-        out += printer.row(nlohmann::json::parse(line)) + "\n";
+    for (std::string line; std::getline(rest, line);) {
+        const nlohmann::json value = nlohmann::json::parse(line);
+        const std::string row = printer.row(value);
+        const ZUNXMLSaveContext in_runs = printer.print(value, UINT16_MAX, true);
+        EXPECT_EQ(row, std::string_view(in_runs.text, in_runs.length));
+        out += row + "\n";
+    }
     EXPECT_EQ(c.out, out);
 }
 INSTANTIATE_TEST_SUITE_P(, RowFile, testing::ValuesIn(load_cases("rows")), CaseName());

@@ -197,6 +197,12 @@ TEST_P(GeneratedRow, SaysWhatTheValueSays) {
             row += "," + cell;
         EXPECT_EQ(row, printer.row(value)) << header << "\n" << value;
         EXPECT_EQ(std::ranges::count(header, ','), std::ranges::count(row, ',')) << header;
+        for (const std::size_t capacity : {row.size() + 100, row.size(), row.size() / 2, std::size_t{0}}) {
+            const auto context = printer.print(value, static_cast<std::uint32_t>(capacity), true);
+            EXPECT_EQ(row.size(), context.length) << header << "\n" << value;
+            if (capacity < row.size()) continue;
+            EXPECT_EQ(row, std::string_view(context.text, row.size())) << header << "\n" << value;
+        }
     }
 }
 INSTANTIATE_TEST_SUITE_P(, GeneratedRow, testing::Range(0U, 300U));

@@ -35,7 +35,7 @@ class RowPrinter {
 public:
     RowPrinter(const tamber::utils::PrintFormatCsvProperty& property,
                const core::xtypes::DynamicTypeImpl& type)
-        : buffer_(1 << 16),
+        : buffer_(UINT16_MAX),
           type_(type),
           converter_(property, type, header_, buffer_),
           printer_(type, "sample") {}
@@ -44,10 +44,17 @@ public:
     std::string header() const { return header_.str().substr(0, header_.str().size() - 1); }
 
     std::string row(const nlohmann::json& value) {
-        ZUNXMLSaveContext context{.text = buffer_.data(),
-                                  .capacity = static_cast<std::uint32_t>(buffer_.size())};
-        printer_.print(*converter_.native(), context, sample_bytes(type_, value));
+        const ZUNXMLSaveContext context = print(value, UINT16_MAX, false);
         return {context.text, context.length};
+    }
+
+    /// The context behind the row, of which it holds `capacity` characters. `in_runs`: the format takes many
+    /// elements at once. Good until the next call.
+    ZUNXMLSaveContext print(const nlohmann::json& value, std::uint32_t capacity, bool in_runs) {
+        ZUNXMLSaveContext context{.text = buffer_.data(), .capacity = capacity};
+        printer_.print(*converter_.native(), context, sample_bytes(type_, value), nullptr, {},
+                       in_runs ? &converter_ : nullptr);
+        return context;
     }
 
 private:

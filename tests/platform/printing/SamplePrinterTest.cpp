@@ -513,19 +513,25 @@ TEST(SamplePrinter, TakesDamageForWhatItIsOnceAReadingIsProven) {
 }
 
 TEST(SamplePrinter, CountsTextBeyondTheCapacity) {
+    struct Plain final : printing::ElementRuns {
+        std::uint32_t take_plain_elements(std::uint32_t count) override { return count; }
+    } plain;
     const auto type = structure({{"a", float64}, {"t", text}, {"s", sequence_type(int32)}});
     const auto payload =
         bytes_of("00010000 000000000000e03f 05000000 612c2262 00 000000 02000000 01000000 02000000");
     SamplePrinter printer(type, "topic");
-    const std::string whole = print_json(printer, payload).text;
     DDS_PrintFormat format;
     DDS_PrintFormat_initialize(&format, 0);
-    for (std::uint32_t capacity = 0; capacity < 13; ++capacity) {
-        std::string room(capacity + 1, '#');
-        ZUNXMLSaveContext context{.text = room.data(), .capacity = capacity};
-        printer.print(format, context, payload);
-        EXPECT_EQ(std::string("0.5\"a,\"\"b\"12").size(), context.length);
-        EXPECT_EQ('#', room.back());
+    for (std::uint32_t capacity = 0; capacity < 80; ++capacity) {
+        for (const std::string whole : {"0.5\"a,\"\"b\"12", "0.5\"a,\"\"b\",1,2"}) {
+            std::string room(capacity + 40, '#');
+            ZUNXMLSaveContext context{.text = room.data(), .capacity = capacity};
+            printer.print(format, context, payload, nullptr, {}, whole.ends_with(",2") ? &plain : nullptr);
+            EXPECT_EQ(whole.size(), context.length);
+            EXPECT_EQ(std::string(40, '#'), room.substr(capacity));
+            if (context.length > capacity) continue;
+            EXPECT_EQ(whole, room.substr(0, context.length));
+        }
     }
 }
 
