@@ -3,9 +3,10 @@
 
 usage: tasks_test.py TOOL DATA TABLE
 
-Each line of TABLE has recordings, which are converted together, and options. They are planned as 1, 2 and 5 parts; each
-task is killed once on its way and done twice, the last task first.
+Each line of TABLE has recordings, which are converted together, and options. FILE@N is the file with its byte N changed.
+They are planned as 1, 2 and 5 parts; each task is killed once on its way and done twice, the last task first.
 """
+import itertools
 import pathlib
 import shlex
 import subprocess
@@ -49,6 +50,18 @@ def in_tasks(tool, data, folder, recordings, options, parts):
                        cwd=data)
 
 
+def recording_of(word, data, folder):
+    """The path that a word of the table stands for."""
+    name, _, position = word.partition("@")
+    if not position:
+        return name
+    content = bytearray((data / name).read_bytes())
+    content[int(position)] ^= 0xFF
+    damaged = folder / f"{position}_{pathlib.Path(name).name}"
+    damaged.write_bytes(content)
+    return str(damaged)
+
+
 def differences(tool, data, recordings, options, parts):
     with tempfile.TemporaryDirectory() as one, tempfile.TemporaryDirectory() as many:
         one, many = pathlib.Path(one), pathlib.Path(many)
@@ -69,10 +82,11 @@ def differences(tool, data, recordings, options, parts):
 def main(tool, data, table):
     lines = [line for line in pathlib.Path(table).read_text().splitlines() if not line.startswith("#")]
     wrong = 0
-    for line in lines:
-        recordings, options = line.split("\t")
-        for parts in (1, 2, 5):
-            for difference in differences(tool, data, recordings.split(), shlex.split(options), parts):
+    with tempfile.TemporaryDirectory() as damaged:
+        for line, parts in itertools.product(lines, (1, 2, 5)):
+            words, options = line.split("\t")
+            recordings = [recording_of(word, pathlib.Path(data), pathlib.Path(damaged)) for word in words.split()]
+            for difference in differences(tool, data, recordings, shlex.split(options), parts):
                 print(f"{line}, {parts} parts: {difference}")
                 wrong += 1
     sys.exit(wrong > 0 or not lines)
