@@ -26,11 +26,6 @@ CLI::Option* add_repeated(CLI::App& command, const std::string& name, const std:
     return command.add_option(name, values, help)->type_name(value_name)->allow_extra_args(false);
 }
 
-void read_limits_file(const std::string& path, convert::Settings& settings) {
-    if (!settings.limits) settings.limits.emplace();
-    convert::read_limits(path, *settings.limits);
-}
-
 /// The folders of AMENT_PREFIX_PATH that hold the definitions of installed packages.
 std::vector<fs::path> installed_definitions() {
     const char* const variable = std::getenv("AMENT_PREFIX_PATH");
@@ -79,8 +74,8 @@ void check_span(const Request& request) {
         throw CLI::ValidationError("--end", "the end is before the start");
 }
 
-void add_recordings(CLI::App& command, Request& request, const std::string& what) {
-    command
+CLI::Option* add_recordings(CLI::App& command, Request& request, const std::string& what) {
+    return command
         .add_option("RECORDING", request.recordings,
                     what + ": MCAP or rosbag2 files, bag folders, or folders of them; - for standard input")
         ->required();
@@ -220,7 +215,7 @@ void add_limits(CLI::App& command, Request& request) {
         "and [3] mean indices; of several the most specific wins")
         ->group(group);
     add_parsed(
-        command, "--limits", "FILE", [&](const auto& path) { read_limits_file(path, settings); },
+        command, "--limits", "FILE", [&](const auto& path) { request.limits_files.push_back(path); },
         "element columns as 'dds2csv fit' wrote them, instead of measuring; of several files the longest "
         "count")
         ->group(group);
@@ -235,6 +230,18 @@ void add_limits(CLI::App& command, Request& request) {
         ->type_name("N")
         ->capture_default_str()
         ->group(group);
+}
+
+void read_limits_files(Request& request) {
+    std::optional<convert::LimitsByTopic>& limits = request.settings.limits;
+    for (const std::string& path : request.limits_files) {
+        if (!limits) limits.emplace();
+        try {
+            convert::read_limits(path, *limits);
+        } catch (const std::exception& problem) {
+            throw CLI::ValidationError("--limits", problem.what());
+        }
+    }
 }
 
 std::unique_ptr<convert::Conversion> make_conversion(const Request& request,

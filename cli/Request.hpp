@@ -19,12 +19,13 @@ struct Request {
     std::vector<std::string> recordings = {};
     std::vector<std::string> types = {};  ///< folders and recordings with definitions
     bool standard_types = true;           ///< those built in serve where no other definition is
+    std::vector<std::string> limits_files = {};
     input::Links links = {.advice = "--follow reads it"};
     convert::Settings settings = {};
 };
 
-/// RECORDING...; `what` says what becomes of them.
-void add_recordings(CLI::App& command, Request& request, const std::string& what);
+/// RECORDING..., required; `what` says what becomes of them.
+CLI::Option* add_recordings(CLI::App& command, Request& request, const std::string& what);
 /// Throws CLI::ValidationError when the end of the time span is before its start.
 void check_span(const Request& request);
 /// --topics, --exclude.
@@ -41,6 +42,8 @@ void add_columns_choice(CLI::App& command, Request& request);
 void add_column_names(CLI::App& command, Request& request);
 /// --limit, --limits, --no-fit, --max-columns.
 void add_limits(CLI::App& command, Request& request);
+/// Puts what the files of --limits say into the settings. Throws CLI::ValidationError for one that is none.
+void read_limits_files(Request& request);
 
 /// A string option that is read by `read`, whose std::invalid_argument becomes wrong usage. May be repeated.
 CLI::Option* add_parsed(CLI::App& command, const std::string& name, const std::string& value_name,

@@ -53,6 +53,7 @@ void add_columns(CLI::App& app, Action& action) {
     add_limits(command, *request);
     add_reading(command, *request);
     command.callback([request, &command, &action] {
+        read_limits_files(*request);
         apply_preset(command);
         action = [request] { return list_columns(*request); };
     });

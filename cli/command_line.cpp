@@ -114,6 +114,8 @@ std::unique_ptr<CLI::App> make_command_line(Action& action) {
     add_info(*app, action);
     add_columns(*app, action);
     add_fit(*app, action);
+    add_plan(*app, action);
+    add_join(*app, action);
     add_types(*app, action);
     add_help(*app, action);
     return app;

@@ -27,6 +27,8 @@ void add_convert(CLI::App& app, Action& action);
 void add_info(CLI::App& app, Action& action);
 void add_columns(CLI::App& app, Action& action);
 void add_fit(CLI::App& app, Action& action);
+void add_plan(CLI::App& app, Action& action);
+void add_join(CLI::App& app, Action& action);
 void add_types(CLI::App& app, Action& action);
 void add_help(CLI::App& app, Action& action);
 

@@ -7,6 +7,7 @@
 #include "cli/commands.hpp"
 #include "cli/find_recordings.hpp"
 #include "cli/options.hpp"
+#include "cli/tasks.hpp"
 #include "convert/Conversion.hpp"
 #include "platform/error/TextStream.hpp"
 
@@ -33,15 +34,23 @@ void add_fit(CLI::App& app, Action& action) {
     CLI::App& command =
         *app.add_subcommand("fit", "Learns the longest length of every sequence, for convert --limits");
     const auto request = std::make_shared<Request>();
+    const auto task = std::make_shared<TaskRequest>();
     command.footer(
         "Example: dds2csv fit monday.mcap tuesday.mcap > limits.yaml\n"
         "         dds2csv convert wednesday.mcap --limits limits.yaml\n\n"
         "Recordings that are converted with the same limits have the same columns.");
-    add_recordings(command, *request, "what to learn from");
+    CLI::Option* const recordings = add_recordings(command, *request, "what to learn from")->required(false);
+    add_task(command, *task);
     add_choice_of_messages(command, *request);
     add_columns_choice(command, *request);
     add_reading(command, *request);
-    command.callback([request, &action] {
+    command.callback([=, &command, &action] {
+        if (!task->plan_file.empty()) {
+            refuse_beside_plan(command, {"--jobs"});
+            action = [=] { return measure_task(*task, *request); };
+            return;
+        }
+        if (recordings->empty()) throw CLI::RequiredError("RECORDING");
         check_span(*request);
         action = [request] { return learn_limits(*request); };
     });

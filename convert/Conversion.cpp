@@ -1,6 +1,8 @@
 #include "convert/Conversion.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <stdexcept>
 #include <system_error>
 #include <unistd.h>
 
@@ -194,6 +196,12 @@ void tell_spans_missed(Report& report) {
                                 recording.first + " to " + recording.last});
 }
 
+/// The groups of a run's topics, as its plan has them.
+const std::vector<std::size_t>& groups_for(const RecordingRun& run, const std::vector<std::size_t>& groups) {
+    if (groups.size() == run.topics().size()) return groups;
+    throw std::runtime_error("a recording has other topics than when the plan was made");
+}
+
 Reason rule_note(const LimitRule& rule, const std::string& lost_to) {
     const std::string why = lost_to.empty() ? "it matches no sequence"
                                             : in_quotes(lost_to) + " goes before it for all its fields";
@@ -220,13 +228,14 @@ Watch Conversion::watch_of(std::size_t index) const {
     return {show, watch_.stop};
 }
 
-std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report) {
+std::unique_ptr<RecordingRun> Conversion::open(std::size_t index, RecordingReport& report,
+                                               const input::Stretch& stretch) {
     const Recording& recording = recordings_[index];
     report = {.name = recording.name, .folder = recording.folder.string()};
     try {
-        auto run =
-            std::make_unique<RecordingRun>(recording, types_, settings_, watch_of(index),
-                                           kept_batches_bytes / std::min(recordings_.size(), most_kept_runs));
+        auto run = std::make_unique<RecordingRun>(
+            recording, types_, settings_, watch_of(index),
+            kept_batches_bytes / std::min(recordings_.size(), most_kept_runs), stretch);
         add_names(run->stream());
         outcomes_.add(run->outcomes());
         set_span(report, run->stream().summary());
@@ -259,7 +268,7 @@ void Conversion::prepare(Report& report) {
         if (!run) continue;
         if (!settings_.overwrite && !settings_.dry_run && !settings_.to_stdout)
             refuse_existing(recordings_[i].folder, files_of(run->topics()), *run);
-        measure(*run);
+        measure(i, *run);
         const bool costs_nothing = kept < most_kept_runs && !run->stream().holds_disk_space();
         if (recordings_.size() > 1 && !costs_nothing) continue;
         kept_runs_[i] = std::move(run);
@@ -268,8 +277,19 @@ void Conversion::prepare(Report& report) {
     check_choices();
 }
 
-void Conversion::measure(RecordingRun& run) {
+void Conversion::measure(std::size_t index, RecordingRun& run) {
     if (!settings_.fit) return;
+    if (done_) {
+        const std::vector<std::size_t>& groups = groups_for(run, done_->groups.at(index));
+        for (std::size_t i = 0; i < groups.size(); ++i) {
+            const auto lengths = done_->measured.lengths.find(groups[i]);
+            if (lengths == done_->measured.lengths.end()) continue;
+            lengths_[run.topics()[i].identity] = lengths->second;
+            spreads_[run.topics()[i].identity] = done_->measured.spreads.at(groups[i]);
+        }
+        lengths_are_sure_ = done_->measured.whole;
+        return;
+    }
     const Measured measured = run.measure(lengths_, [&](const Topic& topic) {
         return !settings_.limits || !names_all(*settings_.limits, topic);
     });
@@ -314,12 +334,11 @@ Limits Conversion::limits_of(Topic& topic, TopicReport& report) {
     return limits;
 }
 
-void Conversion::convert(std::size_t index, RecordingReport& report) {
-    auto run = kept_runs_[index] ? std::move(kept_runs_[index]) : open(index, report);
-    if (!run) return;
+/// By topic; adds the topics to `report`.
+std::vector<Limits> Conversion::limits_of(RecordingRun& run, RecordingReport& report) {
     std::vector<Limits> limits;
     std::vector<std::string> left_out;
-    for (Topic& topic : run->topics()) {
+    for (Topic& topic : run.topics()) {
         TopicReport& entry = report.topics.emplace_back(TopicReport{topic.name, topic.type_name});
         entry.messages = topic.message_count;
         limits.push_back(topic.accepted() != nullptr ? limits_of(topic, entry) : Limits());
@@ -332,13 +351,22 @@ void Conversion::convert(std::size_t index, RecordingReport& report) {
         }
     }
     if (!left_out.empty()) report.hints.push_back(left_out_note(left_out));
+    return limits;
+}
+
+void Conversion::convert(std::size_t index, RecordingReport& report) {
+    auto run = kept_runs_[index] ? std::move(kept_runs_[index]) : open(index, report);
+    if (!run) return;
+    const std::vector<Limits> limits = limits_of(*run, report);
     const std::unique_ptr<Output> output = make_output(index, *run);
+    const std::vector<TaskPart>* const parts =
+        done_ && !done_->parts.empty() ? &done_->parts[index] : nullptr;
     const auto settle_all = [&] {
         for (std::size_t i = 0; i < limits.size(); ++i)
             settle_cuts(report.topics[i], limits[i], settings_.most_columns);
     };
     try {
-        run->convert(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), *output, report);
+        run->convert(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), *output, report, parts);
         if (settings_.sidecars) write_sidecars(*run, limits, *output, report);
         output->finish();
     } catch (...) {
@@ -530,13 +558,101 @@ LimitsByTopic Conversion::measure(Report& report) {
     return by_name;
 }
 
+void Conversion::plan_tasks(Plan& plan, const PartSize& part_size, Report& report) {
+    report.recordings.resize(recordings_.size());
+    std::map<std::string, std::size_t> groups;  // by identity
+    struct Opened {
+        std::size_t index;
+        std::vector<input::Extent> extents;
+        std::uint64_t bytes;
+        input::Time first;
+    };
+    std::vector<Opened> all;
+    for (std::size_t i = 0; i < recordings_.size(); ++i) {
+        const auto run = open(i, report.recordings[i]);
+        if (!run) continue;
+        for (const Topic& topic : run->topics())
+            plan.recordings[i].groups.push_back(
+                groups.try_emplace(topic.identity, groups.size()).first->second);
+        Opened& opened = all.emplace_back(Opened{i, run->extents(), 0, {}});
+        opened.first = run->stream().summary().first.value_or(input::Time());
+        for (const input::Extent& extent : opened.extents)
+            opened.bytes += extent.bytes;
+        report.recordings[i].finished = true;
+    }
+    check_choices();
+    std::uint64_t bytes = 0;
+    for (const Opened& opened : all)
+        bytes += opened.bytes;
+    const double part_bytes = part_size(bytes);
+    for (Opened& opened : all) {
+        const auto parts =
+            static_cast<std::size_t>(std::llround(static_cast<double>(opened.bytes) / part_bytes));
+        for (Task& task : cut_into_tasks(std::move(opened.extents), std::max<std::size_t>(parts, 1),
+                                         opened.first, settings_.every.interval_ns)) {
+            task.recording = opened.index;
+            plan.tasks.push_back(task);
+        }
+    }
+}
+
+std::unique_ptr<RecordingRun> Conversion::open_task(const Plan& plan, std::size_t number,
+                                                    RecordingReport& report) {
+    const Task& task = plan.tasks.at(number - 1);
+    auto run = open(task.recording, report, task.stretch);
+    if (!run) throw std::runtime_error(report.name + ": " + report.failure->text.spelled(setting_and_value));
+    groups_for(*run, plan.recordings[task.recording].groups);
+    return run;
+}
+
+Measurement Conversion::measure_task(const Plan& plan, std::size_t number) {
+    RecordingReport report;
+    const auto run = open_task(plan, number, report);
+    const std::vector<std::size_t>& groups = plan.recordings[plan.tasks[number - 1].recording].groups;
+    if (settings_.fit) measure(0, *run);
+    Measurement measured{.whole = lengths_are_sure_};
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        const auto lengths = lengths_.find(run->topics()[i].identity);
+        if (lengths == lengths_.end()) continue;
+        measured.lengths[groups[i]] = lengths->second;
+        measured.spreads[groups[i]] = spreads_[lengths->first];
+    }
+    return measured;
+}
+
+TaskPart Conversion::make_part(const Plan& plan, std::size_t number, const std::filesystem::path& folder) {
+    RecordingReport report;
+    const auto run = open_task(plan, number, report);
+    measure(plan.tasks[number - 1].recording, *run);
+    const std::vector<Limits> limits = limits_of(*run, report);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < limits.size(); ++i)
+        names.push_back(rows_file(i));
+    OutputFiles output(folder, names, {}, true);
+    TaskPart part =
+        run->make_part(limits, lengths_are_sure_ ? lengths_ : TopicLengths(), output, std::move(report));
+    output.finish();
+    part.folder = folder;
+    return part;
+}
+
+void Conversion::take(const Plan& plan, const Measurement& measured, std::vector<TaskPart> parts) {
+    done_.emplace(Done{{}, measured, {}});
+    for (const PlannedRecording& recording : plan.recordings)
+        done_->groups.push_back(recording.groups);
+    if (parts.empty()) return;
+    done_->parts.resize(plan.recordings.size());
+    for (std::size_t i = 0; i < parts.size(); ++i)
+        done_->parts[plan.tasks[i].recording].push_back(std::move(parts[i]));
+}
+
 Limits Conversion::plan(const std::string& name) {
     std::optional<Topic> found;
     for (std::size_t i = 0; i < recordings_.size(); ++i) {
         RecordingRun run(recordings_[i], types_, settings_, watch_of(i), 0);
         add_names(run.stream());
         outcomes_.add(run.outcomes());
-        measure(run);
+        measure(i, run);
         for (const Topic& topic : run.topics())
             if (topic.name == name && (!found || found->refusal() != nullptr)) found = topic;
     }

@@ -7,8 +7,10 @@
 #ifndef ZUN_CONVERT_CONVERSION_HPP
 #define ZUN_CONVERT_CONVERSION_HPP
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,6 +18,9 @@
 #include "convert/Settings.hpp"
 #include "convert/passes/RecordingRun.hpp"
 #include "convert/report/Report.hpp"
+#include "convert/tasks/Measurement.hpp"
+#include "convert/tasks/Plan.hpp"
+#include "convert/tasks/TaskPart.hpp"
 #include "schema/TypeCatalog.hpp"
 
 namespace zun::convert {
@@ -55,7 +60,22 @@ public:
 
     /// Recording `index` with its topics, of which nothing is measured yet; null, with the reason in
     /// `report`, when it cannot be opened or has no wanted topic.
-    std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report);
+    std::unique_ptr<RecordingRun> open(std::size_t index, RecordingReport& report,
+                                       const input::Stretch& stretch = {});
+
+    /// Bytes of a task, by those of all recordings.
+    using PartSize = std::function<double(std::uint64_t)>;
+    /// Adds the groups of topics to the recordings of `plan`, which are those of the conversion, and the
+    /// tasks, at least one for each recording that can be opened. Failures go into `report`.
+    void plan_tasks(Plan& plan, const PartSize& part_size, Report& report);
+    /// Measures what task `number` (from 1) of `plan` reads. Throws std::runtime_error when its recording
+    /// cannot be opened or is another than it was.
+    Measurement measure_task(const Plan& plan, std::size_t number);
+    /// Makes the rows of a task, in files of `folder`, which are there once this returns. Throws likewise.
+    TaskPart make_part(const Plan& plan, std::size_t number, const std::filesystem::path& folder);
+    /// Lets run() take lengths from `measured` instead of measuring, where there are any, and rows from
+    /// `parts`, which are those of all tasks of `plan`.
+    void take(const Plan& plan, const Measurement& measured, std::vector<TaskPart> parts);
     /// What was asked for and is in no recording that was opened, and which rules had no effect.
     void add_notes(Report& report) const;
 
@@ -68,7 +88,9 @@ private:
     void add_unused(Advice::Setting setting, const FieldRule& rule, std::vector<Reason>& unused) const;
     void check_choices() const;
     void prepare(Report& report);
-    void measure(RecordingRun& run);
+    void measure(std::size_t index, RecordingRun& run);
+    std::unique_ptr<RecordingRun> open_task(const Plan& plan, std::size_t number, RecordingReport& report);
+    std::vector<Limits> limits_of(RecordingRun& run, RecordingReport& report);
     void convert(std::size_t index, RecordingReport& report);
     std::vector<std::string> files_of(const std::vector<Topic>& topics) const;
     std::unique_ptr<Output> make_output(std::size_t index, const RecordingRun& run) const;
@@ -88,6 +110,13 @@ private:
     bool lengths_are_sure_ = true;            // no message was missed when they were measured
     std::vector<RuleOutcome> rule_outcomes_;  // by rule
     ChoiceOutcomes outcomes_;                 // of all topics that were met
+    /// What tasks have done.
+    struct Done {
+        std::vector<std::vector<std::size_t>> groups;  // by recording and topic
+        Measurement measured;
+        std::vector<std::vector<TaskPart>> parts;  // by recording
+    };
+    std::optional<Done> done_;
     /// By recording, with the batches that they have kept; null where it is opened again.
     std::vector<std::unique_ptr<RecordingRun>> kept_runs_;
 };

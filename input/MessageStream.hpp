@@ -74,11 +74,26 @@ public:
     virtual bool is_costly() const { return true; }
 };
 
+/// A stretch of a stream, in its order. Stretches that adjoin have together what the whole has, every message
+/// once; damage that reaches into several of them is told by each.
+struct Stretch {
+    std::optional<Time> from = {};  ///< the place of the first message of this time; the beginning when unset
+    std::optional<Time> until = {};  ///< up to, not including, that place; the end when unset
+};
+
 /// What next_batch() delivers of a stream.
 struct Selection {
     std::vector<bool> channels = {};  ///< by index; all when empty
     std::optional<Time> start = {};   ///< log times from here on
     std::optional<Time> end = {};     ///< log times before this
+    Stretch stretch = {};             ///< of what the above leaves
+};
+
+/// Messages that are best read together, as an index describes them.
+struct Extent {
+    Time first;  ///< log times
+    Time last;
+    std::uint64_t bytes = 0;  ///< that reading them takes
 };
 
 struct ChannelSummary {
@@ -108,6 +123,9 @@ public:
     virtual std::span<const Problem> problems() const = 0;
     /// Whether it takes up disk space while it is open, for files that were compressed as a whole.
     virtual bool holds_disk_space() const { return false; }
+    /// Where in time the bytes of `selection` lie, as far as an index says it without a look at the messages'
+    /// data; empty where none does. Ends a pass. Throws as next_batch() does.
+    virtual std::vector<Extent> extents(const Selection&) { return {}; }
     /// Goes to the first batch of `selection`; again for another pass.
     virtual void start(const Selection& selection) = 0;
     /// Null at the end. Throws InputError or std::system_error when the source cannot be read on.

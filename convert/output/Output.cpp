@@ -78,6 +78,13 @@ void OutputFiles::write(std::size_t topic, std::string_view text) {
         flush(other);
 }
 
+void OutputFiles::append(std::size_t topic, const std::filesystem::path& from) {
+    File& file = *current_[topic];
+    flush(file);
+    open(file);
+    copy_file(from, file.descriptor, file.path.string());
+}
+
 void OutputFiles::begin_file(std::size_t topic, const std::string& name) {
     flush(*current_[topic]);
     close(*current_[topic]);
@@ -182,6 +189,10 @@ void OutputFiles::close(File& file) {
 
 void OutputStream::write(std::size_t, std::string_view text) {
     write_all(descriptor_, text, name_);
+}
+
+void OutputStream::append(std::size_t, const std::filesystem::path& from) {
+    copy_file(from, descriptor_, name_);
 }
 
 void OutputStream::write_blob(std::size_t, const std::string& name, std::span<const std::byte>) {

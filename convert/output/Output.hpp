@@ -26,6 +26,8 @@ public:
     virtual ~Output() = default;
     /// Appends to the text of `topic`. Throws std::system_error, naming the file, when it cannot.
     virtual void write(std::size_t topic, std::string_view text) = 0;
+    /// Appends what a file holds, as write() does. Throws likewise.
+    virtual void append(std::size_t topic, const std::filesystem::path& from) = 0;
     /// Makes a file of its own in a folder for blobs. From any thread, while others write(). Throws likewise.
     virtual void write_blob(std::size_t folder, const std::string& name,
                             std::span<const std::byte> bytes) = 0;
@@ -52,6 +54,7 @@ public:
     OutputFiles& operator=(const OutputFiles&) = delete;
 
     void write(std::size_t topic, std::string_view text) override;
+    void append(std::size_t topic, const std::filesystem::path& from) override;
     void write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) override;
     void begin_file(std::size_t topic, const std::string& name) override;
     void finish() override;
@@ -98,6 +101,7 @@ public:
     /// `name`  what errors call it
     OutputStream(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
     void write(std::size_t topic, std::string_view text) override;
+    void append(std::size_t topic, const std::filesystem::path& from) override;
     /// There is no place for them: throws std::logic_error.
     void write_blob(std::size_t folder, const std::string& name, std::span<const std::byte> bytes) override;
     void begin_file(std::size_t, const std::string&) override {}
@@ -112,6 +116,7 @@ private:
 class OutputNothing : public Output {
 public:
     void write(std::size_t, std::string_view) override {}
+    void append(std::size_t, const std::filesystem::path&) override {}
     void write_blob(std::size_t, const std::string&, std::span<const std::byte>) override {}
     void begin_file(std::size_t, const std::string&) override {}
     void finish() override {}

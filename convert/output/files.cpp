@@ -3,9 +3,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <memory>
 #include <random>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace zun::convert {
 
@@ -19,6 +21,24 @@ void write_all(int descriptor, std::string_view text, const std::string& name) {
         // A signal, or a pipe that takes less than all, only means to go on.
         if (written < 0 && errno != EINTR) throw_errno("cannot write", name);
         if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+void copy_file(const std::filesystem::path& from, int descriptor, const std::string& name) {
+    const int source = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    if (source < 0) throw_errno("cannot read", from.string());
+    const std::unique_ptr<const int, void (*)(const int*)> owner(&source,
+                                                                 [](const int* file) { ::close(*file); });
+    constexpr std::size_t most_bytes = std::size_t{1} << 30U;
+    ssize_t copied = 1;
+    while (copied > 0)
+        copied = ::copy_file_range(source, nullptr, descriptor, nullptr, most_bytes, 0);
+    if (copied == 0) return;
+    // Between these files it cannot: the rest goes through memory.
+    std::vector<char> block(std::size_t{1} << 20U);
+    while ((copied = ::read(source, block.data(), block.size())) != 0) {
+        if (copied < 0 && errno != EINTR) throw_errno("cannot read", from.string());
+        if (copied > 0) write_all(descriptor, {block.data(), static_cast<std::size_t>(copied)}, name);
     }
 }
 

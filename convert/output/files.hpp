@@ -15,6 +15,9 @@ namespace zun::convert {
 /// `name` is the file's, in errors.
 void write_all(int descriptor, std::string_view text, const std::string& name);
 
+/// Appends what the file `from` holds; the system copies it where it can. `name` is as above.
+void copy_file(const std::filesystem::path& from, int descriptor, const std::string& name);
+
 /// `path` with an end that is likely no other process's: ".1f0c33d2.part".
 std::filesystem::path part_name(const std::filesystem::path& path);
 

@@ -1,11 +1,13 @@
 #include "convert/passes/RecordingRun.hpp"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "convert/passes/LengthPass.hpp"
 #include "convert/passes/RowPass.hpp"
 #include "convert/passes/pipeline.hpp"
 #include "convert/plan/type_walk.hpp"
+#include "convert/tasks/json.hpp"
 
 namespace zun::convert {
 
@@ -66,10 +68,34 @@ std::vector<std::string> files_of_all(const input::MessageStream& stream, const 
     return files;
 }
 
+std::vector<std::string> digests_of(std::vector<std::string> headers) {
+    for (std::string& header : headers)
+        if (!header.empty()) header = digest_of(header);
+    return headers;
+}
+
+/// Puts the rows of all parts into the files, and what they met into `report`.
+Met join(const std::vector<TaskPart>& parts, const std::vector<std::string>& headers, Output& output,
+         RecordingReport& report, const RowPass::Tell& tell) {
+    for (const TaskPart& part : parts)
+        if (part.headers != headers)
+            throw std::runtime_error("'" + part.folder.string() + "' has other topics or columns than '" +
+                                     report.name + "' has now: the types that are known differ");
+    Met met;
+    std::vector<input::Problem> problems;
+    const std::size_t count = add_parts(parts, report, problems, met);
+    for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t topic = 0; topic < headers.size(); ++topic)
+            if (parts[i].topics[topic].bytes > 0) output.append(topic, parts[i].folder / rows_file(topic));
+    for (const input::Problem& problem : problems)
+        tell(problem);
+    return met;
+}
+
 }  // namespace
 
 RecordingRun::RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
-                           std::size_t kept_bytes)
+                           std::size_t kept_bytes, const input::Stretch& stretch)
     : settings_(settings),
       watch_(std::move(watch)),
       stream_(recording.open()),
@@ -80,10 +106,10 @@ RecordingRun::RecordingRun(const Recording& recording, Types& types, const Setti
                                                                 : std::vector<std::string>()),
       blob_folders_(name_blob_folders(topics_)),
       companion_names_(files_of_all(*stream_, topics_)),
-      batches_(*stream_, selection(), kept_bytes) {}
+      batches_(*stream_, selection(stretch), kept_bytes) {}
 
-input::Selection RecordingRun::selection() const {
-    input::Selection selection;
+input::Selection RecordingRun::selection(const input::Stretch& stretch) const {
+    input::Selection selection{.stretch = stretch};
     selection.channels.resize(stream_->channels().size());
     for (const Topic& topic : topics_)
         for (const std::uint32_t channel : topic.channels)
@@ -118,34 +144,56 @@ Measured RecordingRun::measure(TopicLengths& lengths, const std::function<bool(c
     return {measuring.whole() && !batches_.cut(), pass.total(), pass.done(), measuring.spreads()};
 }
 
-void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
-                           RecordingReport& report) {
-    for (const input::Problem& problem : stream_->problems())
-        add_problem(report, problem, settings_.strict);
-    const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
+Met RecordingRun::make_rows(RowPass& converting) {
     Pass pass = make_pass("converting");
-    const TimeStyle times(settings_.time_format, stream_->summary().first.value_or(input::Time()));
-    RowPass converting(topics_, settings_, times, limits, lengths, companion_names_, output, report);
-    converting.write_headers();
     batches_.start();
     run_steps(settings_.jobs, [&] {
         SourceBatch batch = batches_.next();
         return batch.batch ? converting.step(pass, std::move(batch)) : nullptr;
     });
-    report.messages_wanted = pass.total();
-    report.messages_met = pass.done();
-    if (batches_.cut()) add_problem(report, *batches_.cut(), settings_.strict);
-    count_missing(report, pass, report.messages_lost - lost_before);
+    Met met{.all = pass.done(), .cut = batches_.cut()};
+    for (std::size_t i = 0; i < topics_.size(); ++i)
+        met.messages.push_back(pass.seen(i));
+    return met;
+}
+
+void RecordingRun::convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
+                           RecordingReport& report, const std::vector<TaskPart>* parts) {
+    const auto tell = [&](const input::Problem& problem) { add_problem(report, problem, settings_.strict); };
+    for (const input::Problem& problem : stream_->problems())
+        tell(problem);
+    const std::uint64_t lost_before = report.messages_lost;  // which no topic counts
+    const TimeStyle times(settings_.time_format, stream_->summary().first.value_or(input::Time()));
+    RowPass converting(topics_, settings_, times, limits, lengths, companion_names_, output, report, tell);
+    converting.write_headers();
+    const Met met = parts != nullptr ? join(*parts, digests_of(converting.headers()), output, report, tell)
+                                     : make_rows(converting);
+    report.messages_wanted = make_pass("").total();
+    report.messages_met = met.all;
+    if (met.cut) tell(*met.cut);
+    count_missing(report, met, report.messages_lost - lost_before);
+}
+
+TaskPart RecordingRun::make_part(const std::vector<Limits>& limits, const TopicLengths& lengths,
+                                 Output& output, RecordingReport report) {
+    TaskPart part;
+    const TimeStyle times(settings_.time_format, stream_->summary().first.value_or(input::Time()));
+    RowPass converting(topics_, settings_, times, limits, lengths, companion_names_, output, report,
+                       [&](const input::Problem& problem) { part.problems.push_back(problem); });
+    part.headers = digests_of(converting.headers());
+    part.met = make_rows(converting);
+    part.topics = std::move(report.topics);
+    return part;
 }
 
 /// The messages that the recording counts and that neither were met nor are among the `lost` of this pass.
-void RecordingRun::count_missing(RecordingReport& report, const Pass& pass, std::uint64_t lost) const {
+void RecordingRun::count_missing(RecordingReport& report, const Met& met, std::uint64_t lost) const {
     if (settings_.start || settings_.end) return;
     std::uint64_t missing = 0;
     for (std::size_t i = 0; i < topics_.size(); ++i) {
         if (topics_[i].accepted() == nullptr) continue;
         const std::uint64_t counted = topics_[i].message_count;
-        missing += counted > pass.seen(i) ? counted - pass.seen(i) : 0;
+        missing += counted > met.messages[i] ? counted - met.messages[i] : 0;
     }
     report.messages_missing = missing > lost ? missing - lost : 0;
 }

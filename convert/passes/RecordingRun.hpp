@@ -22,6 +22,7 @@
 #include "convert/plan/file_names.hpp"
 #include "convert/plan/outliers.hpp"
 #include "convert/report/Report.hpp"
+#include "convert/tasks/TaskPart.hpp"
 
 namespace zun::convert {
 
@@ -36,13 +37,16 @@ struct Measured {
     TopicSpreads spreads = {};
 };
 
+class RowPass;
+
 class RecordingRun {
 public:
     /// Opens `recording` and finds its topics. `settings` must outlive the run.
     ///
     /// `kept_bytes`  of batches that the run may keep from the first pass for the second
+    /// `stretch`     of what the settings ask for, that passes read
     RecordingRun(const Recording& recording, Types& types, const Settings& settings, Watch watch,
-                 std::size_t kept_bytes);
+                 std::size_t kept_bytes, const input::Stretch& stretch = {});
 
     const input::MessageStream& stream() const { return *stream_; }
     std::vector<Topic>& topics() { return topics_; }
@@ -67,13 +71,23 @@ public:
     /// `limits`   by topic
     /// `lengths`  the longest there are, of the topics where they are known for sure
     /// `report`   its topics are those of the run
+    /// `parts`    that have the rows, which are made where it is null. Throws std::runtime_error where one
+    ///            has other columns
     void convert(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
-                 RecordingReport& report);
+                 RecordingReport& report, const std::vector<TaskPart>* parts = nullptr);
+
+    /// Writes the rows of the stretch, without headers. The part's place and lengths are left to the caller.
+    TaskPart make_part(const std::vector<Limits>& limits, const TopicLengths& lengths, Output& output,
+                       RecordingReport report);
+
+    /// Where in time the bytes are that a pass reads.
+    std::vector<input::Extent> extents() { return stream_->extents(selection({})); }
 
 private:
-    input::Selection selection() const;
+    input::Selection selection(const input::Stretch& stretch) const;
     Pass make_pass(std::string activity) const;
-    void count_missing(RecordingReport& report, const Pass& pass, std::uint64_t lost) const;
+    Met make_rows(RowPass& converting);
+    void count_missing(RecordingReport& report, const Met& met, std::uint64_t lost) const;
 
     const Settings& settings_;
     Watch watch_;

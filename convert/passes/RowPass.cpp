@@ -137,7 +137,7 @@ public:
             make_rows();
         }
         for (const input::Problem& problem : batch()->problems())
-            add_problem(all_.report_, problem, all_.settings_.strict);
+            all_.tell_(problem);
         pass().advance(batch()->messages().size());
     }
 
@@ -185,8 +185,13 @@ private:
 
 RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings, const TimeStyle& times,
                  const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
-                 const CompanionNames& names, Output& output, RecordingReport& report)
-    : settings_(settings), names_(names), output_(output), report_(report), work_(topics.size()) {
+                 const CompanionNames& names, Output& output, RecordingReport& report, Tell tell)
+    : settings_(settings),
+      names_(names),
+      output_(output),
+      report_(report),
+      tell_(std::move(tell)),
+      work_(topics.size()) {
     for (std::size_t i = 0; i < topics.size(); ++i) {
         if (topics[i].accepted() == nullptr) continue;
         const auto known = lengths.find(topics[i].identity);
@@ -199,6 +204,13 @@ RowPass::RowPass(const std::vector<Topic>& topics, const Settings& settings, con
 void RowPass::write_headers() {
     for (std::size_t i = 0; i < work_.size(); ++i)
         if (work_[i].rows) write_header(i);
+}
+
+std::vector<std::string> RowPass::headers() {
+    std::vector<std::string> headers;
+    for (Work& work : work_)
+        headers.push_back(work.rows ? work.rows->header() : "");
+    return headers;
 }
 
 void RowPass::write_header(std::size_t topic) {

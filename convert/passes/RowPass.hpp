@@ -4,6 +4,7 @@
 #define ZUN_CONVERT_PASSES_ROW_PASS_HPP
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -53,16 +54,21 @@ void add_problem(RecordingReport& report, const input::Problem& problem, bool st
 
 class RowPass {
 public:
+    /// What becomes of damage that is met; called in order.
+    using Tell = std::function<void(const input::Problem&)>;
+
     /// All must outlive this.
     ///
     /// `limits`  by topic
     /// `report`  its topics are `topics`
     RowPass(const std::vector<Topic>& topics, const Settings& settings, const TimeStyle& times,
             const std::vector<Limits>& limits, const std::map<std::string, Lengths>& lengths,
-            const CompanionNames& names, Output& output, RecordingReport& report);
+            const CompanionNames& names, Output& output, RecordingReport& report, Tell tell);
 
     /// Writes the header of every topic that has a file.
     void write_headers();
+    /// By topic; empty where it has no file.
+    std::vector<std::string> headers();
     std::unique_ptr<Step> step(Pass& pass, SourceBatch batch);
 
 private:
@@ -84,6 +90,7 @@ private:
     const CompanionNames& names_;
     Output& output_;
     RecordingReport& report_;
+    Tell tell_;
     std::deque<Work> work_;  // by topic
 };
 

@@ -239,9 +239,32 @@ void MergedStream::start(const Selection& selection) {
     filter_ = std::make_shared<ProblemFilter>();
 }
 
+std::vector<Extent> MergedStream::extents(const Selection& selection) {
+    start(selection);
+    std::vector<Extent> extents;
+    for (const Source& source : sources_) {
+        const std::shared_ptr<MessageStream> stream =
+            source.stream ? source.stream : open_file_(source.part.file);
+        const std::vector<Extent> more = stream->extents(selection_of(source));
+        extents.insert(extents.end(), more.begin(), more.end());
+    }
+    return extents;
+}
+
+/// That of this stream in the source's own channels.
+Selection MergedStream::selection_of(const Source& source) const {
+    Selection selection{.start = selection_.start, .end = selection_.end, .stretch = selection_.stretch};
+    for (const std::uint32_t channel : *source.channels)
+        selection.channels.push_back(selection_.channels[channel]);
+    return selection;
+}
+
 void MergedStream::enter_interval(const Interval& interval) {
-    const bool before = selection_.start && *selection_.start >= interval.end;
-    const bool after = selection_.end && *selection_.end <= interval.begin;
+    const auto& [from, until] = selection_.stretch;
+    const bool before =
+        (selection_.start && *selection_.start >= interval.end) || (from && *from >= interval.end);
+    const bool after =
+        (selection_.end && *selection_.end <= interval.begin) || (until && *until <= interval.begin);
     if (before || after) return;
     for (const std::size_t index : interval.sources)
         enter_source(interval, index);
@@ -251,15 +274,17 @@ void MergedStream::enter_interval(const Interval& interval) {
 // narrow loses no message.
 void MergedStream::enter_source(const Interval& interval, std::size_t index) {
     Source& source = sources_[index];
-    Selection selection{.channels = {}, .start = selection_.start, .end = selection_.end};
-    for (const std::uint32_t channel : *source.channels)
-        selection.channels.push_back(selection_.channels[channel]);
+    Selection selection = selection_of(source);
     if (std::find(selection.channels.begin(), selection.channels.end(), true) == selection.channels.end())
         return;
     if (source.first && *source.first != interval.begin)
         selection.start = std::max(selection.start.value_or(earliest), interval.begin);
     if (source.last && just_after(*source.last) != interval.end)
         selection.end = std::min(selection.end.value_or(latest), interval.end);
+    // The first stretch of an interval has what comes before it, and the last one what comes behind.
+    auto& [from, until] = selection.stretch;
+    if (from && *from <= interval.begin) from.reset();
+    if (until && *until >= interval.end) until.reset();
     try {
         if (!source.stream) source.stream = open_file_(source.part.file);
         if (source.stream->channels().size() != source.channels->size())

@@ -49,6 +49,7 @@ public:
     const Summary& summary() const override { return summary_; }
     std::span<const Problem> problems() const override { return problems_; }
     bool holds_disk_space() const override;
+    std::vector<Extent> extents(const Selection& selection) override;
     void start(const Selection& selection) override;
     std::unique_ptr<Batch> next_batch() override;
 
@@ -63,6 +64,7 @@ private:
     void add_channels(Source& source);
     void add_summary(Source& source);
     void cut_time();
+    Selection selection_of(const Source& source) const;
     void enter_interval(const Interval& interval);
     void enter_source(const Interval& interval, std::size_t index);
     std::unique_ptr<Batch> pass_on();

@@ -40,6 +40,7 @@ public:
     const Summary& summary() const override { return inner_->summary(); }
     std::span<const Problem> problems() const override { return inner_->problems(); }
     bool holds_disk_space() const override { return inner_->holds_disk_space(); }
+    std::vector<Extent> extents(const Selection& selection) override { return inner_->extents(selection); }
     void start(const Selection& selection) override { inner_->start(selection); }
     std::unique_ptr<Batch> next_batch() override { return inner_->next_batch(); }
 

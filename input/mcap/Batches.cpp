@@ -4,16 +4,17 @@ namespace zun::input::mcap {
 
 SliceBatch::SliceBatch(std::vector<Part> parts, const Key& from, const Key& until)
     : parts_(std::move(parts)), from_(from), until_(until) {
+    for (const Part& part : parts_)
+        if (part.is_new) new_pieces_.push_back(part.piece);
     std::sort(parts_.begin(), parts_.end(),
               [](const Part& a, const Part& b) { return a.piece->piece().offset < b.piece->piece().offset; });
 }
 
 void SliceBatch::load() {
-    for (const Part& part : parts_) {
+    for (const Part& part : parts_)
         part.piece->load();
-        const auto found = part.piece->problems();
-        if (part.is_new) problems_.insert(problems_.end(), found.begin(), found.end());
-    }
+    for (const auto& piece : new_pieces_)
+        problems_.insert(problems_.end(), piece->problems().begin(), piece->problems().end());
     if (parts_.size() == 1) {
         messages_ = parts_.front().piece->between(from_, until_);
         return;

@@ -27,6 +27,8 @@ public:
     bool is_costly() const override;
 
 private:
+    // In the order of their first keys, so that problems come in one order however the time is sliced.
+    std::vector<std::shared_ptr<LoadedPiece>> new_pieces_;
     std::vector<Part> parts_;  // in file order
     Key from_;
     Key until_;

@@ -54,6 +54,7 @@ public:
     const std::vector<Channel>& channels() const override { return file_->contents.channels.channels(); }
     const Summary& summary() const override { return file_->contents.summary; }
     std::span<const Problem> problems() const override { return file_->contents.problems; }
+    std::vector<Extent> extents(const Selection& selection) override;
     void start(const Selection& selection) override;
     std::unique_ptr<Batch> next_batch() override;
 
@@ -76,8 +77,17 @@ private:
     bool has_ended_ = false;
     std::vector<Part> open_;  // reach into the slice that comes
     std::size_t open_bytes_ = 0;
-    Key from_;  // where that slice begins
+    Key from_;   // where that slice begins
+    Key until_;  // where the last slice ends
 };
+
+std::vector<Extent> McapStream::extents(const Selection& selection) {
+    start(selection);
+    std::vector<Extent> extents;
+    for (const Piece* const piece : waiting_)
+        extents.push_back({piece->first_key().log_time, piece->last_key().log_time, piece->bytes});
+    return extents;
+}
 
 void McapStream::start(const Selection& selection) {
     filter_ = std::make_shared<const Filter>(file_->contents.channels, selection);
@@ -86,9 +96,11 @@ void McapStream::start(const Selection& selection) {
     next_ = 0;
     has_ended_ = false;
     open_bytes_ = 0;
-    from_ = {{std::numeric_limits<std::int64_t>::min(), 0}, 0};
+    from_ = {selection.stretch.from.value_or(Time{std::numeric_limits<std::int64_t>::min(), 0}), 0};
+    until_ = selection.stretch.until ? Key{*selection.stretch.until, 0} : Key::beyond_all();
     for (const Piece& piece : file_->contents.pieces)
-        if (filter_->wants(piece)) waiting_.push_back(&piece);
+        if (filter_->wants(piece) && piece.last_key() >= from_ && piece.first_key() < until_)
+            waiting_.push_back(&piece);
     std::sort(waiting_.begin(), waiting_.end(),
               [](const Piece* a, const Piece* b) { return a->first_key() < b->first_key(); });
 }
@@ -102,7 +114,7 @@ std::unique_ptr<Batch> McapStream::next_batch() {
     while (next_ < waiting_.size() && is_room())
         open_piece();
     if (open_.size() > 1 && open_bytes_ > limits_.overlap_bytes) return pick();
-    return slice(next_ < waiting_.size() ? waiting_[next_]->first_key() : Key::beyond_all());
+    return slice(next_ < waiting_.size() ? waiting_[next_]->first_key() : until_);
 }
 
 void McapStream::open_piece() {
@@ -113,7 +125,8 @@ void McapStream::open_piece() {
 
 /// Goes on to the slice that begins at `until`.
 void McapStream::leave(const Key& until) {
-    std::erase_if(open_, [&](const Part& part) { return part.piece->piece().last_key() < until; });
+    std::erase_if(
+        open_, [&](const Part& part) { return until == until_ || part.piece->piece().last_key() < until; });
     open_bytes_ = 0;
     for (const Part& part : open_)
         open_bytes_ += part.piece->piece().loaded_bytes();
@@ -130,7 +143,7 @@ std::unique_ptr<Batch> McapStream::slice(const Key& until) {
 
 /// A slice of as many messages as memory should hold, whichever pieces they are in; loads these in turn.
 std::unique_ptr<Batch> McapStream::pick() {
-    auto batch = std::make_unique<PickedBatch>(from_, Key::beyond_all(), limits_.overlap_bytes);
+    auto batch = std::make_unique<PickedBatch>(from_, until_, limits_.overlap_bytes);
     for (std::size_t n = 0; n < open_.size(); ++n) {
         const Piece& piece = open_[n].piece->piece();
         if (piece.first_key() < batch->until()) {

@@ -23,6 +23,10 @@ namespace fs = std::filesystem;
 constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
 
+/// What one message takes besides its data, and how many bytes are looked at as one.
+constexpr std::uint64_t row_bytes = 32;
+constexpr std::uint64_t extent_bytes = std::uint64_t{1} << 16U;
+
 /// The file, once it is known to be a database.
 const fs::path& checked(const fs::path& file) {
     const std::vector<std::byte> first_bytes = read_first_bytes(file);
@@ -288,6 +292,28 @@ void SqliteStream::order_rows(std::vector<Problem>& problems) {
     ordered_ = true;
 }
 
+/// Sizes come from the headers of the rows: SQLite leaves the data themselves where they are.
+std::vector<Extent> SqliteStream::extents(const Selection& selection) {
+    start(selection);
+    std::vector<Extent> extents;
+    Statement sizes(database_,
+                    "SELECT timestamp, length(data) FROM messages WHERE timestamp BETWEEN ?1 AND ?2" +
+                        (selected_topics_ ? " AND topic_id IN (" + *selected_topics_ + ")" : ""));
+    try {
+        for (sizes.start({first_timestamp_, last_timestamp_}); sizes.step();) {
+            const Time time = Time::from_nanoseconds(sizes.integer(0));
+            if (extents.empty() || extents.back().bytes >= extent_bytes) extents.push_back({time, time});
+            Extent& extent = extents.back();
+            extent.first = std::min(extent.first, time);
+            extent.last = std::max(extent.last, time);
+            extent.bytes += static_cast<std::uint64_t>(sizes.integer(1)) + row_bytes;
+        }
+    } catch (const DatabaseError& error) {
+        if (!error.damage()) throw;  // the rows up to here are enough of a guess
+    }
+    return extents;
+}
+
 void SqliteStream::start(const Selection& selection) {
     database_.grant_work();
     selected_topics_.reset();
@@ -303,13 +329,13 @@ void SqliteStream::start(const Selection& selection) {
     }
     const Time range_begin = Time::from_nanoseconds(lowest);
     const Time range_end = Time::from_nanoseconds(highest);
-    const bool nothing =
-        (selection.start && *selection.start > range_end) || (selection.end && *selection.end <= range_begin);
-    first_timestamp_ = selection.start && *selection.start > range_begin && !nothing
-                           ? nanoseconds(*selection.start)
-                           : lowest;
-    last_timestamp_ =
-        selection.end && *selection.end <= range_end && !nothing ? nanoseconds(*selection.end) - 1 : highest;
+    const auto& [from, until] = selection.stretch;
+    const std::optional<Time> start = std::max(selection.start, from);  // unset is less than all
+    std::optional<Time> end = selection.end;
+    if (until) end = std::min(end.value_or(*until), *until);
+    const bool nothing = (start && *start > range_end) || (end && *end <= range_begin);
+    first_timestamp_ = start && *start > range_begin && !nothing ? nanoseconds(*start) : lowest;
+    last_timestamp_ = end && *end <= range_end && !nothing ? nanoseconds(*end) - 1 : highest;
     delivered_.reset();
     problems_delivered_ = 0;
     has_ended_ = false;

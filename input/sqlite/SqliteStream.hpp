@@ -39,6 +39,7 @@ public:
     const std::vector<Channel>& channels() const override { return channels_; }
     const Summary& summary() const override { return summary_; }
     std::span<const Problem> problems() const override { return problems_; }
+    std::vector<Extent> extents(const Selection& selection) override;
     void start(const Selection& selection) override;
     std::unique_ptr<Batch> next_batch() override;
 

@@ -27,6 +27,12 @@ public:
     const std::vector<Class>& classes() const { return classes_; }
     std::uint32_t longest() const { return classes_.empty() ? 0 : classes_.back().longest; }
 
+    /// Samples of one class.
+    void add(std::size_t index, const Class& more) {
+        if (index >= classes_.size()) classes_.resize(index + 1);
+        classes_[index].samples += more.samples;
+        classes_[index].longest = std::max(classes_[index].longest, more.longest);
+    }
     /// A sample of at least one element.
     void add(std::uint32_t length) { add(static_cast<std::size_t>(std::bit_width(length)) - 1, {1, length}); }
     void add(const LengthSpread& more) {
@@ -35,12 +41,6 @@ public:
     }
 
 private:
-    void add(std::size_t index, const Class& more) {
-        if (index >= classes_.size()) classes_.resize(index + 1);
-        classes_[index].samples += more.samples;
-        classes_[index].longest = std::max(classes_[index].longest, more.longest);
-    }
-
     std::vector<Class> classes_;
 };
 

@@ -35,7 +35,8 @@ ARROWS = {
     "convert/plan": "format schema input platform/*",
     "convert/output": "input",
     "convert/report": "convert/plan convert/output input platform/text",
-    "convert/passes": "convert convert/plan convert/output convert/report format schema input platform/*",
+    "convert/tasks": "convert/plan convert/output convert/report input platform/cdr",
+    "convert/passes": "convert convert/plan convert/output convert/report convert/tasks format schema input platform/*",
     "convert": "convert/* format schema input platform/*",
     "cli": "convert convert/* schema input input/* platform/*",
     "examples": "*",
@@ -53,13 +54,13 @@ DOORS = {
     r"yaml-cpp/.*": "input/bag convert/plan",
     r"CLI/.*": "cli fuzz",
     r"malloc\.h": "cli",
-    r"nlohmann/.*": "convert/report cli",
+    r"nlohmann/.*": "convert/report convert/tasks cli",
     r"(gtest|gmock)/.*|dlfcn\.h": "tests",
     r"benchmark/.*": "benchmarks",
     r"[a-z]*mmintrin\.h": "platform/printing",
     r"fnmatch\.h": "platform/fnmatch",
     r"(md5|sha2)\.h|sys/types\.h": "schema schema/definition",
-    r"(fcntl|unistd|signal|poll|pthread)\.h|sys/.*": "input input/* convert convert/output cli",
+    r"(fcntl|glob|unistd|signal|poll|pthread)\.h|sys/.*": "input input/* convert convert/output cli",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
