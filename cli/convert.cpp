@@ -94,16 +94,18 @@ void add_convert(CLI::App& app, Action& action) {
     CLI::Option* const recordings = add_recordings(command, *request, "what to convert")->required(false);
     add_task(command, *task);
     add_convert_options(command, *request);
+    const Action convert_one_task = [=] { return convert_task(*task, *request); };
+    const Action convert_all = [=] { return convert_recordings(*request); };
     command.callback([=, &command, &action] {
         if (!task->plan_file.empty()) {
             refuse_beside_plan(command, {"--output", "--limits", "--jobs", "--progress", "--no-progress"});
             if (!request->output) throw CLI::RequiredError("--output");
-            action = [=] { return convert_task(*task, *request); };
+            action = convert_one_task;
             return;
         }
         if (recordings->empty()) throw CLI::RequiredError("RECORDING");
         settle(command, *request);
-        action = [request] { return convert_recordings(*request); };
+        action = convert_all;
     });
 }
 

@@ -44,15 +44,17 @@ void add_fit(CLI::App& app, Action& action) {
     add_choice_of_messages(command, *request);
     add_columns_choice(command, *request);
     add_reading(command, *request);
+    const Action measure = [=] { return measure_task(*task, *request); };
+    const Action learn = [=] { return learn_limits(*request); };
     command.callback([=, &command, &action] {
         if (!task->plan_file.empty()) {
             refuse_beside_plan(command, {"--jobs"});
-            action = [=] { return measure_task(*task, *request); };
+            action = measure;
             return;
         }
         if (recordings->empty()) throw CLI::RequiredError("RECORDING");
         check_span(*request);
-        action = [request] { return learn_limits(*request); };
+        action = learn;
     });
 }
 
