@@ -43,6 +43,7 @@ void add_join(CLI::App& app, Action& action) {
     add_outcome(command, *request);
     add_diagnostics(command, *request);
     command.callback([=, &command, &action] {
+        static_cast<void>(request);  // the options write into it when the command is parsed
         action = [plan_file, arguments = arguments_of(command, {"PLAN"})] {
             return join(*plan_file, arguments);
         };
