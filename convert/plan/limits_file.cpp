@@ -1,14 +1,12 @@
 #include "convert/plan/limits_file.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 #include <yaml-cpp/yaml.h>
 
+#include "convert/plan/text_of_file.hpp"
 #include "platform/error/InputError.hpp"
 
 namespace zun::convert {
@@ -88,18 +86,13 @@ void write_limits(std::ostream& out, const LimitsByTopic& limits) {
 
 void read_limits(const std::filesystem::path& path, LimitsByTopic& limits) {
     const std::string name = path.string();
-    const std::string problem = "cannot read '" + name + '\'';
-    std::ifstream file(path);
-    if (!file.is_open()) throw std::system_error(errno, std::generic_category(), problem);
+    // Read first: the parser does not give back its buffer when reading throws.
+    const std::string text = text_of_file(path);
     try {
-        // Read first: the parser does not give back its buffer when reading throws.
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
         for (const auto& [topic, lengths] : limits_of({name, YAML::Load(text)}))
             merge(limits[topic], lengths);
     } catch (const YAML::Exception& fault) {
         throw InputError(name, line_of(fault.mark), "expected YAML as 'dds2csv fit' writes it");
-    } catch (const std::ios_base::failure& fault) {
-        throw std::system_error(fault.code(), problem);
     }
 }
 

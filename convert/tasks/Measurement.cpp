@@ -3,6 +3,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "convert/plan/text_of_file.hpp"
 #include "convert/tasks/json.hpp"
 #include "platform/error/InputError.hpp"
 

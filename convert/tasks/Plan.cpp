@@ -4,6 +4,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "convert/plan/text_of_file.hpp"
 #include "convert/tasks/json.hpp"
 #include "platform/error/InputError.hpp"
 

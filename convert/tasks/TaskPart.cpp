@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "convert/output/Output.hpp"
+#include "convert/plan/text_of_file.hpp"
 #include "convert/tasks/json.hpp"
 
 namespace zun::convert {

@@ -3,7 +3,6 @@
 #ifndef ZUN_CONVERT_TASKS_JSON_HPP
 #define ZUN_CONVERT_TASKS_JSON_HPP
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -11,9 +10,6 @@
 namespace zun::convert {
 
 using Json = nlohmann::ordered_json;
-
-/// The whole of a file. Throws std::system_error.
-std::string text_of_file(const std::filesystem::path& path);
 
 /// 16 hexadecimal digits that differ for different texts, as far as chance goes.
 std::string digest_of(std::string_view text);
