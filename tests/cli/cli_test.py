@@ -17,7 +17,7 @@ import tempfile
 
 def output_of(command, folder, environment):
     run = subprocess.run(
-        ["/bin/sh", "-c", command], cwd=folder, env=environment, capture_output=True, timeout=60, check=False)
+        ["/bin/sh", "-c", command], cwd=folder, env=environment, capture_output=True, timeout=300, check=False)
     lines = run.stdout.decode(errors="replace").splitlines()
     lines += ["! " + line for line in run.stderr.decode(errors="replace").splitlines()]
     return lines + ([f"[{run.returncode}]"] if run.returncode else [])
